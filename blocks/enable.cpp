@@ -1,0 +1,19 @@
+#include "blocks/table.h"
+#include "framework/entries.h"
+
+namespace tessel {
+namespace {
+
+class Enable final : public MetaBlock {
+public:
+    using MetaBlock::MetaBlock;
+    std::uint32_t class_hash() const noexcept override { return class_hash_of("enable"); }
+    const char* class_name() const noexcept override { return "enable"; }
+    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+};
+
+}  // namespace
+
+const block_entry_t enable_entry{create_block<Enable>, {}};
+
+}  // namespace tessel

@@ -1,0 +1,19 @@
+#include "blocks/table.h"
+#include "framework/entries.h"
+
+namespace tessel {
+namespace {
+
+class Random final : public MetaBlock {
+public:
+    using MetaBlock::MetaBlock;
+    std::uint32_t class_hash() const noexcept override { return class_hash_of("random"); }
+    const char* class_name() const noexcept override { return "random"; }
+    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+};
+
+}  // namespace
+
+const block_entry_t random_entry{create_block<Random>, {}};
+
+}  // namespace tessel

@@ -1,0 +1,60 @@
+# blocks_folder(NAME [INTERFACE] DEPENDS ...): the object library of one folder.
+#
+# Each folder's headers are reached through a directory of their own in the build tree, so that an include of a folder
+# that is not among DEPENDS finds no file and does not compile.
+function(blocks_folder name)
+    cmake_parse_arguments(arg "INTERFACE" "" "DEPENDS" ${ARGN})
+    set(target blocks_${name})
+    set(root ${PROJECT_BINARY_DIR}/roots/${name})
+    if (name STREQUAL "include")
+        set(root ${PROJECT_SOURCE_DIR}/include)
+    else ()
+        file(MAKE_DIRECTORY ${root})
+        file(CREATE_LINK ${PROJECT_SOURCE_DIR}/${name} ${root}/${name} SYMBOLIC)
+    endif ()
+
+    if (arg_INTERFACE)
+        add_library(${target} INTERFACE)
+        set(scope INTERFACE)
+    else ()
+        add_library(${target} OBJECT)
+        set(scope PUBLIC)
+        add_subdirectory(${PROJECT_SOURCE_DIR}/${name})
+        blocks_options(${target})
+        set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+        target_compile_definitions(${target} PRIVATE BLOCKS_COMPILE)
+    endif ()
+    target_include_directories(${target} ${scope} ${root})
+    target_compile_features(${target} ${scope} cxx_std_20)
+    target_link_libraries(${target} ${scope} nlohmann_json::nlohmann_json fmt::fmt-header-only)
+    foreach (other IN LISTS arg_DEPENDS)
+        target_link_libraries(${target} ${scope} blocks_${other})
+    endforeach ()
+endfunction()
+
+# Warnings, visibility and exact floating point for a target of this project.
+function(blocks_options target)
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -ffp-contract=off)
+    set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+    if (BLOCKS_SANITIZE)
+        target_compile_options(${target} PRIVATE -fsanitize=${BLOCKS_SANITIZE} -fno-omit-frame-pointer)
+        if (BLOCKS_SANITIZE MATCHES "undefined")
+            target_compile_options(${target} PRIVATE -fno-sanitize-recover=undefined)
+        endif ()
+    endif ()
+endfunction()
+
+if (BLOCKS_SANITIZE)
+    add_link_options(-fsanitize=${BLOCKS_SANITIZE})
+endif ()
+
+# blocks_add_sliced(TARGET NAME): NAME.cpp once for each of the eleven value types, with BLOCKS_SLICE telling which.
+# Spreads files with thousands of instances over processes that stay small.
+function(blocks_add_sliced target name)
+    foreach (slice RANGE 10)
+        set(stub ${CMAKE_CURRENT_BINARY_DIR}/${name}.${slice}.cpp)
+        file(CONFIGURE OUTPUT ${stub} CONTENT
+            "#define BLOCKS_SLICE ${slice}\n#include \"${CMAKE_CURRENT_SOURCE_DIR}/${name}.cpp\"\n")
+        target_sources(${target} PRIVATE ${stub})
+    endforeach ()
+endfunction()

@@ -1,0 +1,68 @@
+// The runnable model.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <unordered_set>
+#include <vector>
+
+#include "IExecModel.h"
+#include "PropertiesModel.h"
+#include "core/export.h"
+
+namespace tessel {
+
+/// What a host can watch and end of a run.
+class RunMonitor {
+public:
+    virtual ~RunMonitor() = default;
+    /// Called on the caller's thread after each time step; false ends the run as if "tf" had been passed.
+    virtual bool step_done(double t) noexcept = 0;
+};
+
+/// How a run steps its objects: by their virtual operations, or by a plan made of their lowerings. Nobody can tell the
+/// two apart by any value.
+enum class engine_t { objects, plan };
+
+/// Implements `IExecModel`. Null entries of `blocks` (a block without a runnable form) and links with an end that does
+/// not exist are passed over.
+class BLOCKS_API ExecModel final : public IExecModel {
+public:
+    ExecModel();
+    ~ExecModel() override;
+
+    void clear() noexcept override;
+    void set_properties(std::shared_ptr<PropertiesModel> properties) noexcept override;
+    void add_block(std::unique_ptr<ExecBlock>& block) override;
+    ExecBlock* find_block(std::uint64_t id) const noexcept override;
+    iterator begin() noexcept override { return blocks.begin(); }
+    iterator end() noexcept override { return blocks.end(); }
+    result_t run() noexcept override;
+
+    /// Puts an object behind the one at a position, which the host took from `begin`.
+    void insert_behind(iterator position, std::unique_ptr<ExecBlock> block);
+    /// The monitor of later runs, null for none. It must outlive them.
+    void set_monitor(RunMonitor* monitor) noexcept { monitor_ = monitor; }
+    void set_engine(engine_t engine) noexcept { engine_ = engine; }
+
+    /// A run's path is the parallel one from this many objects on, when at least `wide_zones` zones hold more than
+    /// `wide_zone` objects each.
+    static constexpr std::size_t parallel_objects = 8096;
+    static constexpr std::size_t wide_zones = 32;
+    static constexpr std::size_t wide_zone = 1024;
+
+    std::vector<std::unique_ptr<ExecBlock>> blocks;
+    std::unordered_set<ExecBlock*> enable_blocks;  // those that gate an object; filled by run
+    std::shared_ptr<PropertiesModel> properties;
+
+private:
+    void wire();
+    void set_enables();
+    result_t run_serial(double ti, double tf, double ts);
+    result_t run_parallel(double ti, double tf, double ts);
+
+    RunMonitor* monitor_ = nullptr;
+    engine_t engine_ = engine_t::plan;
+};
+
+}  // namespace tessel

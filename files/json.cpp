@@ -1,0 +1,113 @@
+// Loads model files.
+
+#include "json.h"
+
+#include <exception>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "PropertiesBlock.h"
+#include "core/file.h"
+#include "core/format.h"
+#include "core/hash.h"
+#include "core/num.h"
+#include "core/python.h"
+#include "core/str.h"
+#include "factory.h"
+
+namespace tessel::json {
+namespace {
+
+std::string read_whole(std::string_view path) {
+    sys::File file(std::filesystem::path(path), sys::file_read);
+    std::string text;
+    while (const char* line = file.readline()) text.append(line, file.line_length());
+    return text;
+}
+
+bool has_blocks(const nlohmann::json& file) { return file.is_object() && file.contains("blocks"); }
+
+/// The class name and the data of an element of "blocks": its first member.
+auto first_member(nlohmann::json& element) {
+    if (element.is_object() && element.empty()) throw std::invalid_argument("an element of \"blocks\" has no class name");
+    return element.begin();
+}
+
+/// Makes the root of a model and adds it: the one block that stands in no file.
+void add_root(IMetaModel& model) {
+    model.add_block(factory::create("subsys", std::make_shared<PropertiesBlock>()));
+    (*model.begin())->set_name("mainsys");
+}
+
+}  // namespace
+
+result_t load(IMetaModel* model, std::string_view path) {
+    try {
+        model->clear();
+        auto file = nlohmann::json::parse(read_whole(path));
+        if (has_blocks(file)) {
+            add_root(*model);
+            for (auto& element : file["blocks"]) {
+                const auto first = first_member(element);
+                auto block = factory::create(first.key(), std::make_shared<PropertiesBlock>());
+                if (block == nullptr) {
+                    python::pyout(tessel::format("Class '{:s}' not recognized", first.key()));
+                    return result_failure;
+                }
+                block->import_json(*first);
+                if (block->class_hash() == class_hash_of("refsys"))
+                    load(model, block->param("path").text(), block->id());  // its failure has been told on the console
+                model->add_block(std::move(block));
+            }
+        }
+        model->import_json(file, false);
+        return result_ok;
+    } catch (const std::exception& error) {
+        python::pyout(error.what());
+        return result_failure;
+    }
+}
+
+result_t load(IMetaModel* model, std::string_view path, std::size_t parent_id) {
+    try {
+        std::string text = read_whole(path);
+        auto file = nlohmann::json::parse(text);
+        if (!has_blocks(file)) return result_failure;
+
+        // The file's ids are exchanged in its text, so that every mention of one goes with it.
+        std::vector<std::uint64_t> old_ids, new_ids;
+        old_ids.reserve(file["blocks"].size());
+        new_ids.reserve(file["blocks"].size());
+        for (auto& element : file["blocks"]) {
+            const auto& block = *first_member(element);
+            if (!block.is_object() || !block.contains("id")) continue;
+            old_ids.push_back(block["id"].get<std::uint64_t>());
+            new_ids.push_back(num::create_id());
+        }
+        for (std::size_t i = 0; i < old_ids.size(); ++i)
+            str::replace_all(text, std::to_string(old_ids[i]), std::to_string(new_ids[i]));
+        file = nlohmann::json::parse(text);
+
+        const std::unordered_set<std::uint64_t> inside(new_ids.begin(), new_ids.end());
+        for (auto& element : file["blocks"]) {
+            const auto first = first_member(element);
+            auto& value = *first;
+            // what hangs under no block of this file hangs under the block that refers to it
+            if (!inside.contains(value.value("parent", std::uint64_t{0}))) value["parent"] = parent_id;
+            auto block = factory::create(first.key(), std::make_shared<PropertiesBlock>());
+            if (block != nullptr) block->import_json(value);
+            model->add_block(std::move(block));
+        }
+        model->import_json(file, true);
+        return result_ok;
+    } catch (const std::exception& error) {
+        python::pyout(error.what());
+        return result_failure;
+    }
+}
+
+}  // namespace tessel::json

@@ -1,0 +1,138 @@
+// What several passes share.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "IMetaBlock.h"
+#include "core/hash.h"
+
+namespace tessel {
+
+using blocks_t = std::vector<std::unique_ptr<IMetaBlock>>;
+
+inline constexpr std::uint32_t hash_cast = class_hash_of("cast");
+inline constexpr std::uint32_t hash_enable = class_hash_of("enable");
+inline constexpr std::uint32_t hash_from = class_hash_of("from");
+inline constexpr std::uint32_t hash_goto = class_hash_of("goto");
+inline constexpr std::uint32_t hash_inport = class_hash_of("inport");
+inline constexpr std::uint32_t hash_outport = class_hash_of("outport");
+inline constexpr std::uint32_t hash_refsys = class_hash_of("refsys");
+inline constexpr std::uint32_t hash_subsys = class_hash_of("subsys");
+
+inline bool is_subsystem(const IMetaBlock& block) noexcept {
+    return block.class_hash() == hash_subsys || block.class_hash() == hash_refsys;
+}
+
+/// From an id to the first block of a list that has it: what a walk from the front would find, without the walk.
+class BlockIndex {
+public:
+    explicit BlockIndex(const blocks_t& blocks) {
+        index_.reserve(blocks.size());
+        for (const auto& block : blocks)
+            if (block != nullptr) index_.try_emplace(block->id(), block.get());
+    }
+    IMetaBlock* find(std::uint64_t id) const noexcept {
+        const auto found = index_.find(id);
+        return found != index_.end() ? found->second : nullptr;
+    }
+
+private:
+    std::unordered_map<std::uint64_t, IMetaBlock*> index_;
+};
+
+/// A value for each level of the subsystem tree, worked out from that of the level around it, each once. A parent that
+/// names no block counts as the root; a ring of parents is cut where the walk up meets itself.
+template <class Value>
+class Levels {
+public:
+    Levels(const BlockIndex& index, Value root) : index_(index), root_(std::move(root)) {}
+
+    /// The value for blocks with the parent `id`; `step(outer, subsystem)` gives a subsystem's from that around it.
+    template <class Step>
+    const Value& inside(std::uint64_t id, Step step) {
+        way_.clear();
+        while (id != 0) {
+            if (!values_.try_emplace(id, root_).second) break;  // known, or on this very way up
+            const IMetaBlock* block = index_.find(id);
+            if (block == nullptr) break;
+            way_.push_back(block);
+            id = block->parent_id();
+        }
+        const Value* value = id == 0 ? &root_ : &values_.at(id);
+        for (auto block = way_.rbegin(); block != way_.rend(); ++block) {
+            Value& own = values_.at((*block)->id());
+            own = step(*value, **block);
+            value = &own;
+        }
+        return *value;
+    }
+
+private:
+    const BlockIndex& index_;
+    Value root_;
+    std::unordered_map<std::uint64_t, Value> values_;
+    std::vector<const IMetaBlock*> way_;
+};
+
+/// The consumers of every block, by position in the list, and an agenda of the positions to visit: those behind the
+/// one at work come in this sweep, those before it in the next.
+class Agenda {
+public:
+    explicit Agenda(const blocks_t& blocks);
+
+    /// Lets a position be visited; each is visited once a sweep at most.
+    void add(std::size_t position);
+    /// Lets the blocks be visited that read from the one at `position`.
+    void add_consumers(std::size_t position);
+    /// The next position of this sweep in list order, or `end` when the sweep is over; the next call begins another.
+    std::size_t next();
+    /// Whether neither this sweep nor the next has anything to visit.
+    bool empty() const noexcept { return now_.empty() && later_.empty(); }
+
+    static constexpr std::size_t end = static_cast<std::size_t>(-1);
+
+private:
+    std::vector<std::size_t> first_;      // into consumers_, one more than there are blocks
+    std::vector<std::size_t> consumers_;  // positions
+    std::vector<std::size_t> now_;        // min-heap
+    std::vector<std::size_t> later_;
+    std::vector<bool> noted_;
+    std::size_t at_ = 0;
+    bool sweeping_ = false;
+};
+
+/// Moves the blocks that satisfy `goes` behind the others by swapping the first of them with the last that stays,
+/// until both walks meet; returns the position of the first that goes. The order of what stays is disturbed.
+template <class Goes>
+blocks_t::iterator swap_partition(blocks_t& blocks, Goes goes) {
+    auto front = blocks.begin();
+    auto back = blocks.end();
+    for (;;) {
+        while (front != back && !(*front != nullptr && goes(**front))) ++front;
+        if (front == back) return front;
+        do {
+            if (front == --back) return front;
+        } while (*back != nullptr && goes(**back));
+        std::swap(*front, *back);
+        ++front;
+    }
+}
+
+/// Logs the entry into a pass, and the way out of it at whichever exit.
+class PassLog {
+public:
+    explicit PassLog(std::string_view name);
+    PassLog(const PassLog&) = delete;
+    PassLog& operator=(const PassLog&) = delete;
+    ~PassLog();
+
+private:
+    std::string_view name_;
+};
+
+}  // namespace tessel

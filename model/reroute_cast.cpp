@@ -1,0 +1,60 @@
+// reroute_due_to_cast: cast blocks become direct links.
+//
+// Needs   types and zones: the type that a cast stands for is on the ports behind it
+// Does    joins the first link into each cast with every link out of it
+// Leaves  no cast in the live list; the blocks behind one stay bound to it until create_links binds them anew
+// Fails   result_cast_unresolved: a cast with a link out and none in, or a link that still touches a cast afterwards,
+//         as between two casts in a row
+
+#include <set>
+#include <utility>
+
+#include "model/MetaModel.h"
+#include "model/helpers.h"
+
+namespace tessel {
+namespace {
+
+bool is_cast(const IMetaBlock& block) { return block.class_hash() == hash_cast; }
+
+}  // namespace
+
+result_t MetaModel::reroute_due_to_cast() noexcept {
+    const PassLog pass("reroute_due_to_cast");
+    const BlockIndex index(blocks);
+    const auto cast_at = [&index](std::uint64_t id) {
+        IMetaBlock* block = index.find(id);
+        return block != nullptr && is_cast(*block) ? block : nullptr;
+    };
+    auto& links = properties->links;
+
+    std::unordered_map<std::uint64_t, const link_t*> first_into;
+    for (const link_t& link : links) first_into.try_emplace(link.dstId, &link);
+
+    std::set<std::pair<std::uint64_t, std::uint64_t>> gone;
+    std::vector<link_t> joined;
+    for (const link_t& link : links) {
+        if (cast_at(link.srcId) == nullptr) continue;
+        const auto found = first_into.find(link.srcId);
+        if (found == first_into.end()) return result_cast_unresolved;
+        const link_t& in = *found->second;
+        gone.emplace(link.srcId, link.dstId);
+        gone.emplace(in.srcId, in.dstId);
+        joined.push_back({in.srcId, link.dstId, in.srcPort, link.dstPort, in.label + '#' + link.label, {}, false, false});
+    }
+    if (!gone.empty()) std::erase_if(links, [&gone](const link_t& l) { return gone.contains({l.srcId, l.dstId}); });
+    std::ranges::move(joined, std::back_inserter(links));
+
+    for (const link_t& link : links) {
+        IMetaBlock* cast = cast_at(link.srcId);
+        if (cast == nullptr) cast = cast_at(link.dstId);
+        if (cast == nullptr) continue;
+        cast->set_failed(true);
+        return result_cast_unresolved;
+    }
+
+    blocks.erase(swap_partition(blocks, is_cast), blocks.end());
+    return result_ok;
+}
+
+}  // namespace tessel
