@@ -1,0 +1,16 @@
+// What inport, outport and memory compute: nothing, the input goes to the output as it is.
+#pragma once
+
+#include "blocks/table.h"
+
+namespace tessel {
+
+/// out = in0
+template <class T>
+struct PassThrough {
+    using in = inputs<T>;
+    using out = outputs<T>;
+    static T eval(T u) noexcept { return u; }
+};
+
+}  // namespace tessel
