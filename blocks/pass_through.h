@@ -1,15 +1,16 @@
-// The runnable object that hands its input on.
+// What inport, outport and memory compute: nothing, the input goes to the output as it is.
 #pragma once
 
 #include "blocks/table.h"
 
 namespace tessel {
 
-/// y = u, for `memory` and for the boundary blocks of a model.
+/// out = in0
 template <class T>
 struct PassThrough {
     using in = inputs<T>;
     using out = outputs<T>;
+    static constexpr bool passes_through = true;
     static T eval(T u) noexcept { return u; }
 };
 
