@@ -10,6 +10,7 @@ template <class T>
 struct PassThrough {
     using in = inputs<T>;
     using out = outputs<T>;
+    static constexpr bool passes_through = true;
     static T eval(T u) noexcept { return u; }
 };
 
