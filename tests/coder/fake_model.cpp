@@ -6,6 +6,7 @@
 #include <atomic>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <stdexcept>
 
 namespace tessel::test {
@@ -93,6 +94,19 @@ std::string read_file(const std::filesystem::path& path) {
     std::ifstream in(path, std::ios::binary);
     EXPECT_TRUE(in) << path;
     return {std::istreambuf_iterator<char>(in), {}};
+}
+
+std::string first_difference(const std::string& expected, const std::string& made) {
+    if (expected == made) return {};
+    std::istringstream a(expected), b(made);
+    std::string line_a, line_b;
+    for (int line = 1;; ++line) {
+        const bool has_a = static_cast<bool>(std::getline(a, line_a));
+        const bool has_b = static_cast<bool>(std::getline(b, line_b));
+        if (has_a && has_b && line_a == line_b) continue;
+        return "line " + std::to_string(line) + ":\n  expected " + (has_a ? line_a : "the end") + "\n  made     " +
+               (has_b ? line_b : "the end");
+    }
 }
 
 }  // namespace tessel::test

@@ -88,4 +88,7 @@ private:
 /// The bytes of a file; a missing file fails the test and gives "".
 std::string read_file(const std::filesystem::path& path);
 
+/// The first lines in which two texts differ, for messages; "" for equal texts.
+std::string first_difference(const std::string& expected, const std::string& made);
+
 }  // namespace tessel::test
