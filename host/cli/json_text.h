@@ -17,19 +17,15 @@ inline std::string json_string(std::string_view text) {
     return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
-/// A number that reads back exactly: floats in their shortest form, nan, inf and -inf within `quote`, integers with all
-/// digits, a bool as 0 or 1.
+/// A number that every reader of doubles reads back exactly: floats in the shortest such form, nan, inf and -inf within
+/// `quote`, integers with all digits, a bool as 0 or 1.
 template <class T>
 void append_number(std::string& text, T value, const char* quote = "") {
     if constexpr (std::is_floating_point_v<T>) {
         const bool finite = std::isfinite(value);
         if (!finite) text += quote;
-        if constexpr (std::is_same_v<T, double>) {
-            char buffer[32];
-            text.append(buffer, tessel::str::shortest(value, buffer));
-        } else {
-            text += tessel::str::shortest(value);
-        }
+        char buffer[32];
+        text.append(buffer, tessel::str::shortest(static_cast<double>(value), buffer));
         if (!finite) text += quote;
     } else if constexpr (std::is_same_v<T, bool>) {
         text += value ? '1' : '0';

@@ -66,7 +66,7 @@ void with_name(const sink_t& sink, Work work) {
     }
 }
 
-/// Appends what a port holds.
+/// Appends what a port holds, a float in the shortest form of its own type.
 void append_cell(std::string& text, tessel::ExecPort& port) {
     const auto append = [&]<class... T>(tessel::type_list<T...>) {
         (void)((tessel::type_of<T> == port.type() && (append_number(text, *static_cast<T*>(port.value_ptr())), true)) ||
