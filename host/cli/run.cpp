@@ -68,11 +68,13 @@ void with_name(const sink_t& sink, Work work) {
 
 /// Appends what a port holds, a float in the shortest form of its own type.
 void append_cell(std::string& text, tessel::ExecPort& port) {
-    const auto append = [&]<class... T>(tessel::type_list<T...>) {
-        (void)((tessel::type_of<T> == port.type() && (append_number(text, *static_cast<T*>(port.value_ptr())), true)) ||
-               ...);
+    const auto append = [&]<class T>(T) {
+        if (tessel::type_of<T> != port.type()) return;
+        const T value = *static_cast<const T*>(port.value_ptr());
+        if constexpr (std::is_same_v<T, float>) text += tessel::str::shortest(value);
+        else append_number(text, value);
     };
-    append(tessel::value_types{});
+    [&]<class... T>(tessel::type_list<T...>) { (append(T{}), ...); }(tessel::value_types{});
 }
 
 /// Bytes that the machine can still give, 0 when it does not say.
