@@ -85,6 +85,14 @@ TEST(Extremes, NotANumberLeavesTheOutput) {
     }
 }
 
+TEST(Extremes, EqualValuesLeaveTheOutput) {
+    Bench min("min", {type_flt64}), max("max", {type_flt64});
+    Runnable lower(min.typed()), upper(max.typed());
+    EXPECT_FALSE(std::signbit(lower.put(0.0).step().put(-0.0).step().out<double>()));
+    Runnable::write(upper->output(0), value(-0.0));
+    EXPECT_TRUE(std::signbit(upper.put(0.0).step().out<double>()));
+}
+
 // An unfed input holds 0: below the start value of a float max, above nothing else.
 TEST(Max, UnfedStaysAtTheStartValue) {
     Bench bench("max", {});
