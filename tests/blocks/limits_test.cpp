@@ -150,6 +150,8 @@ TEST(Extremes, StepText) {
     EXPECT_EQ(max.step_py(),
               "            if (self.In0_100.port0 > self.Blk_42.port0) self.Blk_42.port0 = self.In0_100.port0\n");
     EXPECT_EQ(min.struct_c(), "typedef struct\n{\n    double port0;\n} min_flt64_t;\n\n");
+    EXPECT_EQ(min.struct_py(), "class min_t():\n    def __init__(self):\n        self.port0 = 0\n\n");
+    EXPECT_EQ(max.struct_c(), "typedef struct\n{\n    double port0;\n} max_flt64_t;\n\n");
     EXPECT_EQ(max.struct_py(), "class max_t():\n    def __init__(self):\n        self.port0 = 0\n\n");
 }
 
