@@ -1,0 +1,57 @@
+// The embedded interpreter that holds the user's workspace.
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zarn {
+
+/// A series as the command recorded it, for files that the interpreter writes.
+struct named_series_t {
+    std::string name;
+    std::string path;
+    std::vector<double> times;
+    std::vector<double> values;
+};
+
+/// Owns the interpreter of the process: one at a time. Starting it makes its bridge the library's
+/// (`python::set_wrap`), ending it restores the built-in one. Between calls the interpreter's lock is free, so that
+/// bridge operations can come from any thread.
+class Interpreter {
+public:
+    struct setup_t {
+        std::filesystem::path packages;      ///< folder that holds the package `zarn`
+        std::vector<std::string> arguments;  ///< sys.argv
+        bool output_to_errors = false;       ///< what workspace code prints goes to standard error
+    };
+    /// Raises `std::runtime_error` when the interpreter or the package cannot be had.
+    explicit Interpreter(const setup_t& setup);
+    Interpreter(const Interpreter&) = delete;
+    Interpreter& operator=(const Interpreter&) = delete;
+    ~Interpreter();
+
+    /// How a piece of workspace code ended.
+    enum class ended_t { well, failed, interrupted };
+    /// Runs a file in the workspace, with `__file__` set and its folder first among the places of modules. A failure
+    /// has written its traceback to standard error.
+    ended_t run_file(const std::filesystem::path& file);
+    /// Runs statements in the workspace.
+    ended_t run_code(std::string_view code);
+    /// Lets the user talk to the workspace until the end of input.
+    void interact();
+
+    /// Tells the bridge how to name a block in its messages: from a scope to the block's path.
+    void set_locator(std::function<std::string(std::string_view scope)> locate);
+    /// Whether Ctrl-C ended an evaluation.
+    bool interrupted() const noexcept;
+
+private:
+    struct impl_t;
+    std::unique_ptr<impl_t> impl_;
+};
+
+}  // namespace zarn
