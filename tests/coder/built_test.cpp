@@ -1,18 +1,15 @@
 // Generated projects, built and run: what the notes say of them holds, and the values are those of a run where they are
 // meant to be. Needs a C compiler and a Python interpreter.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
-#include <cmath>
-#include <cstdio>
-#include <cstdlib>
+#include <algorithm>
 #include <fstream>
-#include <map>
 
 #include "coder_c.h"
 #include "coder_py.h"
 #include "core/literal_bridge.h"
 #include "host/generate/notes.h"
+#include "tests/coder/builders.h"
 #include "tests/coder/fake_model.h"
 #include "tests/coder/small_models.h"
 
@@ -20,37 +17,6 @@ namespace tessel::test {
 namespace {
 
 using zarn::language_t;
-using values_t = std::vector<double>;
-
-constexpr const char* python_program = "/usr/bin/python3";
-
-struct outcome_t {
-    int status = -1;  // exit status
-    std::string text;
-};
-
-outcome_t shell(const std::string& command) {
-    outcome_t outcome;
-    std::FILE* pipe = ::popen((command + " 2>&1").c_str(), "r");
-    if (pipe == nullptr) return outcome;
-    char buffer[4096];
-    while (const auto n = std::fread(buffer, 1, sizeof buffer, pipe)) outcome.text.append(buffer, n);
-    const int status = ::pclose(pipe);
-    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    return outcome;
-}
-
-bool has(const char* program) { return shell(std::string(program) + " --version").status == 0; }
-
-values_t numbers(const std::string& text) {
-    values_t values;
-    const char* at = text.c_str();
-    for (char* end = nullptr;; at = end) {
-        const double value = std::strtod(at, &end);
-        if (end == at) return values;
-        values.push_back(value);
-    }
-}
 
 bool told(const std::vector<zarn::note_t>& notes, const char* what) {
     return std::any_of(notes.begin(), notes.end(), [&](const auto& note) { return note.what == what; });
@@ -72,55 +38,13 @@ public:
 
     std::vector<zarn::note_t> notes(language_t language) { return zarn::find_notes(diagram_->model(), language); }
 
-    /// Compiles the library of the C project.
-    outcome_t compile_c() const {
-        return shell("cd '" + c() +
-                     "' && cc -x c -std=gnu17 -w -fPIC -shared -DZARN_CODER_COMPILE coder.c model.c -o "
-                     "libmodel.so");
-    }
-
-    /// The output of block 42 after each step at these times, in a C program that clears the model before init.
-    values_t run_c(const values_t& times) const {
-        std::ofstream driver(c() + "/driver.c");
-        driver << "#include \"model.h\"\nint main(void)\n{\n    static model_t m;\n    init(&m);\n"
-                  "    const double times[] = {";
-        for (const double t : times) driver << exact(t) << ", ";
-        driver << "};\n    double last = times[0];\n"
-                  "    for (unsigned i = 0; i < sizeof times / sizeof *times; ++i)\n    {\n"
-                  "        m.time_step_sec = times[i] - last;\n"
-                  "        m.time_now_sec = last = times[i];\n        step(&m);\n"
-                  "        printf(\"%.17g\\n\", (double) m.Blk_42.port0);\n    }\n    return 0;\n}\n";
-        driver.close();
-        const outcome_t built = shell("cd '" + c() +
-                                      "' && cc -x c -std=gnu17 -w -ffp-contract=off coder.c model.c "
-                                      "driver.c -lm -o driver");
-        EXPECT_EQ(built.status, 0) << built.text;
-        const outcome_t ran = shell("'" + c() + "/driver'");
-        EXPECT_EQ(ran.status, 0) << ran.text;
-        return numbers(ran.text);
-    }
-
-    outcome_t parse_py() const {
-        return shell("cd '" + py() + "' && " + python_program +
-                     " -c \"import ast; ast.parse(open('model.py').read())\"");
-    }
-
-    /// Imports the model, makes it and steps it at these times; prints the output of block 42, if there is one.
-    outcome_t try_py(const values_t& times) const {
-        std::ofstream driver(py() + "/driver.py");
-        driver << "import model\nm = model.model_t()\nlast = None\nfor t in [";
-        for (const double t : times) driver << "float.fromhex('" << hex(t) << "'), ";
-        driver << "]:\n    m.time_step_sec = 0.0 if last is None else t - last\n    m.time_now_sec = last = t\n"
-                  "    m.step()\n    if hasattr(m, 'Blk_42'): print(repr(float(m.Blk_42.port0)))\n";
-        driver.close();
-        return shell("cd '" + py() + "' && " + std::string(python_program) + " -B driver.py");
-    }
-
-    values_t run_py(const values_t& times) const {
-        const outcome_t ran = try_py(times);
-        EXPECT_EQ(ran.status, 0) << ran.text;
-        return numbers(ran.text);
-    }
+    std::filesystem::path c() const { return folder_.path() / "zarn-ccoder"; }
+    std::filesystem::path py() const { return folder_.path() / "zarn-pcoder"; }
+    outcome_t compile_c() const { return test::compile_c(c()); }
+    values_t run_c(const values_t& times) const { return test::run_c(c(), times); }
+    outcome_t parse_py() const { return test::parse_py(py()); }
+    outcome_t try_py(const values_t& times) const { return test::try_py(py(), times); }
+    values_t run_py(const values_t& times) const { return test::run_py(py(), times); }
 
     /// What a run records of block 42: the times and the values.
     std::pair<values_t, values_t> run() {
@@ -130,18 +54,7 @@ public:
         return {bridge.array(log + ".xdata"), bridge.array(log + ".ydata")};
     }
 
-    const Folder& folder() const { return folder_; }
-
 private:
-    static std::string hex(double value) {
-        char text[64];
-        std::snprintf(text, sizeof text, "%a", value);
-        return text;
-    }
-    static std::string exact(double value) { return hex(value); }
-    std::string c() const { return (folder_.path() / "zarn-ccoder").string(); }
-    std::string py() const { return (folder_.path() / "zarn-pcoder").string(); }
-
     Folder folder_;
     std::unique_ptr<Diagram> diagram_;
 };
@@ -149,7 +62,7 @@ private:
 class Tools : public testing::Test {
 protected:
     void SetUp() override {
-        if (!has("cc") || !has(python_program)) GTEST_SKIP() << "needs cc and " << python_program;
+        if (!has_builders()) GTEST_SKIP() << "needs cc and python3";
     }
 };
 
@@ -157,7 +70,7 @@ protected:
 class Noted : public testing::TestWithParam<std::string> {
 protected:
     void SetUp() override {
-        if (!has("cc") || !has(python_program)) GTEST_SKIP() << "needs cc and " << python_program;
+        if (!has_builders()) GTEST_SKIP() << "needs cc and python3";
     }
 };
 
@@ -199,7 +112,7 @@ struct agreement_t {
 class Agreement : public testing::TestWithParam<agreement_t> {
 protected:
     void SetUp() override {
-        if (!has("cc") || !has(python_program)) GTEST_SKIP() << "needs cc and " << python_program;
+        if (!has_builders()) GTEST_SKIP() << "needs cc and python3";
     }
     static void expect_near(const values_t& made, const values_t& expected, const char* language) {
         ASSERT_EQ(made.size(), expected.size()) << language;
@@ -362,9 +275,9 @@ TEST_F(Difference, WhatComesBeforeItsEnableBlockRunsInAGeneratedProgramOnly) {
 
 // ---- whole projects
 TEST_F(Difference, TheProjectItselfBuildsItsLibraryAndDoesNotLinkItsProgram) {
-    if (!has("cmake")) GTEST_SKIP() << "needs cmake";
+    if (!has_program("cmake")) GTEST_SKIP() << "needs cmake";
     Built built(make_small_model("sin"));
-    const std::string source = (built.folder().path() / "zarn-ccoder").string();
+    const std::string source = built.c().string();
     const outcome_t configured = shell("cmake -S '" + source + "' -B '" + source + "/build'");
     ASSERT_EQ(configured.status, 0) << configured.text;
     const outcome_t library = shell("cmake --build '" + source + "/build' --target model");
@@ -377,19 +290,17 @@ TEST_F(Difference, TheProjectItselfBuildsItsLibraryAndDoesNotLinkItsProgram) {
 
 TEST_F(Difference, ThePythonProgramMakesOneStepWithoutFiles) {
     Built built(make_small_model("sin"));
-    const outcome_t ran =
-        shell("cd '" + (built.folder().path() / "zarn-pcoder").string() + "' && " + python_program + " -B main.py");
+    const outcome_t ran = run_script(built.py(), "main.py");
     EXPECT_EQ(ran.status, 0);
     EXPECT_EQ(ran.text, "Simulation step executed sucessfully\n");
 }
 
 TEST_F(Difference, ThePythonProgramReadsEveryOtherLine) {
     Built built(make_small_model("sin"));
-    const std::string folder = (built.folder().path() / "zarn-pcoder").string();
-    std::ofstream(folder + "/in.txt") << "Time\n0\n1\n2\n3\n4\n5\n";
-    const outcome_t ran = shell("cd '" + folder + "' && " + python_program + " -B main.py in.txt out.txt");
+    std::ofstream(built.py() / "in.txt") << "Time\n0\n1\n2\n3\n4\n5\n";
+    const outcome_t ran = run_script(built.py(), "main.py in.txt out.txt");
     EXPECT_EQ(ran.text, "Simulation executed sucessfully\n");
-    EXPECT_EQ(read_file(folder + "/out.txt"), "Time\n1\n\n3\n\n5\n\n");
+    EXPECT_EQ(read_file(built.py() / "out.txt"), "Time\n1\n\n3\n\n5\n\n");
 }
 
 }  // namespace

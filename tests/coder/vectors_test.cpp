@@ -7,7 +7,9 @@
 #include "PropertiesModel.h"
 #include "coder_c.h"
 #include "coder_py.h"
+#include "host/generate/notes.h"
 #include "json.h"
+#include "tests/coder/builders.h"
 #include "tests/coder/fake_model.h"
 #include "tests/support/workspace.h"
 
@@ -73,6 +75,22 @@ TEST_P(Vector, Python) {
     compile();
     ASSERT_EQ(coder_py::generate_code(folder_.text(), model_.get()), result_ok);
     compare(file(".py") / "zarn-pcoder", folder_.path() / "zarn-pcoder");
+}
+
+TEST_P(Vector, ProjectsBuildAndRunUnlessTheNotesSayOtherwise) {
+    if (!has_builders()) GTEST_SKIP() << "needs cc and python3";
+    compile();
+    ASSERT_EQ(coder_c::generate_code(folder_.text(), model_.get()), result_ok);
+    ASSERT_EQ(coder_py::generate_code(folder_.text(), model_.get()), result_ok);
+    const auto told = [&](zarn::language_t language, std::string_view what) {
+        const auto notes = zarn::find_notes(*model_, language);
+        return std::any_of(notes.begin(), notes.end(), [&](const auto& note) { return note.what == what; });
+    };
+    const auto python = zarn::language_t::python;
+    const outcome_t compiled = compile_c(folder_.path() / "zarn-ccoder");
+    EXPECT_EQ(compiled.status != 0, told(zarn::language_t::c, zarn::not_compiled)) << compiled.text;
+    const outcome_t parsed = parse_py(folder_.path() / "zarn-pcoder");
+    EXPECT_EQ(parsed.status != 0, told(python, zarn::not_parsed)) << parsed.text;
 }
 
 INSTANTIATE_TEST_SUITE_P(Models, Vector, testing::ValuesIn(models()),
