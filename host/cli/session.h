@@ -7,11 +7,13 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "IMetaModel.h"
 #include "PropertiesModel.h"
 #include "core/result.h"
+#include "host/cli/limits.h"
 
 namespace zarn {
 
@@ -71,25 +73,29 @@ public:
     Session& operator=(const Session&) = delete;
     ~Session();
 
-    /// Makes an empty model and loads the file, with the current folder set to the file's own. What the library says is
-    /// the result; a load that fails has told why on the console.
-    tessel::result_t load();
-    /// Applies --set.
-    void apply_settings();
-    /// Compiles what was loaded. A model whose closed loop would keep the library busy for ever fails with a message
-    /// that names the loop.
-    tessel::result_t compile();
-    /// `load`, `apply_settings`, `compile`; every problem ends the verb with a message.
-    void load_and_compile();
+    /// Makes an empty model and loads the file, with the current folder set to the file's own, then applies --set. What
+    /// the library says is the result; a load that fails has told why on the console. A file that would exhaust the
+    /// memory fails before.
+    tessel::result_t load(strictness_t strictness = strictness_t::sensible);
+    /// Compiles what was loaded. A closed loop that would keep the library busy for ever gives result_failure, and
+    /// `loop` names its blocks; `on_loop` is called with the model as it is when the loop is found.
+    tessel::result_t compile(const std::function<void()>& on_loop = {});
+    /// Refuses what load or compile came to, unless it is result_ok, with a message that names the blocks at fault.
+    void require(tessel::result_t result, std::string_view stage) const;
 
     tessel::IMetaModel& model() const { return *model_; }
+    std::shared_ptr<tessel::IMetaModel> shared_model() const { return model_; }
     tessel::PropertiesModel& properties() const { return *properties_; }
     const options_t& options() const { return options_; }
+    /// Absolute path of the model file.
+    const std::filesystem::path& file() const { return file_; }
     /// Null when the literal bridge is in use.
     Interpreter* interpreter() const { return interpreter_.get(); }
-    /// What the library wrote to the console and to the log since `load` began.
+    /// What the library wrote to the console and to the log since the last `load` began.
     const std::vector<std::string>& console() const { return console_; }
     const std::vector<std::string>& log() const { return log_; }
+    /// Paths of the blocks of a loop that `compile` met, each feeding the next.
+    const std::vector<std::string>& loop() const { return loop_.loop(); }
     /// While set, console texts are kept and not written to standard error.
     void set_console_silent(bool silent) { silent_ = silent; }
 
@@ -99,8 +105,16 @@ public:
     [[noreturn]] void refuse(std::string_view text) const;
 
 private:
+    void start_interpreter();
+    void run_workspace();
+    std::string locate(std::string_view scope) const;
+
     options_t options_;
+    std::filesystem::path file_;
+    std::vector<std::pair<std::string, double>> settings_;
     std::unique_ptr<Interpreter> interpreter_;
+    LoopGuard loop_;  // outlives the model, whose inputs it may feed
+    std::function<void()> at_zones_;
     std::shared_ptr<tessel::PropertiesModel> properties_;
     std::shared_ptr<tessel::IMetaModel> model_;
     std::vector<std::string> console_;
@@ -108,7 +122,11 @@ private:
     bool silent_ = false;
 };
 
-/// Dotted path of a block as users write it ("mainsys.motor.gain"), known after `compile`; before, "" .
-std::string path_of(const tessel::IMetaBlock& block);
+/// Dotted path of a block as users write it ("mainsys.motor.gain"), known once `compile` has begun; "" before.
+const std::string& path_of(const tessel::IMetaBlock& block);
+/// The path as the interpreter's scope.
+const std::string& python_path_of(const tessel::IMetaBlock& block);
+/// The path with the class, for messages: "mainsys.motor.gain (multiply)". Name and id stand in for a missing path.
+std::string shown(const tessel::IMetaBlock& block);
 
 }  // namespace zarn

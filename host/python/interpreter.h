@@ -8,12 +8,21 @@
 #include <string_view>
 #include <vector>
 
+#include "core/type.h"
+
 namespace zarn {
 
-/// A series as the command recorded it, for files that the interpreter writes.
-struct named_series_t {
+/// Values of one type that lie in memory one behind the other, for files that the interpreter writes.
+struct column_t {
     std::string name;
-    std::string path;
+    tessel::type_t type = tessel::type_flt64;
+    const void* data = nullptr;
+    std::size_t count = 0;
+};
+
+/// Values over times, to be drawn.
+struct curve_t {
+    std::string name;
     std::vector<double> times;
     std::vector<double> values;
 };
@@ -37,17 +46,21 @@ public:
     /// How a piece of workspace code ended.
     enum class ended_t { well, failed, interrupted };
     /// Runs a file in the workspace, with `__file__` set and its folder first among the places of modules. A failure
-    /// has written its traceback to standard error.
-    ended_t run_file(const std::filesystem::path& file);
+    /// has written its traceback to standard error; a file that cannot be read raises `std::runtime_error`.
+    ended_t run_file(const std::string& file);
     /// Runs statements in the workspace.
-    ended_t run_code(std::string_view code);
+    ended_t run_code(const std::string& code);
     /// Lets the user talk to the workspace until the end of input.
     void interact();
 
+    /// Writes the columns as an archive of arrays. Raises `std::runtime_error`.
+    void save_npz(const std::string& file, const std::vector<column_t>& columns);
+    /// Draws the curves into a picture, `form` "png" or "svg". Raises `std::runtime_error`.
+    void save_plot(const std::string& file, const std::string& form, const std::string& title,
+                   const std::vector<curve_t>& curves);
+
     /// Tells the bridge how to name a block in its messages: from a scope to the block's path.
     void set_locator(std::function<std::string(std::string_view scope)> locate);
-    /// Whether Ctrl-C ended an evaluation.
-    bool interrupted() const noexcept;
 
 private:
     struct impl_t;
