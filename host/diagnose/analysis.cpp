@@ -35,9 +35,8 @@ void sort_for_run(analysis_t& analysis) {
 void analyse(analysis_t& analysis, Report& report, const std::filesystem::path& model, const check_options_t& options) {
     graph_t& graph = analysis.graph;
     load_graph(graph, report, model);
-    if (options.ti) graph.ti = *options.ti;
-    if (options.tf) graph.tf = *options.tf;
-    if (options.ts) graph.ts = *options.ts;
+    for (const auto& [key, value] : options.settings)
+        (key == "ti" ? graph.ti : key == "tf" ? graph.tf : graph.ts) = value;
     if (graph.files.empty() || graph.files[0].json.is_discarded() || graph.files[0].json.is_null()) return;
 
     analysis.tiers = tiers_of(graph);

@@ -3,9 +3,9 @@
 
 #include <filesystem>
 #include <iosfwd>
-#include <optional>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "IMetaModel.h"
@@ -40,8 +40,8 @@ struct check_options_t {
     /// Whether the bridge in use is the one that a run will use: an expression that it refuses is an error then, and
     /// else one that was not looked at.
     bool final_bridge = false;
-    /// Settings that stand in for the model's own.
-    std::optional<double> ti, tf, ts;
+    /// Settings ("ti", "tf", "ts") that stand in for the model's own.
+    std::vector<std::pair<std::string, double>> settings;
     /// Whether a model without errors is given to the library as well, to see that both agree.
     bool confirm = false;
 };

@@ -193,17 +193,15 @@ void Loader::links(std::size_t file, std::size_t reference, const fresh_ids& ids
     else if (!found->is_null()) elements.emplace_back("/links", &*found);
 
     for (const auto& [pointer, value] : elements) {
-        tessel::PropertiesModel one;
-        bool well = true;
-        if (!check_link_values(report_, *value, file, pointer, weight)) {
-            if (reference != none) {  // the loader stops here
-                spoil(reference, report_.last());
-                return;
-            }
-            well = false;
+        bool refused = false;
+        const json kept = check_link_values(report_, *value, file, pointer, refused, weight);
+        if (refused && reference != none) {  // the loader stops here
+            spoil(reference, report_.last());
+            return;
         }
-        if (!well) continue;
-        one.import_json(json{{"links", json::array({*value})}}, true);
+        if (!value->is_object()) continue;
+        tessel::PropertiesModel one;
+        one.import_json(json{{"links", json::array({kept})}}, true);
         const auto& link = one.links.front();
         graph_.edges.push_back({fresh(link.srcId), fresh(link.dstId), link.srcPort, link.dstPort, file, pointer});
     }

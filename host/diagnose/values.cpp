@@ -172,7 +172,7 @@ json check_block_values(Report& report, const json& object, const tessel::class_
     return kept;
 }
 
-bool check_link_values(Report& report, const json& link, std::size_t file, const std::string& pointer,
+json check_link_values(Report& report, const json& link, std::size_t file, const std::string& pointer, bool& refused,
                        severity_t weight) {
     const auto read = [](const json& one) {
         tessel::PropertiesModel properties;
@@ -182,14 +182,17 @@ bool check_link_values(Report& report, const json& link, std::size_t file, const
         report.at_place("Z106", weight, file, pointer,
                         tessel::format("this link is {}, but must be an object", kind_of(link)),
                         "write an object with \"srcId\", \"dstId\", \"srcPort\" and \"dstPort\"");
-        return false;
+        refused = true;
+        return json::object();
     }
-    bool well = true;
+    refused = false;
+    json kept = link;
     for (const auto& [key, value] : link.items()) {
         const std::string place = pointer + segment(key);
         if (!readable(key, value, read)) {
             report_kind(report, weight, file, pointer, key, value, false, "link");
-            well = false;
+            kept.erase(key);
+            refused = true;
         } else if (key == "srcId" || key == "dstId") {
             check_integer(report, value, 0.0, highest_id, "link", key, file, place,
                           "write the id in decimal digits, without sign and fraction");
@@ -198,7 +201,7 @@ bool check_link_values(Report& report, const json& link, std::size_t file, const
                           "write the index of the port, from 0, or -1 for a subsystem's enable input");
         }
     }
-    return well;
+    return kept;
 }
 
 bool check_setting_values(Report& report, const json& settings, std::size_t file) {

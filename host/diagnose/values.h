@@ -15,11 +15,11 @@ inline constexpr std::int64_t most_ports = 1 << 20;
 nlohmann::json check_block_values(Report& report, const nlohmann::json& object, const tessel::class_row_t& row,
                                   std::size_t file, const std::string& pointer, bool& refused, severity_t weight);
 
-/// The same for a link. Returns whether the library can read it.
-bool check_link_values(Report& report, const nlohmann::json& link, std::size_t file, const std::string& pointer,
-                       severity_t weight);
+/// The same for a link.
+nlohmann::json check_link_values(Report& report, const nlohmann::json& link, std::size_t file,
+                                 const std::string& pointer, bool& refused, severity_t weight);
 
-/// The same for the "model" object.
+/// The same for the "model" object. Returns whether the library can read it.
 bool check_setting_values(Report& report, const nlohmann::json& settings, std::size_t file);
 
 /// "a number", "a text", "an object": what a JSON value is, for messages.
