@@ -78,7 +78,12 @@ std::vector<Point> beside(const Polyline& line, const Label& label) {
     const double w = label.box.w, h = label.box.h;
     for (std::size_t i = 1; i < line.size(); ++i) {
         const Rect r = around(line[i - 1], line[i]);
-        if (r.w >= r.h) {
+        if (r.w > 0.5 && r.h > 0.5) {  // a slanting piece
+            for (const double part : {0.5, 0.3, 0.7}) {
+                const Point p = line[i - 1] + (line[i] - line[i - 1]) * part;
+                poor.push_back({p.x + 4, p.y - h / 2});
+            }
+        } else if (r.w >= r.h) {
             auto& list = r.w >= w + 4 ? corners : poor;
             const bool forward = line[i].x >= line[i - 1].x;
             const double start = forward ? r.x + 4 : r.right() - 4 - w, end = forward ? r.right() - 6 - w : r.x + 6;

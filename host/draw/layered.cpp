@@ -226,6 +226,96 @@ private:
     std::vector<std::vector<std::size_t>> rows_;
 };
 
+/// Moves blocks up and down until wires are level.
+class Straightener {
+public:
+    Straightener(const LayoutGraph& graph, Positions& positions)
+        : graph_(graph), at_(positions), into_(positions.size()), from_(positions.size()), group_(positions.size()) {
+        for (std::size_t e = 0; e < graph.edges.size(); ++e) {
+            if (graph.edges[e].backward || graph.edges[e].from == graph.edges[e].to) continue;
+            into_[graph.edges[e].to].push_back(e);
+            from_[graph.edges[e].from].push_back(e);
+        }
+        for (std::size_t v = 0; v < positions.size(); ++v) {
+            group_[v].push_back(v);
+            order_.push_back(v);
+        }
+        // sources that feed one block only go where it goes
+        for (std::size_t v = 0; v < positions.size(); ++v)
+            if (into_[v].empty() && from_[v].size() == 1) group_[graph.edges[from_[v].front()].to].push_back(v);
+        std::ranges::stable_sort(order_, {}, [&](std::size_t v) { return positions[v].x; });
+    }
+
+    void sweep() {
+        for (const std::size_t v : order_) align(v, into_[v], 1, 300);
+        for (auto v = order_.rbegin(); v != order_.rend(); ++v) align(*v, from_[*v], -1, into_[*v].empty() ? 300 : 40);
+    }
+
+private:
+    static constexpr double never = 1e9;
+
+    /// How far the target of a wire has to move until the wire is level.
+    double gap(std::size_t edge) const {
+        const LayoutEdge& e = graph_.edges[edge];
+        const auto& out = graph_.nodes[e.from].output_y;
+        const auto& in = graph_.nodes[e.to].input_y;
+        if (e.output >= out.size() || e.input >= in.size() || in[e.input] < 0) return never;
+        return at_[e.from].y + out[e.output] - at_[e.to].y - in[e.input];
+    }
+
+    Rect room_of(std::size_t v, double move) const {
+        return {at_[v].x, at_[v].y + move, graph_.nodes[v].width, graph_.nodes[v].height};
+    }
+
+    using Group = std::span<const std::size_t>;
+
+    bool is_free(Group group, double move) const {
+        for (const std::size_t member : group) {
+            const Rect wanted = room_of(member, move).grown(8);
+            for (std::size_t o = 0; o < at_.size(); ++o)
+                if (std::ranges::find(group, o) == group.end() && wanted.overlaps(room_of(o, 0))) return false;
+        }
+        return true;
+    }
+
+    /// How far from level the wires of a block are when it moves with a group. What comes after it can follow, so
+    /// that its wires count less.
+    double slack(std::size_t v, Group group, double move) const {
+        double sum = 0;
+        for (const std::size_t e : into_[v]) {
+            const bool own = std::ranges::find(group, graph_.edges[e].from) != group.end();
+            if (const double g = gap(e); g != never) sum += std::abs(own ? g : g - move);
+        }
+        for (const std::size_t e : from_[v])
+            if (const double g = gap(e); g != never) sum += 0.5 * std::abs(g + move);
+        return sum;
+    }
+
+    void align(std::size_t v, const std::vector<std::size_t>& wires, double sign, double reach) {
+        const Group together(group_[v]), alone = together.first(1);
+        Group group = alone;
+        double best = 0, least = slack(v, alone, 0) - 0.1;
+        for (const std::size_t e : wires) {
+            const double move = gap(e) == never ? 0 : sign * gap(e);
+            if (move == 0 || std::abs(move) > reach) continue;
+            for (const Group tried : {together, alone}) {
+                const double left = slack(v, tried, move);
+                if (left >= least || !is_free(tried, move)) continue;
+                best = move;
+                least = left;
+                group = tried;
+            }
+        }
+        for (const std::size_t member : group) at_[member].y += best;
+    }
+
+    const LayoutGraph& graph_;
+    Positions& at_;
+    Adjacency into_, from_;
+    std::vector<std::vector<std::size_t>> group_;
+    std::vector<std::size_t> order_;
+};
+
 }  // namespace
 
 void turn_loops(LayoutGraph& graph) {
@@ -270,46 +360,9 @@ void turn_loops(LayoutGraph& graph) {
 Positions layered_layout(const LayoutGraph& graph) { return Layers(graph).place(); }
 
 void straighten(const LayoutGraph& graph, Positions& positions) {
-    const std::size_t n = graph.nodes.size();
-    if (n > 1500) return;
-    const auto room = [&](std::size_t v, double y) {
-        const Rect r{positions[v].x, y, graph.nodes[v].width, graph.nodes[v].height};
-        for (std::size_t o = 0; o < n; ++o) {
-            const Rect other{positions[o].x, positions[o].y, graph.nodes[o].width, graph.nodes[o].height};
-            if (o != v && r.grown(8).overlaps(other)) return false;
-        }
-        return true;
-    };
-    // how far the block at one end of a wire has to move until the wire is level
-    const auto gap = [&](const LayoutEdge& e) {
-        const auto& out = graph.nodes[e.from].output_y;
-        const auto& in = graph.nodes[e.to].input_y;
-        if (e.output >= out.size() || e.input >= in.size() || in[e.input] < 0) return 1e9;
-        return positions[e.from].y + out[e.output] - positions[e.to].y - in[e.input];
-    };
-    Adjacency into(n), from(n);
-    for (std::size_t e = 0; e < graph.edges.size(); ++e) {
-        if (graph.edges[e].backward || graph.edges[e].from == graph.edges[e].to) continue;
-        into[graph.edges[e].to].push_back(e);
-        from[graph.edges[e].from].push_back(e);
-    }
-    std::vector<std::size_t> order(n);
-    std::iota(order.begin(), order.end(), std::size_t{0});
-    std::ranges::stable_sort(order, {}, [&](std::size_t v) { return positions[v].x; });
-    const auto align = [&](std::size_t v, const std::vector<std::size_t>& wires, double sign) {
-        double best = 1e9;
-        for (const std::size_t e : wires) {
-            const double move = sign * gap(graph.edges[e]);
-            if (std::abs(move) < std::abs(best)) best = move;
-        }
-        if (std::abs(best) > 60 || best == 0 || !room(v, positions[v].y + best)) return;
-        positions[v].y += best;
-    };
-    for (int sweep = 0; sweep < 2; ++sweep) {
-        for (const std::size_t v : order) align(v, into[v], 1);
-        for (auto v = order.rbegin(); v != order.rend(); ++v)
-            if (into[*v].empty()) align(*v, from[*v], -1);
-    }
+    if (graph.nodes.size() > 1500) return;
+    Straightener straightener(graph, positions);
+    for (int sweep = 0; sweep < 3; ++sweep) straightener.sweep();
 }
 
 }  // namespace zarn::draw

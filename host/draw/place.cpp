@@ -112,6 +112,7 @@ void stretch(Page& page) {
         any = true;
     }
     if (!any) return;
+    page.stretched = true;
     across.settle();
     down.settle();
     for (Node& node : page.scene.nodes) {
@@ -147,9 +148,8 @@ bool usable(const Diagram& diagram, const Page& page) {
 }
 
 /// Moves the ends of a drawn line to the ports: where the first piece is meant to be level, its bend goes along.
-void snap(Polyline& bends, const Port& from, const Port& to) {
-    constexpr double near = 24;
-    const auto pull = [](Point& bend, const Point& port, Point out, const Point* next) {
+void snap(Polyline& bends, const Port& from, const Port& to, double near) {
+    const auto pull = [near](Point& bend, const Point& port, Point out, const Point* next) {
         const bool level = out.x != 0;
         const double off = level ? bend.y - port.y : bend.x - port.x;
         if (off == 0 || std::abs(off) > near) return;
@@ -234,7 +234,6 @@ bool place_as_drawn(const Diagram& diagram, Page& page) {
         for (Point& bend : page.bends.back()) bend = bend * k;
     }
     stretch(page);
-    page.drawn = true;
     return true;
 }
 
@@ -303,7 +302,7 @@ void place_ports(Page& page) {
     for (std::size_t i = 0; i < page.links.size(); ++i) {
         const PageLink& link = page.links[i];
         snap(page.bends[i], page.scene.nodes[link.from].outputs[link.output],
-             page.scene.nodes[link.to].inputs[link.input]);
+             page.scene.nodes[link.to].inputs[link.input], page.stretched ? 1e9 : 24);
     }
 }
 

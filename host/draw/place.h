@@ -25,7 +25,7 @@ struct Page {
     Scene scene;
     std::vector<PageLink> links;
     std::vector<Polyline> bends;                       ///< of `links`, in pixels
-    bool drawn = false;                                ///< whether the file's positions are used
+    bool stretched = false;                            ///< the file's positions have been moved apart
 };
 
 /// Puts blocks where the file has them, enlarged alike when they are small. False when the file has no usable

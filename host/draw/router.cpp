@@ -13,7 +13,7 @@ constexpr double pitch = 9;         // between free lines of the grid
 constexpr double margin = 9;        // that wires keep from blocks
 constexpr double frame = 54;        // free space around everything
 constexpr double in_margin = 6;     // factors on the length: close to a block,
-constexpr double in_text = 3;       // across a text,
+constexpr double in_text = 7;       // across a text,
 constexpr double in_block = 60;     // through a block
 constexpr float bend_cost = 22;
 constexpr float cross_cost = 14;
@@ -91,10 +91,9 @@ public:
         level_owner_.assign(size(), nobody);
         upright_owner_.assign(size(), nobody);
         vertices_.assign(size(), {});
-        for (const Rect& text : area.texts) weigh(text, in_text);
+        for (const Rect& text : area.texts) weigh(text.grown(2.5), in_text);
         for (const Rect& block : area.blocks) weigh(block.grown(margin - 0.5), in_margin);
         for (const Rect& block : area.blocks) weigh(block.grown(-0.5), in_block);
-        for (const Polyline& line : area.fixed) occupy(line, several);
     }
 
     std::size_t size() const { return xs_.size() * ys_.size(); }
@@ -183,6 +182,13 @@ private:
         for (const Net& net : nets) {
             add(net.source);
             for (const Terminal& target : net.targets) add(target);
+            for (const Polyline& line : net.fixed) {
+                for (const Point p : line) {
+                    all = all.joined({p.x, p.y, 0, 0});
+                    x.push_back(p.x);
+                    y.push_back(p.y);
+                }
+            }
         }
         all = all.grown(frame);
         xs_ = lines_between(all.x, all.right(), std::move(x));
@@ -312,6 +318,7 @@ std::vector<Point> joints_of(const std::vector<Polyline>& routes) {
     std::vector<Point> candidates;
     for (const Polyline& route : routes) {
         for (std::size_t i = 1; i < route.size(); ++i) {
+            if (route[i].x != route[i - 1].x && route[i].y != route[i - 1].y) continue;
             pieces.emplace_back(route[i - 1], route[i]);
             candidates.push_back(route[i - 1]);
         }
@@ -367,6 +374,7 @@ public:
             for (const std::size_t n : order) lay_plainly(nets_[n]);
             return;
         }
+        for (const std::size_t n : order) occupy_fixed(n);
         Search search(grid_);
         for (const std::size_t n : order) lay(n, search);
         // once more, with everybody else's wires known
@@ -374,6 +382,7 @@ public:
         for (const std::size_t n : order) {
             if (search.visits() > most_visits / 2) break;
             grid_.vacate(static_cast<std::int32_t>(n));
+            occupy_fixed(n);
             lay(n, search);
         }
     }
@@ -382,6 +391,23 @@ private:
     static void lay_plainly(Net& net) {
         net.routes.clear();
         for (const Terminal& target : net.targets) net.routes.push_back(plain_route(net.source, target));
+    }
+
+    void occupy_fixed(std::size_t n) {
+        for (const Polyline& line : nets_[n].fixed) grid_.occupy(line, static_cast<std::int32_t>(n));
+    }
+
+    /// The grid points along the wires that a person has drawn.
+    void add_fixed(const Net& net, std::vector<Search::Start>& tree) const {
+        for (const Polyline& line : net.fixed) {
+            for (std::size_t i = 2; i < line.size(); ++i) {
+                const Direction d = direction_of(line[i] - line[i - 1]);
+                const std::size_t end = grid_.vertex_at(line[i]);
+                if (std::abs(line[i].x - line[i - 1].x) > 0.5 && std::abs(line[i].y - line[i - 1].y) > 0.5) continue;
+                for (std::size_t v = grid_.vertex_at(line[i - 1]); v != end && v != grid_.size(); v = grid_.neighbour(v, d))
+                    tree.push_back({v, any, bend_cost * 0.4f});
+            }
+        }
     }
 
     void lay(std::size_t n, Search& search) {
@@ -396,6 +422,7 @@ private:
 
         const std::size_t door = grid_.entry(net.source);
         std::vector<Search::Start> tree{{door, direction_of(net.source.out), 0}};
+        add_fixed(net, tree);
         for (const std::size_t i : order) {
             const Terminal& target = net.targets[i];
             const std::size_t goal = grid_.entry(target);
@@ -413,7 +440,9 @@ private:
             way.push_back(target.at);
             net.routes[i] = simplified(way);
         }
-        net.joints = joints_of(net.routes);
+        std::vector<Polyline> all = net.routes;
+        all.insert(all.end(), net.fixed.begin(), net.fixed.end());
+        net.joints = joints_of(all);
     }
 
     /// A level line between two ports that face each other with nothing in between.

@@ -17,14 +17,14 @@ struct Terminal {
 struct Net {
     Terminal source;
     std::vector<Terminal> targets;
+    std::vector<Polyline> fixed;   ///< further wires, which a person has drawn
     std::vector<Polyline> routes;  ///< filled by `route`: one for each target, from where it leaves the net
     std::vector<Point> joints;     ///< filled by `route`: where wires of the net part
 };
 
 struct RoutingArea {
-    std::vector<Rect> blocks;    ///< never crossed where there is another way
-    std::vector<Rect> texts;     ///< crossed only when the way around is long
-    std::vector<Polyline> fixed; ///< wires that a person has drawn
+    std::vector<Rect> blocks;  ///< never crossed where there is another way
+    std::vector<Rect> texts;   ///< crossed only when the way around is long
 };
 
 /// Routes all nets. Above a certain size of the drawing, wires are laid without looking at what is in their way.

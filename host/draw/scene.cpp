@@ -219,22 +219,23 @@ private:
             const PageLink& link = page.links[i];
             const Port& out = page.scene.nodes[link.from].outputs[link.output];
             const Port& in = page.scene.nodes[link.to].inputs[link.input];
-            if (!page.bends[i].empty()) {
-                Polyline path{out.at};
-                path.insert(path.end(), page.bends[i].begin(), page.bends[i].end());
-                path.push_back(in.at);
-                area.fixed.push_back(path);
-                page.scene.wires.push_back(wire_of(link, simplified(path)));
-                wire_links_.push_back(link.link);
-                continue;
-            }
             const auto [entry, added] = by_output.emplace(std::pair(link.from, link.output), nets.size());
             if (added) {
-                nets.push_back({{out.at, out.out}, {}, {}, {}});
+                nets.push_back({{out.at, out.out}, {}, {}, {}, {}});
                 members.emplace_back();
             }
-            nets[entry->second].targets.push_back({in.at, in.out});
-            members[entry->second].push_back(i);
+            Net& net = nets[entry->second];
+            if (page.bends[i].empty()) {
+                net.targets.push_back({in.at, in.out});
+                members[entry->second].push_back(i);
+                continue;
+            }
+            Polyline path{out.at};
+            path.insert(path.end(), page.bends[i].begin(), page.bends[i].end());
+            path.push_back(in.at);
+            net.fixed.push_back(simplified(path));
+            page.scene.wires.push_back(wire_of(link, net.fixed.back()));
+            wire_links_.push_back(link.link);
         }
         route(area, nets);
         for (std::size_t n = 0; n < nets.size(); ++n) {

@@ -322,7 +322,8 @@ private:
         const Rect b = n.bounds();
         const auto rows = static_cast<double>(std::max(n.inputs.size(), n.outputs.size()));
         const double beside = widest(n.inputs) + widest(n.outputs);
-        return rows > 0 && b.h / rows >= 8 && b.w >= beside + (n.symbol.shape == Shape::frame ? 6 : 12);
+        const double center = std::min(text_width(n.symbol.text, text_size), 16.0) + 12;
+        return rows > 0 && b.h / rows >= 8 && b.w >= beside + (n.symbol.shape == Shape::frame ? 6 : center);
     }
 
     void ports(const Node& n, const Block& block) {
@@ -340,7 +341,7 @@ private:
     void port_name(const Node& n, const Block& block, const Port& port) {
         const bool circle = n.symbol.shape == Shape::circle;
         if (port.label.empty() || (!circle && !port.broken && !shows_port_names(n))) return;
-        const double inside = circle ? std::min(n.box.w, n.box.h) * 0.26 : 5;
+        const double inside = circle ? std::min(n.box.w, n.box.h) * 0.26 : n.symbol.shape == Shape::frame ? 7 : 5;
         const Point at = port.at - port.out * inside;
         const char* anchor = circle || port.out.x == 0 ? "middle" : port.out.x < 0 ? "start" : "end";
         const double size = circle ? std::clamp(n.box.w * 0.36, 7.0, 13.0) : port_text_size;

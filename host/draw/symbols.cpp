@@ -158,6 +158,7 @@ std::string caption(const Block& block) {
         {"sqrt", "\xE2\x88\x9Au"},
         {"subtract", "\xCE\xA3"},
         {"display", ""},
+        {"subsys", ""},
     };
     if (const auto found = fixed.find(block.class_name); found != fixed.end()) return found->second;
     if (block.is("constant") || block.is("from_workspace")) return block.parameter("expression");
