@@ -1,19 +1,51 @@
-#include "blocks/table.h"
+// abs: absolute value of a signal.
+//
+//   y = |u|
+//
+// Inputs     0: u                                any type; integers and bool are computed in double and cut back,
+//                                                integers beyond 2^53 are rounded on the way
+// Output     0: y                                type of u
+// State      none
+#include <cmath>
+
+#include "blocks/unary.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
 
+// ---- what it computes
+struct Magnitude {
+    static double of(double u) noexcept { return std::fabs(u); }
+    static float of(float u) noexcept { return std::fabs(u); }
+};
+
+// ---- run time
+template <class T>
+using AbsOf = Unary<Magnitude, T>;
+
+constexpr auto table = kernel_table<AbsOf, value_types>();
+static_assert(table.size() == 11);
+
+// ---- design level: runnable, generated text
 class Abs final : public MetaBlock {
 public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("abs"); }
     const char* class_name() const noexcept override { return "abs"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    result_t code_step_c(sys::File& file, const char* prefix) override {
+        write_step_c(file, 0, "{:s} = std::abs({:s});\n", own_port(prefix), in_value(prefix, 0));
+        return result_ok;
+    }
+    result_t code_step_py(sys::File& file, const char* prefix) override {
+        write_step_py(file, 0, "{:s} = abs({:s})\n", own_port(prefix), in_value(prefix, 0));
+        return result_ok;
+    }
 };
 
 }  // namespace
 
-const block_entry_t abs_entry{create_block<Abs>, {}};
+const block_entry_t abs_entry{create_block<Abs>, table};
 
 }  // namespace tessel

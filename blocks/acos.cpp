@@ -1,19 +1,50 @@
-#include "blocks/table.h"
+// acos: arc cosine of a signal.
+//
+//   y = acos(u)                y in radians, 0 to pi; not-a-number where u is outside -1 to 1
+//
+// Inputs     0: u                                any type; integers and bool are computed in double and cut back
+// Output     0: y                                type of u
+// State      none
+#include <cmath>
+
+#include "blocks/unary.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
 
+// ---- what it computes
+struct ArcCosine {
+    static double of(double u) noexcept { return std::acos(u); }
+    static float of(float u) noexcept { return std::acos(u); }
+};
+
+// ---- run time
+template <class T>
+using AcosOf = Unary<ArcCosine, T>;
+
+constexpr auto table = kernel_table<AcosOf, value_types>();
+static_assert(table.size() == 11);
+
+// ---- design level: runnable, generated text
 class Acos final : public MetaBlock {
 public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("acos"); }
     const char* class_name() const noexcept override { return "acos"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    result_t code_step_c(sys::File& file, const char* prefix) override {
+        write_step_c(file, 0, "{:s} = acos({:s});\n", own_port(prefix), in_value(prefix, 0));
+        return result_ok;
+    }
+    result_t code_step_py(sys::File& file, const char* prefix) override {
+        write_step_py(file, 0, "{:s} = math.acos({:s})\n", own_port(prefix), in_value(prefix, 0));
+        return result_ok;
+    }
 };
 
 }  // namespace
 
-const block_entry_t acos_entry{create_block<Acos>, {}};
+const block_entry_t acos_entry{create_block<Acos>, table};
 
 }  // namespace tessel

@@ -1,19 +1,50 @@
-#include "blocks/table.h"
+// asin: arc sine of a signal.
+//
+//   y = asin(u)                y in radians, -pi/2 to pi/2; not-a-number where u is outside -1 to 1
+//
+// Inputs     0: u                                any type; integers and bool are computed in double and cut back
+// Output     0: y                                type of u
+// State      none
+#include <cmath>
+
+#include "blocks/unary.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
 
+// ---- what it computes
+struct ArcSine {
+    static double of(double u) noexcept { return std::asin(u); }
+    static float of(float u) noexcept { return std::asin(u); }
+};
+
+// ---- run time
+template <class T>
+using AsinOf = Unary<ArcSine, T>;
+
+constexpr auto table = kernel_table<AsinOf, value_types>();
+static_assert(table.size() == 11);
+
+// ---- design level: runnable, generated text
 class Asin final : public MetaBlock {
 public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("asin"); }
     const char* class_name() const noexcept override { return "asin"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    result_t code_step_c(sys::File& file, const char* prefix) override {
+        write_step_c(file, 0, "{:s} = asin({:s});\n", own_port(prefix), in_value(prefix, 0));
+        return result_ok;
+    }
+    result_t code_step_py(sys::File& file, const char* prefix) override {
+        write_step_py(file, 0, "{:s} = math.asin({:s})\n", own_port(prefix), in_value(prefix, 0));
+        return result_ok;
+    }
 };
 
 }  // namespace
 
-const block_entry_t asin_entry{create_block<Asin>, {}};
+const block_entry_t asin_entry{create_block<Asin>, table};
 
 }  // namespace tessel

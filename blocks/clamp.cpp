@@ -1,19 +1,65 @@
+// clamp: limits a signal to a range.
+//
+//   y = hi  where u > hi
+//       lo  where lo > u
+//       u   elsewhere          (not-a-number passes; lo above hi is not checked)
+//
+// Inputs     0: u   1: lo   2: hi                u of any type; bounds of any type not ranked above u's, converted to
+// it Output     0: y                                type of u State      none
 #include "blocks/table.h"
+#include "core/convert.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
 
+// ---- what it computes
+template <class T>
+T limit(T u, T lo, T hi) noexcept {
+    return u > hi ? hi : lo > u ? lo : u;
+}
+
+// ---- run time
+template <class T, class Lo, class Hi>
+struct Limit {
+    using in = inputs<T, Lo, Hi>;
+    using out = outputs<T>;
+    static constexpr bool accepted = type_of<Lo> <= type_of<T> && type_of<Hi> <= type_of<T>;
+    static T eval(T u, Lo lo, Hi hi) noexcept { return limit<T>(u, convert<T>(lo), convert<T>(hi)); }
+};
+
+constexpr auto table = kernel_table<Limit, value_types, value_types, value_types>();
+static_assert(table.size() == 506);
+
+// ---- design level: type rule, runnable, generated text
 class Clamp final : public MetaBlock {
 public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("clamp"); }
     const char* class_name() const noexcept override { return "clamp"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+
+    result_t calculate_type() override {
+        const result_t result = MetaBlock::calculate_type();
+        outputs_[0].set_type(inputs_[0].type());
+        return result;
+    }
+
+    result_t code_step_c(sys::File& file, const char* prefix) override {
+        const std::string u = in_value(prefix, 0), lo = in_value(prefix, 1), hi = in_value(prefix, 2);
+        write_step_c(file, 0, "{:s} = {:s} > {:s} ? {:s} : ({:s} < {:s} ? {:s} : {:s});\n", own_port(prefix), u, hi, hi,
+                     u, lo, lo, u);
+        return result_ok;
+    }
+    result_t code_step_py(sys::File& file, const char* prefix) override {
+        write_step_py(file, 0, "{:s} = max({:s}, min({:s}, {:s}))\n", own_port(prefix), in_value(prefix, 1),
+                      in_value(prefix, 0), in_value(prefix, 2));
+        return result_ok;
+    }
 };
 
 }  // namespace
 
-const block_entry_t clamp_entry{create_block<Clamp>, {}};
+const block_entry_t clamp_entry{create_block<Clamp>, table};
 
 }  // namespace tessel

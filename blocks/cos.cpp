@@ -1,19 +1,50 @@
-#include "blocks/table.h"
+// cos: cosine of a signal.
+//
+//   y = cos(u)                 u in radians
+//
+// Inputs     0: u                                any type; integers and bool are computed in double and cut back
+// Output     0: y                                type of u
+// State      none
+#include <cmath>
+
+#include "blocks/unary.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
 
+// ---- what it computes
+struct Cosine {
+    static double of(double u) noexcept { return std::cos(u); }
+    static float of(float u) noexcept { return std::cos(u); }
+};
+
+// ---- run time
+template <class T>
+using CosOf = Unary<Cosine, T>;
+
+constexpr auto table = kernel_table<CosOf, value_types>();
+static_assert(table.size() == 11);
+
+// ---- design level: runnable, generated text
 class Cos final : public MetaBlock {
 public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("cos"); }
     const char* class_name() const noexcept override { return "cos"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    result_t code_step_c(sys::File& file, const char* prefix) override {
+        write_step_c(file, 0, "{:s} = cos({:s});\n", own_port(prefix), in_value(prefix, 0));
+        return result_ok;
+    }
+    result_t code_step_py(sys::File& file, const char* prefix) override {
+        write_step_py(file, 0, "{:s} = math.cos({:s})\n", own_port(prefix), in_value(prefix, 0));
+        return result_ok;
+    }
 };
 
 }  // namespace
 
-const block_entry_t cos_entry{create_block<Cos>, {}};
+const block_entry_t cos_entry{create_block<Cos>, table};
 
 }  // namespace tessel

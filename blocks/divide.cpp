@@ -1,19 +1,55 @@
-#include "blocks/table.h"
+// divide: quotient of two signals.
+//
+//   y = u0 / u1                integers truncate toward zero
+//   y = 0                      where u1 = 0, integers only: floats give an infinity or not-a-number
+//
+// Inputs     0: u0   1: u1                       any types; computed in their common type
+// Output     0: y                                higher type of the two; narrow integers wrap, bool is "not 0"
+// State      none
+//
+// The lowest int32 or int64 over -1 is the processor's divide fault and ends the process.
+#include "blocks/arithmetic.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
 
-class Divide final : public MetaBlock {
+// ---- what it computes
+template <class C>
+C quotient(C a, C b) noexcept {
+    if constexpr (std::is_integral_v<C>) {
+        if (b == 0) return 0;
+    }
+    return a / b;
+}
+
+// ---- run time
+template <class A, class B>
+struct Divide2 {
+    using in = inputs<A, B>;
+    using out = outputs<highest<A, B>>;
+    static highest<A, B> eval(A a, B b) noexcept {
+        using C = common<A, B>;
+        return narrowed<highest<A, B>>(quotient<C>(operand<C>(a), operand<C>(b)));
+    }
+};
+
+constexpr auto table = kernel_table<Divide2, value_types, value_types>();
+static_assert(table.size() == 121);
+
+// ---- design level: runnable, generated text
+class Divide final : public Arithmetic {
 public:
-    using MetaBlock::MetaBlock;
+    using Arithmetic::Arithmetic;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("divide"); }
     const char* class_name() const noexcept override { return "divide"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    result_t code_step_c(sys::File& file, const char* prefix) override { return write_terms_c(file, prefix, " /"); }
+    result_t code_step_py(sys::File& file, const char* prefix) override { return write_terms_py(file, prefix, " /"); }
 };
 
 }  // namespace
 
-const block_entry_t divide_entry{create_block<Divide>, {}};
+const block_entry_t divide_entry{create_block<Divide>, table};
 
 }  // namespace tessel

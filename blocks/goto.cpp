@@ -1,4 +1,11 @@
-#include "blocks/table.h"
+// goto: sends a signal to the from block with the same target, without a drawn line. A drawing device: compile replaces
+// the pair by a direct link and takes both out of the model.
+//
+// Inputs     0: u
+// Outputs    none
+// Parameters target          the name that joins the pair
+// State      none
+#include "framework/MetaBlock.h"
 #include "framework/entries.h"
 
 namespace tessel {

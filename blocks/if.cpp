@@ -1,19 +1,51 @@
+// if: one of two signals, by a condition.
+//
+//   y = u1  where u0
+//       u2  elsewhere
+//
+// Inputs     0: u0 (bool)   1: u1   2: u2        u1 and u2 of one type
+// Output     0: y                                type of u1
+// State      none
+//
+// Generated code names u2 for both choices.
 #include "blocks/table.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
 
+// ---- what it computes, at run time
+template <class T>
+struct Choice {
+    using in = inputs<bool, T, T>;
+    using out = outputs<T>;
+    static T eval(bool condition, T first, T second) noexcept { return condition ? first : second; }
+};
+
+constexpr auto table = kernel_table<Choice, value_types>();
+static_assert(table.size() == 11);
+
+// ---- design level: runnable, generated text
 class If final : public MetaBlock {
 public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("if"); }
     const char* class_name() const noexcept override { return "if"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    result_t code_step_c(sys::File& file, const char* prefix) override {
+        const std::string condition = in_value(prefix, 0), second = in_value(prefix, 2);
+        write_step_c(file, 0, "{} = {} ? {} : {};\n", own_port(prefix), condition, second, second);
+        return result_ok;
+    }
+    result_t code_step_py(sys::File& file, const char* prefix) override {
+        const std::string condition = in_value(prefix, 0), second = in_value(prefix, 2);
+        write_step_py(file, 0, "{} = {} if {} else {}\n", own_port(prefix), second, condition, second);
+        return result_ok;
+    }
 };
 
 }  // namespace
 
-const block_entry_t if_entry{create_block<If>, {}};
+const block_entry_t if_entry{create_block<If>, table};
 
 }  // namespace tessel

@@ -1,19 +1,107 @@
-#include "blocks/table.h"
+// inport: where a signal enters a model or a subsystem.
+//
+//   y = u
+//
+// Inputs     0: u            fed through the subsystem; at the top level by the host, which writes the value cell
+// Output     0: y            type of u; flt64 where nothing feeds u
+// Parameters portNumber      the input of the enclosing subsystem that this block stands for
+// State      none
+//
+// Generated code reads the column of the data file that has the block's name, inside a subsystem too: what feeds the
+// block there is not used.
+#include "blocks/pass_through.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
 
+// ---- run time
+constexpr auto table = kernel_table<PassThrough, value_types>();
+static_assert(table.size() == 11);
+
+// ---- design level: type rule, runnable, generated text
 class Inport final : public MetaBlock {
 public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("inport"); }
     const char* class_name() const noexcept override { return "inport"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+    bool has_all_sources() const noexcept override { return parent_id() == 0 || is_fed(); }
+    result_t calculate_type() override;
+    std::int8_t calculate_zone() noexcept override;
+    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    result_t code_struct_c(sys::File& file) override;
+    result_t code_struct_py(sys::File& file) override;
+    result_t code_init_c(sys::File& file, const char* prefix) override;
+    result_t code_init_py(sys::File& file, const char* prefix) override;
+    result_t code_step_c(sys::File& file, const char* prefix) override;
+    result_t code_step_py(sys::File& file, const char* prefix) override;
+
+private:
+    bool is_fed() const noexcept { return inputs_[0].source_block() != nullptr; }
 };
+
+result_t Inport::calculate_type() {
+    if (is_fed()) return MetaBlock::calculate_type();
+    inputs_[0].set_type_if_unset(type_flt64);
+    outputs_[0].set_type_if_unset(type_flt64);
+    return result_ok;
+}
+
+std::int8_t Inport::calculate_zone() noexcept {
+    if (is_fed()) return MetaBlock::calculate_zone();
+    zone_ = 0;
+    return 0;
+}
+
+result_t Inport::code_struct_c(sys::File& file) {
+    file.print("typedef struct\n{{\n");
+    write_indented(1, file, "{} port0;\n", c_type(outputs_[0]));
+    write_indented(1, file, "unsigned int index;\n");
+    file.print("}} {};\n\n", struct_name());
+    return result_ok;
+}
+
+result_t Inport::code_struct_py(sys::File& file) {
+    file.print("class inport_t:\n");
+    write_indented(1, file, "def __init__(self):\n");
+    write_indented(2, file, "self.port0 = 0\n");
+    write_indented(2, file, "self.index = 0\n\n");
+    return result_ok;
+}
+
+result_t Inport::code_init_c(sys::File& file, const char* prefix) {
+    const std::string own = own_state(prefix);
+    write_indented(1, file, "{}.index = find_token(FILE_INPUT_TOKENS, \"{}\");\n", own, name());
+    write_indented(1, file, "if ({}.index == 0)\n", own);
+    write_indented(1, file, "{{\n");
+    write_indented(2, file, "return -1;\n");
+    write_indented(1, file, "}}\n");
+    return result_ok;
+}
+
+result_t Inport::code_init_py(sys::File& file, const char* prefix) {
+    const std::string own = own_state(prefix);
+    write_indented(2, file, "try:\n");
+    write_indented(3, file, "{}.index = header_input.index(\"{}\")\n", own, name());
+    write_indented(2, file, "except:\n");
+    write_indented(3, file, "{}.index = 0\n", own);
+    return result_ok;
+}
+
+result_t Inport::code_step_c(sys::File& file, const char* prefix) {
+    const std::string own = own_state(prefix);
+    write_step_c(file, 0, "{}.port0 = strtod(FILE_INPUT_TOKENS[{}.index], NULL);\n", own, own);
+    return result_ok;
+}
+
+result_t Inport::code_step_py(sys::File& file, const char* prefix) {
+    const std::string own = own_state(prefix);
+    write_step_py(file, 0, "{}.port0 = float(buffer_input[{}.index])\n", own, own);
+    return result_ok;
+}
 
 }  // namespace
 
-const block_entry_t inport_entry{create_block<Inport>, {}};
+const block_entry_t inport_entry{create_block<Inport>, table};
 
 }  // namespace tessel

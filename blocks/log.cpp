@@ -1,19 +1,50 @@
-#include "blocks/table.h"
+// log: natural logarithm of a signal.
+//
+//   y = ln(u)                  -infinity where u = 0, not-a-number where u < 0
+//
+// Inputs     0: u                                any type; integers and bool are computed in double and cut back
+// Output     0: y                                type of u
+// State      none
+#include <cmath>
+
+#include "blocks/unary.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
 
+// ---- what it computes
+struct Logarithm {
+    static double of(double u) noexcept { return std::log(u); }
+    static float of(float u) noexcept { return std::log(u); }
+};
+
+// ---- run time
+template <class T>
+using LogOf = Unary<Logarithm, T>;
+
+constexpr auto table = kernel_table<LogOf, value_types>();
+static_assert(table.size() == 11);
+
+// ---- design level: runnable, generated text
 class Log final : public MetaBlock {
 public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("log"); }
     const char* class_name() const noexcept override { return "log"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    result_t code_step_c(sys::File& file, const char* prefix) override {
+        write_step_c(file, 0, "{} = log({});\n", own_port(prefix), in_value(prefix, 0));
+        return result_ok;
+    }
+    result_t code_step_py(sys::File& file, const char* prefix) override {
+        write_step_py(file, 0, "{} = math.log({})\n", own_port(prefix), in_value(prefix, 0));
+        return result_ok;
+    }
 };
 
 }  // namespace
 
-const block_entry_t log_entry{create_block<Log>, {}};
+const block_entry_t log_entry{create_block<Log>, table};
 
 }  // namespace tessel

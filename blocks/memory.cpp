@@ -1,19 +1,59 @@
-#include "blocks/table.h"
+// memory: delays a signal by one step.
+//
+//   y(t) = u(t - ts)
+//
+// Inputs     0: u      any type
+// Output     0: y      type of u
+// State      the input cell: the block runs ahead of its source, so what it reads is the source's value of the last
+//            step; y = u; 0 before the first step
+#include "blocks/pass_through.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
 
+// ---- run time
+constexpr auto table = kernel_table<PassThrough, value_types>();
+static_assert(table.size() == 11);
+
+// ---- design level: zone, runnable, generated text
 class Memory final : public MetaBlock {
 public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("memory"); }
     const char* class_name() const noexcept override { return "memory"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+
+    // Ahead of its source whatever that is: this is the whole delay, and it lets the block close a loop.
+    std::int8_t calculate_zone() noexcept override {
+        zone_ = 0;
+        return 0;
+    }
+
+    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+
+    result_t code_init_c(sys::File& file, const char* prefix) override {
+        write_indented(1, file, "{} = 0;\n", own_port(prefix));
+        return result_ok;
+    }
+
+    result_t code_init_py(sys::File& file, const char* prefix) override {
+        write_indented(2, file, "{} = 0\n", own_port(prefix));
+        return result_ok;
+    }
+
+    result_t code_step_c(sys::File& file, const char* prefix) override {
+        write_step_c(file, 0, "{} = {};\n", own_port(prefix), in_value(prefix, 0));
+        return result_ok;
+    }
+
+    result_t code_step_py(sys::File& file, const char* prefix) override {
+        write_step_py(file, 0, "{} = {}\n", own_port(prefix), in_value(prefix, 0));
+        return result_ok;
+    }
 };
 
 }  // namespace
 
-const block_entry_t memory_entry{create_block<Memory>, {}};
+const block_entry_t memory_entry{create_block<Memory>, table};
 
 }  // namespace tessel

@@ -1,19 +1,83 @@
-#include "blocks/table.h"
+// mod: remainder of a division, with the sign of the dividend.
+//
+//   y = u0 - u1 * trunc(u0 / u1)
+//   y = 0                      where u1 = 0, integers only: floats give not-a-number
+//
+// Inputs     0: u0   1: u1                       any types, bool is taken as uint8; computed in their common type
+// Output     0: y                                higher type of the two; integers pass through double, which rounds
+//                                                remainders beyond 2^53
+// State      none
+//
+// The lowest int32 or int64 modulo -1 is the processor's divide fault and ends the process.
+#include <cmath>
+
+#include "blocks/arithmetic.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
+
+// ---- what it computes
+template <class C>
+auto remainder_of(C a, C b) noexcept {
+    if constexpr (std::is_floating_point_v<C>) return std::fmod(a, b);
+    else return b == 0 ? 0.0 : convert<double>(static_cast<C>(a % b));
+}
+
+// ---- run time
+template <class A, class B>
+struct Mod2 {
+    using in = inputs<A, B>;
+    using out = outputs<highest<A, B>>;
+    static constexpr bool accepted = !std::is_same_v<A, bool> && !std::is_same_v<B, bool>;
+    static highest<A, B> eval(A a, B b) noexcept {
+        using C = common<A, B>;
+        return narrowed<highest<A, B>>(remainder_of<C>(operand<C>(a), operand<C>(b)));
+    }
+};
+
+constexpr auto table = kernel_table<Mod2, value_types, value_types>();
+static_assert(table.size() == 100);
+
+// ---- design level: type rule, runnable, generated text
+void bool_to_uint8(port_t& port) {
+    if (port.type() == type_bool) port.set_type(type_uint8);
+}
 
 class Mod final : public MetaBlock {
 public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("mod"); }
     const char* class_name() const noexcept override { return "mod"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+
+    result_t calculate_type() override {
+        const result_t result = MetaBlock::calculate_type();
+        bool_to_uint8(inputs_[0]);
+        bool_to_uint8(inputs_[1]);
+        bool_to_uint8(outputs_[0]);
+        return result;
+    }
+
+    result_t code_step_c(sys::File& file, const char* prefix) override {
+        const std::string y = own_port(prefix), u0 = in_value(prefix, 0), u1 = in_value(prefix, 1);
+        switch (outputs_[0].type()) {
+            case type_flt32: write_step_c(file, 0, "{:s} = fmodf({:s}, {:s});\n", y, u0, u1); break;
+            case type_flt64: write_step_c(file, 0, "{:s} = fmod({:s}, {:s});\n", y, u0, u1); break;
+            default: write_step_c(file, 0, "{:s} = {:s} % {:s};\n", y, u0, u1); break;
+        }
+        return result_ok;
+    }
+
+    result_t code_step_py(sys::File& file, const char* prefix) override {
+        write_step_py(file, 0, "{:s} = math.fmod({:s}, {:s})\n", own_port(prefix), in_value(prefix, 0),
+                      in_value(prefix, 1));
+        return result_ok;
+    }
 };
 
 }  // namespace
 
-const block_entry_t mod_entry{create_block<Mod>, {}};
+const block_entry_t mod_entry{create_block<Mod>, table};
 
 }  // namespace tessel

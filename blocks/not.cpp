@@ -1,19 +1,47 @@
+// not: logical negation of a signal.
+//
+//   y = 1   where u = 0
+//       0   elsewhere          (not-a-number is not 0)
+//
+// Inputs     0: u                                bool as created; runs with any type
+// Output     0: y                                type of u
+// State      none
 #include "blocks/table.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
 
+// ---- what it computes, at run time
+template <class T>
+struct Negation {
+    using in = inputs<T>;
+    using out = outputs<T>;
+    static T eval(T u) noexcept { return u == T{0} ? T{1} : T{0}; }
+};
+
+constexpr auto table = kernel_table<Negation, value_types>();
+static_assert(table.size() == 11);
+
+// ---- design level: runnable, generated text
 class Not final : public MetaBlock {
 public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("not"); }
     const char* class_name() const noexcept override { return "not"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    result_t code_step_c(sys::File& file, const char* prefix) override {
+        write_step_c(file, 0, "{} = !{};\n", own_port(prefix), in_value(prefix, 0));
+        return result_ok;
+    }
+    result_t code_step_py(sys::File& file, const char* prefix) override {
+        write_step_py(file, 0, "{} = not {}\n", own_port(prefix), in_value(prefix, 0));
+        return result_ok;
+    }
 };
 
 }  // namespace
 
-const block_entry_t not_entry{create_block<Not>, {}};
+const block_entry_t not_entry{create_block<Not>, table};
 
 }  // namespace tessel

@@ -1,19 +1,87 @@
-#include "blocks/table.h"
+// outport: where a signal leaves a model or a subsystem.
+//
+//   y = u
+//
+// Inputs     0: u
+// Output     0: y            type of u; at the top level the host reads it
+// Parameters portNumber      the output of the enclosing subsystem that this block stands for
+// State      none
+//
+// Generated code adds a column with the block's name to the output file, for every outport of the model. In C the
+// value goes to that column only: whoever reads the block's own port reads what it held at the start.
+#include "blocks/pass_through.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
 
+// ---- run time
+constexpr auto table = kernel_table<PassThrough, value_types>();
+static_assert(table.size() == 11);
+
+// ---- design level: runnable, generated text
 class Outport final : public MetaBlock {
 public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("outport"); }
     const char* class_name() const noexcept override { return "outport"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    result_t code_struct_c(sys::File& file) override;
+    result_t code_struct_py(sys::File& file) override;
+    result_t code_init_c(sys::File& file, const char* prefix) override;
+    result_t code_init_py(sys::File& file, const char* prefix) override;
+    result_t code_step_c(sys::File& file, const char* prefix) override;
+    result_t code_step_py(sys::File& file, const char* prefix) override;
 };
+
+result_t Outport::code_struct_c(sys::File& file) {
+    file.print("typedef struct\n{{\n");
+    write_indented(1, file, "{} port0;\n", c_type(outputs_[0]));
+    write_indented(1, file, "unsigned int index;\n");
+    write_indented(1, file, "const char *name;\n");
+    file.print("}} {};\n\n", struct_name());
+    return result_ok;
+}
+
+result_t Outport::code_struct_py(sys::File& file) {
+    file.print("class outport_t:\n");
+    write_indented(1, file, "def __init__(self):\n");
+    write_indented(2, file, "self.port0 = 0\n");
+    write_indented(2, file, "self.index = 0\n");
+    write_indented(2, file, "self.name = 0\n\n");
+    return result_ok;
+}
+
+result_t Outport::code_init_c(sys::File& file, const char* prefix) {
+    const std::string own = own_state(prefix);
+    write_indented(1, file, "{}.name = \"{}\";\n", own, name());
+    write_indented(1, file, "{}.index = push_token(FILE_OUTPUT_NAMES, \"{}\");\n", own, name());
+    return result_ok;
+}
+
+result_t Outport::code_init_py(sys::File& file, const char* prefix) {
+    const std::string own = own_state(prefix);
+    write_indented(2, file, "{}.name = \"{}\"\n", own, name());
+    write_indented(2, file, "{}.index = len(header_output)\n", own);
+    write_indented(2, file, "header_output.append(\"{}\")\n", name());
+    write_indented(2, file, "buffer_output.append(0)\n");
+    return result_ok;
+}
+
+result_t Outport::code_step_c(sys::File& file, const char* prefix) {
+    write_step_c(file, 0, "FILE_OUTPUT_VALUES[{}.index] = {};\n", own_state(prefix), in_value(prefix, 0));
+    return result_ok;
+}
+
+result_t Outport::code_step_py(sys::File& file, const char* prefix) {
+    const std::string u = in_value(prefix, 0);
+    write_step_py(file, 0, "{} = {}\n", own_port(prefix), u);
+    write_step_py(file, 0, "buffer_output[{}.index] = str({})\n", own_state(prefix), u);
+    return result_ok;
+}
 
 }  // namespace
 
-const block_entry_t outport_entry{create_block<Outport>, {}};
+const block_entry_t outport_entry{create_block<Outport>, table};
 
 }  // namespace tessel

@@ -1,19 +1,53 @@
+// pow: power of two signals.
+//
+//   y = u0 ^ u1
+//
+// Inputs     0: u0   1: u1                       one type for both; integers and bool are computed in double and cut
+//                                                back
+// Output     0: y                                type of u0
+// State      none
+#include <cmath>
+
 #include "blocks/table.h"
+#include "core/convert.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
 
+// ---- what it computes, at run time
+template <class T>
+struct Power {
+    using in = inputs<T, T>;
+    using out = outputs<T>;
+    static T eval(T base, T exponent) noexcept {
+        if constexpr (std::is_floating_point_v<T>) return std::pow(base, exponent);
+        else return convert<T>(std::pow(convert<double>(base), convert<double>(exponent)));
+    }
+};
+
+constexpr auto table = kernel_table<Power, value_types>();
+static_assert(table.size() == 11);
+
+// ---- design level: runnable, generated text
 class Pow final : public MetaBlock {
 public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("pow"); }
     const char* class_name() const noexcept override { return "pow"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    result_t code_step_c(sys::File& file, const char* prefix) override {
+        write_step_c(file, 0, "{} = std::pow({}, {});\n", own_port(prefix), in_value(prefix, 0), in_value(prefix, 1));
+        return result_ok;
+    }
+    result_t code_step_py(sys::File& file, const char* prefix) override {
+        write_step_py(file, 0, "{} = math.pow({}, {})\n", own_port(prefix), in_value(prefix, 0), in_value(prefix, 1));
+        return result_ok;
+    }
 };
 
 }  // namespace
 
-const block_entry_t pow_entry{create_block<Pow>, {}};
+const block_entry_t pow_entry{create_block<Pow>, table};
 
 }  // namespace tessel

@@ -1,19 +1,123 @@
-#include "blocks/table.h"
+// random: whole steps above a lowest value, from a generator of 64 bits.
+//
+//   y = s mod range + min      range = whole part of max - min + 1; a range of 0 is a division by zero
+//
+// Generated C and Python divide by max - min.
+//
+// Inputs     none
+// Output     0: y                flt64
+// Parameters max
+//            min
+//            seed                0 stays 0
+// State      s                   s ^= s << 13, s ^= s >> 17, s ^= s << 5; then y; the seed at creation, kept from
+//                                run to run
+#include "blocks/parameters.h"
+#include "blocks/stateful.h"
+#include "blocks/text.h"
+#include "core/convert.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
 
-class Random final : public MetaBlock {
+// ---- what it computes
+struct RandomSteps {
+    using in = inputs<>;
+    using out = outputs<double>;
+
+    std::uint64_t range = 1;
+    double offset = 0.0;
+    std::uint64_t state = 0;
+
+    static RandomSteps of(double max, double min, double seed) noexcept {
+        return {static_cast<std::uint64_t>(truncate64(max - min + 1.0)), min, to_uint64(seed)};
+    }
+    void configure(const void* record) noexcept { *this = *static_cast<const RandomSteps*>(record); }
+    double eval(double, double) noexcept {
+        state ^= state << 13;
+        state ^= state >> 17;
+        state ^= state << 5;
+        return convert<double>(state % range) + offset;
+    }
+};
+
+// ---- run time
+constexpr auto table = stateful_row<RandomSteps>();
+static_assert(table.size() == 1);
+
+// ---- design level: type rule, runnable, generated text
+class Random final : public SourceBlock {
 public:
-    using MetaBlock::MetaBlock;
+    using SourceBlock::SourceBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("random"); }
     const char* class_name() const noexcept override { return "random"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+
+    result_t calculate_type() override {
+        const result_t result = read_alike({{"max", "_max", &max_}, {"min", "_min", &min_}, {"seed", "_seed", &seed_}});
+        return result != result_ok ? result : type_output(type_flt64);
+    }
+
+    std::unique_ptr<ExecBlock> create_exec() override {
+        const RandomSteps record = RandomSteps::of(double(max_), double(min_), double(seed_));
+        return create_configured(table, *this, &record);
+    }
+
+    result_t code_struct_c(sys::File& file) override {
+        const std::string type = c_type(outputs_[0]);
+        write_struct_c(file, struct_name(),
+                       {type + " port0", type + " value_max", type + " value_min", "unsigned long int seed"});
+        return result_ok;
+    }
+
+    result_t code_struct_py(sys::File& file) override {
+        write_class_py(file, "random_t", {"port0 = 0", "value_max = 0", "value_min = 0", "seed = 0"});
+        return result_ok;
+    }
+
+    result_t code_init_c(sys::File& file, const char* prefix) override {
+        const std::string state = own_state(prefix);
+        write_indented(1, file, "{}.value_max = {:g};\n", state, double(max_));
+        write_indented(1, file, "{}.value_min = {:g};\n", state, double(min_));
+        write_indented(1, file, "{}.seed = {:g};\n", state, double(seed_));
+        return result_ok;
+    }
+
+    result_t code_init_py(sys::File& file, const char* prefix) override {
+        const std::string state = own_state(prefix);
+        write_indented(2, file, "{}.value_max = {}\n", state, param_text("max"));
+        write_indented(2, file, "{}.value_min = {}\n", state, param_text("min"));
+        write_indented(2, file, "{}.seed = {}\n", state, param_text("seed"));
+        return result_ok;
+    }
+
+    result_t code_step_c(sys::File& file, const char* prefix) override {
+        const std::string state = own_state(prefix);
+        write_step_c(file, 0, "{}.seed ^= {}.seed << 13;\n", state, state);
+        write_step_c(file, 0, "{}.seed ^= {}.seed >> 17;\n", state, state);
+        write_step_c(file, 0, "{}.seed ^= {}.seed << 5;\n", state, state);
+        write_step_c(file, 0, "{} = {}.seed % ((unsigned long int)({}.value_max - {}.value_min)) + {}.value_min;\n",
+                     own_port(prefix), state, state, state, state);
+        return result_ok;
+    }
+
+    result_t code_step_py(sys::File& file, const char* prefix) override {
+        const std::string state = own_state(prefix);
+        write_step_py(file, 0, "{}.seed ^= {}.seed << 13\n", state, state);
+        write_step_py(file, 0, "{}.seed ^= {}.seed >> 17\n", state, state);
+        write_step_py(file, 0, "{}.seed ^= {}.seed << 5\n", state, state);
+        write_step_py(file, 0, "{} = {}.seed % ({}.value_max - {}.value_min) + {}.value_min\n", own_port(prefix), state,
+                      state, state, state);
+        return result_ok;
+    }
+
+private:
+    var_t max_;
+    var_t min_;
+    var_t seed_;
 };
 
 }  // namespace
 
-const block_entry_t random_entry{create_block<Random>, {}};
+const block_entry_t random_entry{create_block<Random>, table};
 
 }  // namespace tessel

@@ -1,4 +1,9 @@
-#include "blocks/table.h"
+// refsys: a container whose blocks come from another model file. A drawing device like subsys.
+//
+// Inputs, outputs    as drawn
+// Parameters         path: the model file, read in below this block when the model is loaded
+// State              none
+#include "framework/MetaBlock.h"
 #include "framework/entries.h"
 
 namespace tessel {

@@ -1,19 +1,50 @@
-#include "blocks/table.h"
+// sin: sine of a signal.
+//
+//   y = sin(u)                 u in radians
+//
+// Inputs     0: u                                any type; integers and bool are computed in double and cut back
+// Output     0: y                                type of u
+// State      none
+#include <cmath>
+
+#include "blocks/unary.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
 
+// ---- what it computes
+struct Sine {
+    static double of(double u) noexcept { return std::sin(u); }
+    static float of(float u) noexcept { return std::sin(u); }
+};
+
+// ---- run time
+template <class T>
+using SinOf = Unary<Sine, T>;
+
+constexpr auto table = kernel_table<SinOf, value_types>();
+static_assert(table.size() == 11);
+
+// ---- design level: runnable, generated text
 class Sin final : public MetaBlock {
 public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("sin"); }
     const char* class_name() const noexcept override { return "sin"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    result_t code_step_c(sys::File& file, const char* prefix) override {
+        write_step_c(file, 0, "{:s} = sin({:s});\n", own_port(prefix), in_value(prefix, 0));
+        return result_ok;
+    }
+    result_t code_step_py(sys::File& file, const char* prefix) override {
+        write_step_py(file, 0, "{:s} = math.sin({:s})\n", own_port(prefix), in_value(prefix, 0));
+        return result_ok;
+    }
 };
 
 }  // namespace
 
-const block_entry_t sin_entry{create_block<Sin>, {}};
+const block_entry_t sin_entry{create_block<Sin>, table};
 
 }  // namespace tessel

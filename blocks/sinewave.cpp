@@ -1,19 +1,109 @@
-#include "blocks/table.h"
+// sinewave: a sine of the time.
+//
+//   y = sin(w * t + p)          w = 2 pi frequency, p = phase in radians
+//
+// Inputs     none
+// Output     0: y                flt64
+// Parameters frequency [hz]      above 0 when written as an expression
+//            phase [deg]
+// State      none
+#include <cmath>
+
+#include "blocks/parameters.h"
+#include "blocks/stateful.h"
+#include "blocks/text.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
 
-class Sinewave final : public MetaBlock {
+// ---- what it computes
+struct SineWave {
+    using in = inputs<>;
+    using out = outputs<double>;
+
+    double freq_rad_s = 0.0;
+    double phase_rad = 0.0;
+
+    static SineWave of(double frequency_hz, double phase_deg) noexcept {
+        constexpr double pi = 3.141592653589793;
+        return {2.0 * (pi * frequency_hz), phase_deg * pi / 180.0};
+    }
+    void configure(const void* record) noexcept { *this = *static_cast<const SineWave*>(record); }
+    double eval(double t, double) const noexcept { return std::sin(freq_rad_s * t + phase_rad); }
+};
+
+// ---- run time
+constexpr auto table = stateful_row<SineWave>();
+static_assert(table.size() == 1);
+
+// ---- design level: type rule, runnable, generated text
+class Sinewave final : public SourceBlock {
 public:
-    using MetaBlock::MetaBlock;
+    using SourceBlock::SourceBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("sinewave"); }
     const char* class_name() const noexcept override { return "sinewave"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+
+    result_t calculate_type() override {
+        const result_t result = read_alike({{"frequency", "_frequency", &frequency_}, {"phase", "_deg", &phase_}});
+        if (result != result_ok) return result;
+        if (is_text("frequency") && !(static_cast<double>(frequency_) > 0.0)) return fail(result_bad_parameter);
+        return type_output(type_flt64);
+    }
+
+    std::unique_ptr<ExecBlock> create_exec() override {
+        const SineWave record = wave();
+        return create_configured(table, *this, &record);
+    }
+
+    result_t code_struct_c(sys::File& file) override {
+        write_struct_c(file, struct_name(),
+                       {std::string(c_type(outputs_[0])) + " port0", "double freq_rad_s", "double phase_rad"});
+        return result_ok;
+    }
+
+    result_t code_struct_py(sys::File& file) override {
+        write_class_py(file, "sinewave_t", {"port0 = 0", "freq_rad_s = 0", "phase_rad = 0"});
+        return result_ok;
+    }
+
+    result_t code_init_c(sys::File& file, const char* prefix) override {
+        const std::string state = own_state(prefix);
+        write_indented(1, file, "{}.freq_rad_s = {:g}; // {:g} hz\n", state, wave().freq_rad_s, double(frequency_));
+        write_indented(1, file, "{}.phase_rad = {:g}; // {:g} deg\n", state, wave().phase_rad, double(phase_));
+        return result_ok;
+    }
+
+    result_t code_init_py(sys::File& file, const char* prefix) override {
+        const std::string state = own_state(prefix);
+        write_indented(2, file, "{}.freq_rad_s = {:g} # {:g} hz\n", state, wave().freq_rad_s, double(frequency_));
+        write_indented(2, file, "{}.phase_rad = {:g} # {:g} deg\n", state, wave().phase_rad, double(phase_));
+        return result_ok;
+    }
+
+    result_t code_step_c(sys::File& file, const char* prefix) override {
+        const std::string state = own_state(prefix);
+        write_step_c(file, 0, "{} = sin({} * {}.freq_rad_s + {}.phase_rad);\n", own_port(prefix), now_value_c, state,
+                     state);
+        return result_ok;
+    }
+
+    result_t code_step_py(sys::File& file, const char* prefix) override {
+        const std::string state = own_state(prefix);
+        write_step_py(file, 0, "{} = math.sin({} * {}.freq_rad_s + {}.phase_rad)\n", own_port(prefix), now_value_py,
+                      state, state);
+        return result_ok;
+    }
+
+private:
+    SineWave wave() const noexcept { return SineWave::of(double(frequency_), double(phase_)); }
+
+    var_t frequency_;
+    var_t phase_;
 };
 
 }  // namespace
 
-const block_entry_t sinewave_entry{create_block<Sinewave>, {}};
+const block_entry_t sinewave_entry{create_block<Sinewave>, table};
 
 }  // namespace tessel

@@ -1,19 +1,160 @@
-#include "blocks/table.h"
+// squarewave: alternates between two values.
+//
+//   y = valueOff for timeOff, then valueOn for timeOn, and so on
+//
+// A change comes at the first step at or past its time, and the next interval counts from that step.
+//
+// Inputs     none
+// Output     0: y                flt64
+// Parameters timeOff [sec]       not below 0 when written as an expression
+//            timeOn [sec]        likewise
+//            valueOff
+//            valueOn
+// State      on, last change     where t >= last change + time of the state: state turns, last change = t;
+//                                y = value of the state; off, the current time and valueOff at the head of a run
+#include "blocks/parameters.h"
+#include "blocks/stateful.h"
+#include "blocks/text.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
 
-class Squarewave final : public MetaBlock {
+// ---- what it computes
+struct SquareWave {
+    using in = inputs<>;
+    using out = outputs<double>;
+
+    double time_off_s = 0.0;
+    double time_on_s = 0.0;
+    double value_off = 0.0;
+    double value_on = 0.0;
+    double last_change_s = 0.0;
+    std::int32_t state = 0;  // 1 is on
+
+    void configure(const void* record) noexcept { *this = *static_cast<const SquareWave*>(record); }
+    void start(double t, double& y) noexcept {
+        last_change_s = t;
+        state = 0;
+        y = value_off;
+    }
+    double eval(double t, double y) noexcept {
+        if (!(t >= last_change_s + (state != 0 ? time_on_s : time_off_s))) return y;
+        last_change_s = t;
+        state = 1 - state;
+        return state != 0 ? value_on : value_off;
+    }
+};
+
+// ---- run time
+constexpr auto table = stateful_row<SquareWave>();
+static_assert(table.size() == 1);
+
+// ---- design level: type rule, runnable, generated text
+class Squarewave final : public SourceBlock {
 public:
-    using MetaBlock::MetaBlock;
+    using SourceBlock::SourceBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("squarewave"); }
     const char* class_name() const noexcept override { return "squarewave"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+
+    result_t calculate_type() override {
+        const result_t result = read_alike({{"timeOff", "_time_off", &time_off_},
+                                            {"timeOn", "_time_on", &time_on_},
+                                            {"valueOff", "_value_off", &value_off_},
+                                            {"valueOn", "_value_on", &value_on_}});
+        if (result != result_ok) return result;
+        if (is_text("timeOff") && (double(time_off_) < 0.0 || double(time_on_) < 0.0))
+            return fail(result_bad_parameter);
+        return type_output(type_flt64);
+    }
+
+    std::unique_ptr<ExecBlock> create_exec() override {
+        SquareWave record;
+        record.time_off_s = double(time_off_);
+        record.time_on_s = double(time_on_);
+        record.value_off = double(value_off_);
+        record.value_on = double(value_on_);
+        return create_configured(table, *this, &record);
+    }
+
+    result_t code_struct_c(sys::File& file) override {
+        const std::string type = c_type(outputs_[0]);
+        write_struct_c(file, struct_name(),
+                       {type + " port0", "double time_on", "double time_off", type + " value_on", type + " value_off",
+                        "double state_change", "bool state_value"});
+        return result_ok;
+    }
+
+    result_t code_struct_py(sys::File& file) override {
+        write_class_py(file, "squarewave_t",
+                       {"port0 = 0", "time_on = 0", "time_off = 0", "value_on = 0", "value_off = 0", "state_change = 0",
+                        "state_value = 0"});
+        return result_ok;
+    }
+
+    result_t code_init_c(sys::File& file, const char* prefix) override {
+        const std::string state = own_state(prefix);
+        write_indented(1, file, "{}.time_on = {:g};\n", state, double(time_on_));
+        write_indented(1, file, "{}.time_off = {:g};\n", state, double(time_off_));
+        write_indented(1, file, "{}.value_on = {:g};\n", state, double(value_on_));
+        write_indented(1, file, "{}.value_off = {:g};\n", state, double(value_off_));
+        return result_ok;
+    }
+
+    result_t code_init_py(sys::File& file, const char* prefix) override {
+        const std::string state = own_state(prefix);
+        write_indented(2, file, "{}.time_on = {}\n", state, param_text("timeOn"));
+        write_indented(2, file, "{}.time_off = {}\n", state, param_text("timeOff"));
+        write_indented(2, file, "{}.value_on = {}\n", state, param_text("valueOn"));
+        write_indented(2, file, "{}.value_off = {}\n", state, param_text("valueOff"));
+        return result_ok;
+    }
+
+    result_t code_step_c(sys::File& file, const char* prefix) override {
+        write_step_c(file, 0, "if ({}.state_value)\n", own_state(prefix));
+        write_branch_c(file, prefix, "time_on", '0', "value_off");
+        write_step_c(file, 0, "else\n");
+        write_branch_c(file, prefix, "time_off", '1', "value_on");
+        return result_ok;
+    }
+
+    result_t code_step_py(sys::File& file, const char* prefix) override {
+        write_step_py(file, 0, "if {}.state_value:\n", own_state(prefix));
+        write_branch_py(file, prefix, "time_on", '0', "value_off");
+        write_step_py(file, 0, "else:\n");
+        write_branch_py(file, prefix, "time_off", '1', "value_on");
+        return result_ok;
+    }
+
+private:
+    /// One state's text: when `time` has passed, the next state and its value.
+    void write_branch_c(sys::File& file, const char* prefix, const char* time, char next, const char* value) const {
+        const std::string state = own_state(prefix);
+        write_step_c(file, 0, "{{\n");
+        write_step_c(file, 1, "if ({} >= {}.state_change + {}.{})\n", now_value_c, state, state, time);
+        write_step_c(file, 1, "{{\n");
+        write_step_c(file, 2, "{}.state_value = {};\n", state, next);
+        write_step_c(file, 2, "{}.state_change = {};\n", state, now_value_c);
+        write_step_c(file, 2, "{} = {}.{};\n", own_port(prefix), state, value);
+        write_step_c(file, 1, "}}\n");
+        write_step_c(file, 0, "}}\n");
+    }
+    void write_branch_py(sys::File& file, const char* prefix, const char* time, char next, const char* value) const {
+        const std::string state = own_state(prefix);
+        write_step_py(file, 1, "if {} >= {}.state_change + {}.{}:\n", now_value_py, state, state, time);
+        write_step_py(file, 2, "{}.state_value = {}\n", state, next);
+        write_step_py(file, 2, "{}.state_change = {}\n", state, now_value_py);
+        write_step_py(file, 2, "{} = {}.{}\n", own_port(prefix), state, value);
+    }
+
+    var_t time_off_;
+    var_t time_on_;
+    var_t value_off_;
+    var_t value_on_;
 };
 
 }  // namespace
 
-const block_entry_t squarewave_entry{create_block<Squarewave>, {}};
+const block_entry_t squarewave_entry{create_block<Squarewave>, table};
 
 }  // namespace tessel

@@ -1,4 +1,10 @@
-#include "blocks/table.h"
+// subsys: a container of blocks. A drawing device: compile joins its links to the inport, outport and enable blocks
+// inside and takes it out of the model, so it never runs and writes no code.
+//
+// Inputs, outputs    as drawn
+// Parameters         none
+// State              none
+#include "framework/MetaBlock.h"
 #include "framework/entries.h"
 
 namespace tessel {

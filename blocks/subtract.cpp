@@ -1,19 +1,52 @@
-#include "blocks/table.h"
+// subtract: difference of two or three signals.
+//
+//   y = u0 - u1
+//   y = u0 - (u1 - u2)         folded from the right: u0 - u1 + u2
+//
+// Inputs     0: u0   1: u1   2: u2 (optional)    any types; each difference in the common type of its own two operands
+// Output     0: y                                highest type among the inputs; narrow integers wrap, bool is "not 0"
+// State      none
+//
+// Generated Python reads from the left, (u0 - u1) - u2; generated C divides its operands.
+#include "blocks/arithmetic.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
 
-class Subtract final : public MetaBlock {
+// ---- what it computes
+struct Difference {
+    template <class C>
+    static C of(C a, C b) noexcept {
+        return static_cast<C>(a - b);
+    }
+};
+
+// ---- run time
+template <class A, class B>
+using Subtract2 = Fold2<Difference, A, B>;
+template <class A, class B, class C>
+using Subtract3 = Fold3<Difference, A, B, C>;
+
+constexpr auto pairs = kernel_table<Subtract2, value_types, value_types>();
+constexpr auto triples = kernel_table<Subtract3, value_types, value_types, value_types>();
+constexpr auto table = join_tables(pairs, triples);
+static_assert(pairs.size() == 121 && triples.size() == 1331);
+
+// ---- design level: runnable, generated text
+class Subtract final : public Arithmetic {
 public:
-    using MetaBlock::MetaBlock;
+    using Arithmetic::Arithmetic;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("subtract"); }
     const char* class_name() const noexcept override { return "subtract"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    // the operator of divide, on purpose
+    result_t code_step_c(sys::File& file, const char* prefix) override { return write_terms_c(file, prefix, " /"); }
+    result_t code_step_py(sys::File& file, const char* prefix) override { return write_terms_py(file, prefix, " -"); }
 };
 
 }  // namespace
 
-const block_entry_t subtract_entry{create_block<Subtract>, {}};
+const block_entry_t subtract_entry{create_block<Subtract>, table};
 
 }  // namespace tessel

@@ -1,19 +1,97 @@
+// switch: one of several signals, by an index.
+//
+//   y = u2, u3, ... u7         where u0 is 0, 1, ... 5, cut to int8, and such an input is there
+//       u1                     elsewhere
+//
+// Inputs     0: u0   1: u1   2: u2   ... 7: u7   at least three; run in the type of y, the selector u0 too
+// Output     0: y                                highest type among the inputs; bool does not run
+// State      none
+//
+// Generated C takes the selector as int, not cut to int8.
 #include "blocks/table.h"
+#include "core/convert.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
 
+constexpr std::size_t most_inputs = 8;
+
+// ---- what it computes, at run time
+template <std::size_t N>
+struct count_t {
+    static constexpr std::size_t value = N;
+};
+using counts = type_list<count_t<3>, count_t<4>, count_t<5>, count_t<6>, count_t<7>, count_t<most_inputs>>;
+
+template <class T, class Count>
+struct Select {
+    static constexpr std::size_t N = Count::value;
+    static constexpr bool accepted = !std::is_same_v<T, bool>;
+    using in = same_inputs<T, N>;
+    using out = outputs<T>;
+    static T eval(const std::array<const T*, N>& u) noexcept {
+        const int index = convert<std::int8_t>(*u[0]);
+        const bool chosen = index >= 0 && index < static_cast<int>(N) - 2;
+        return *u[chosen ? static_cast<std::size_t>(index) + 2 : 1];
+    }
+};
+
+constexpr auto table = kernel_table<Select, value_types, counts>();
+static_assert(table.size() == 60);
+
+// ---- design level: runnable, generated text
 class Switch final : public MetaBlock {
 public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("switch"); }
     const char* class_name() const noexcept override { return "switch"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+    std::unique_ptr<ExecBlock> create_exec() override;
+    result_t code_step_c(sys::File& file, const char* prefix) override;
+    result_t code_step_py(sys::File& file, const char* prefix) override;
+
+private:
+    /// One past the last input that an index can choose.
+    std::size_t last_choice() const noexcept { return std::min(inputs_.size(), most_inputs); }
 };
+
+// The object is told by the output's type and the number of inputs; the selector's own type does not matter.
+std::unique_ptr<ExecBlock> Switch::create_exec() {
+    const type_t type = outputs_[0].type();
+    for (std::size_t i = 1; i < inputs_.size(); ++i) inputs_[i].set_type_if_unset(type);
+    const auto row = std::ranges::find_if(table, [this, type](const signature_t& candidate) {
+        return candidate.types[0] == type && candidate.inputs == inputs_.size();
+    });
+    if (row == table.end()) return nullptr;
+    auto exec = row->make();
+    exec->set_identity(id(), zone());
+    return exec;
+}
+
+result_t Switch::code_step_c(sys::File& file, const char* prefix) {
+    const std::string y = own_port(prefix);
+    write_step_c(file, 0, "switch((int) {})\n", in_value(prefix, 0));
+    write_step_c(file, 0, "{{\n");
+    for (std::size_t i = 2; i < last_choice(); ++i)
+        write_step_c(file, 1, "case {}: {} = {}; break;\n", i - 2, y, in_value(prefix, i));
+    write_step_c(file, 1, "default: {} = {}; break; \n", y, in_value(prefix, 1));
+    write_step_c(file, 0, "}}\n");
+    return result_ok;
+}
+
+result_t Switch::code_step_py(sys::File& file, const char* prefix) {
+    const std::string y = own_port(prefix), selector = in_value(prefix, 0);
+    for (std::size_t i = 2; i < last_choice(); ++i) {
+        write_step_py(file, 0, "{} {} == {}:\n", i == 2 ? "if" : "elif", selector, i - 2);
+        write_step_py(file, 1, "{} = {}\n", y, in_value(prefix, i));
+    }
+    write_step_py(file, 0, "else:\n");
+    write_step_py(file, 1, "{} = {}\n", y, in_value(prefix, 1));
+    return result_ok;
+}
 
 }  // namespace
 
-const block_entry_t switch_entry{create_block<Switch>, {}};
+const block_entry_t switch_entry{create_block<Switch>, table};
 
 }  // namespace tessel

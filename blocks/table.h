@@ -52,9 +52,9 @@ consteval bool is_accepted() {
 
 }  // namespace detail
 
-/// A kernel is pure when it is an empty struct: `eval` is static then.
+/// A kernel is pure when its `eval` is static. One without members of its own can still need its last output.
 template <class K>
-using exec_of = std::conditional_t<std::is_empty_v<K>, Exec<K>, StatefulExec<K>>;
+using exec_of = std::conditional_t<std::is_member_function_pointer_v<decltype(&K::eval)>, StatefulExec<K>, Exec<K>>;
 
 /// Table of the kernels `K<T...>` for one type picked from each list, without those that say `accepted = false`.
 template <template <class...> class K>

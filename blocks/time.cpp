@@ -1,19 +1,50 @@
-#include "blocks/table.h"
+// time: the current time.
+//
+//   y = t      seconds
+//
+// Inputs     none
+// Output     0: y      flt64
+// State      none
+#include "blocks/parameters.h"
+#include "blocks/stateful.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
 
-class Time final : public MetaBlock {
+// ---- what it computes
+struct Now {
+    using in = inputs<>;
+    using out = outputs<double>;
+    static double eval(double t, double) noexcept { return t; }
+};
+
+// ---- run time
+constexpr auto table = stateful_row<Now>();
+static_assert(table.size() == 1);
+
+// ---- design level: type rule, runnable, generated text
+class Time final : public SourceBlock {
 public:
-    using MetaBlock::MetaBlock;
+    using SourceBlock::SourceBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("time"); }
     const char* class_name() const noexcept override { return "time"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+    result_t calculate_type() override { return type_output(type_flt64); }
+    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+
+    result_t code_step_c(sys::File& file, const char* prefix) override {
+        write_step_c(file, 0, "{} = {};\n", own_port(prefix), now_value_c);
+        return result_ok;
+    }
+
+    result_t code_step_py(sys::File& file, const char* prefix) override {
+        write_step_py(file, 0, "{} = {}\n", own_port(prefix), now_value_py);
+        return result_ok;
+    }
 };
 
 }  // namespace
 
-const block_entry_t time_entry{create_block<Time>, {}};
+const block_entry_t time_entry{create_block<Time>, table};
 
 }  // namespace tessel

@@ -1,19 +1,87 @@
+// to_workspace: records a signal and leaves it in the workspace as a time series.
+//
+//   times[n] = t, values[n] = u    one sample for each step in which the block runs
+//
+// Inputs     0: u
+// Outputs    none
+// State      times, values: update append t and u; at the end of a run a copy goes to the workspace, under the block's
+//            path; initially empty and kept from run to run, so that another run appends
+//
+// Writes no code: a generated project does not record.
+#include <algorithm>
+#include <limits>
+#include <string>
+#include <vector>
+
 #include "blocks/table.h"
+#include "core/convert.h"
+#include "core/format.h"
+#include "core/python.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
 
+// ---- what it computes
+struct recording_t {
+    std::string target;
+    std::vector<double> times;
+    std::vector<double> values;
+};
+
+/// Makes the series object under the target's name and hands it copies of both arrays, which the bridge takes over.
+void store(const recording_t& recording) {
+    const auto n = std::min<std::size_t>(recording.times.size(), std::numeric_limits<std::int32_t>::max());
+    const auto copy = [n](const std::vector<double>& samples) {
+        auto* block = new double[n];
+        std::copy_n(samples.begin(), n, block);
+        return block;
+    };
+    const double* times = copy(recording.times);
+    const double* values = copy(recording.values);
+    const std::string& target = recording.target;
+    auto& bridge = *python::wrap();
+    bridge.assign(target, tessel::format("zarn.TimeSeries('{:s}')", target));
+    bridge.set_array(tessel::format("{:s}.xdata", target), times, static_cast<std::int32_t>(n));
+    bridge.set_array(tessel::format("{:s}.ydata", target), values, static_cast<std::int32_t>(n));
+}
+
+template <class T>
+struct Record {
+    using in = inputs<T>;
+    using out = outputs<>;
+
+    void configure(const void* target) { recording.target = *static_cast<const std::string*>(target); }
+    void eval(double t, T u) {
+        recording.times.push_back(t);
+        recording.values.push_back(convert<double>(u));
+    }
+    void finish() const { store(recording); }
+
+    recording_t recording;
+};
+
+// ---- run time
+constexpr auto table = kernel_table<Record, value_types>();
+static_assert(table.size() == 11);
+
+// ---- design level: runnable
 class ToWorkspace final : public MetaBlock {
 public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("to_workspace"); }
     const char* class_name() const noexcept override { return "to_workspace"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+    std::unique_ptr<ExecBlock> create_exec() override;
 };
+
+std::unique_ptr<ExecBlock> ToWorkspace::create_exec() {
+    auto exec = create_from(table, *this);
+    if (exec != nullptr) exec->configure(&properties_->python_path);
+    return exec;
+}
 
 }  // namespace
 
-const block_entry_t to_workspace_entry{create_block<ToWorkspace>, {}};
+const block_entry_t to_workspace_entry{create_block<ToWorkspace>, table};
 
 }  // namespace tessel

@@ -58,3 +58,18 @@ function(blocks_add_sliced target name)
         target_sources(${target} PRIVATE ${stub})
     endforeach ()
 endfunction()
+
+# blocks_embed(TARGET HEADER files...): the files, byte for byte, as constants that HEADER declares; see embed.cmake.
+function(blocks_embed target header)
+    set(output ${CMAKE_CURRENT_BINARY_DIR}/${target}_texts.cpp)
+    set(script ${PROJECT_SOURCE_DIR}/cmake/embed.cmake)
+    list(TRANSFORM ARGN PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/templates/ OUTPUT_VARIABLE inputs)
+    add_custom_command(OUTPUT ${output}
+        COMMAND ${CMAKE_COMMAND} -DOUTPUT=${output} -DHEADER=${header} -DROOT=${CMAKE_CURRENT_SOURCE_DIR}/templates
+                "-DFILES=${ARGN}" -P ${script}
+        DEPENDS ${script} ${inputs} VERBATIM)
+    # the target stands in another directory, where the rule above is not seen: a target of this one carries it
+    add_custom_target(${target}_texts DEPENDS ${output})
+    add_dependencies(${target} ${target}_texts)
+    target_sources(${target} PRIVATE ${output})
+endfunction()

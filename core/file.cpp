@@ -59,7 +59,8 @@ void File::write(std::string_view bytes) {
 
 void File::put(std::string_view bytes) {
     errno = 0;
-    if (std::fwrite(bytes.data(), 1, bytes.size(), stream_) != bytes.size()) raise_errno("cannot write '" + path_ + "'");
+    if (std::fwrite(bytes.data(), 1, bytes.size(), stream_) != bytes.size())
+        raise_errno("cannot write '" + path_ + "'");
 }
 
 void File::close() {

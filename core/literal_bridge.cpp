@@ -1,13 +1,14 @@
 #include "core/literal_bridge.h"
 
-#include <charconv>
+#include <algorithm>
 #include <cctype>
-#include <cmath>
-#include <limits>
+#include <charconv>
+#include <iterator>
 #include <optional>
 #include <utility>
 
 #include "core/format.h"
+#include "core/str.h"
 
 namespace python {
 namespace {
@@ -30,48 +31,35 @@ public:
         return value;
     }
 
-    /// A whole text that is a list of numbers, or of such lists of equal length.
-    bool only_list(var_array_t& array) {
-        skip_blanks();
-        std::vector<std::vector<var_t>> rows;
+    /// A whole text that is a list of numbers, or of such lists of equal length. Returns what is wrong with it, null
+    /// when it is fine.
+    const char* only_list(var_array_t& array) {
+        rows_t rows;
         std::vector<var_t> flat;
-        if (!take('[')) return false;
-        bool nested = false;
         skip_blanks();
-        if (peek() == ']') return false;
-        for (bool first = true; !take(']'); first = false) {
-            if (!first) {
-                if (!take(',')) return false;
-                skip_blanks();
-                if (take(']')) break;
-            }
-            skip_blanks();
-            if (peek() == '[') {
-                nested = true;
-                if (!row(rows.emplace_back())) return false;
-            } else {
-                auto value = number(0);
-                if (!value) return false;
-                flat.push_back(std::move(*value));
-            }
-            skip_blanks();
-        }
-        if (!at_end() || (nested && !flat.empty())) return false;
-        if (!nested) {
+        if (!take('[') || !items([&] { return peek() == '[' ? row(rows) : item(flat); }) || !at_end())
+            return "is no list of literal numbers, and expressions are not evaluated without the interpreter";
+        if (rows.empty() && flat.empty()) return "is an empty list";
+        if (!rows.empty() && !flat.empty()) return "mixes numbers and lists";
+        if (rows.empty()) {
             array.dimensions = {flat.size(), 1};
             array.values = std::move(flat);
-            return true;
+            return nullptr;
         }
+        const std::size_t columns = rows.front().size();
         for (auto& values : rows) {
-            if (values.size() != rows.front().size()) return false;
-            for (auto& value : values) array.values.push_back(std::move(value));
+            if (values.size() != columns) return "is a list of lists of different lengths";
+            std::ranges::move(values, std::back_inserter(array.values));
         }
-        array.dimensions = {rows.size(), rows.front().size()};
-        return !array.values.empty();
+        if (columns == 0) return "is a list of empty lists";
+        array.dimensions = {rows.size(), columns};
+        return nullptr;
     }
 
 private:
-    static constexpr int deepest = 32;  // parentheses around a number
+    using rows_t = std::vector<std::vector<var_t>>;
+
+    static constexpr int deepest = 32;  // parentheses and signs around a number
 
     char peek() const noexcept { return rest_.empty() ? '\0' : rest_.front(); }
     bool take(char c) noexcept {
@@ -87,8 +75,8 @@ private:
         return true;
     }
     void skip_blanks() noexcept {
-        while (!rest_.empty() && (rest_.front() == ' ' || rest_.front() == '\t' || rest_.front() == '\n' ||
-                                  rest_.front() == '\r'))
+        while (!rest_.empty() &&
+               (rest_.front() == ' ' || rest_.front() == '\t' || rest_.front() == '\n' || rest_.front() == '\r'))
             rest_.remove_prefix(1);
     }
     bool at_end() noexcept {
@@ -96,21 +84,31 @@ private:
         return rest_.empty();
     }
 
-    bool row(std::vector<var_t>& values) {
-        take('[');
+    /// What follows an opening bracket, closing bracket included: items by `read`, with commas between them and, if it
+    /// likes, behind the last.
+    template <class Read>
+    bool items(Read read) {
         skip_blanks();
-        for (bool first = true; !take(']'); first = false) {
-            if (!first) {
-                if (!take(',')) return false;
-                skip_blanks();
-                if (take(']')) break;
-            }
-            auto value = number(0);
-            if (!value) return false;
-            values.push_back(std::move(*value));
+        while (!take(']')) {
+            if (!read()) return false;
+            skip_blanks();
+            if (take(']')) break;
+            if (!take(',')) return false;
             skip_blanks();
         }
         return true;
+    }
+
+    bool item(std::vector<var_t>& values) {
+        auto value = number(0);
+        if (value) values.push_back(std::move(*value));
+        return value.has_value();
+    }
+
+    bool row(rows_t& rows) {
+        take('[');
+        auto& values = rows.emplace_back();
+        return items([&] { return item(values); });
     }
 
     std::optional<var_t> scalar(int depth) {
@@ -132,13 +130,16 @@ private:
         if (depth < deepest && (peek() == '-' || peek() == '+')) {
             const bool minus = peek() == '-';
             take(peek());
-            skip_blanks();
-            if (peek() != '(' && peek() != '-' && peek() != '+') return digits(minus);
             auto value = number(depth + 1);
-            if (!value || !minus) return value;
-            return negated(*value);
+            if (!value) return value;
+            return minus ? negated(*value) : unchanged(*value);
         }
-        return digits(false);
+        return digits();
+    }
+
+    /// What a sign "+" makes of a number: the integer of a truth value, the number else.
+    static var_t unchanged(const var_t& value) {
+        return value.type() == tessel::type_bool ? var_t(value.payload<bool>() ? 1 : 0) : value;
     }
 
     static std::optional<var_t> negated(const var_t& value) {
@@ -170,54 +171,64 @@ private:
         return var_t(static_cast<unsigned long long>(magnitude));
     }
 
-    std::optional<var_t> digits(bool minus) {
-        int base = 10;
-        if (rest_.size() > 2 && rest_[0] == '0') {
-            const char mark = static_cast<char>(std::tolower(static_cast<unsigned char>(rest_[1])));
-            base = mark == 'x' ? 16 : mark == 'o' ? 8 : mark == 'b' ? 2 : 10;
+    static int base_of(std::string_view text) noexcept {
+        if (text.size() < 3 || text[0] != '0') return 10;
+        switch (text[1]) {
+            case 'x':
+            case 'X': return 16;
+            case 'o':
+            case 'O': return 8;
+            case 'b':
+            case 'B': return 2;
+            default: return 10;
         }
+    }
+
+    static bool is_digit(char c, int base) noexcept {
+        return base == 16 ? std::isxdigit(static_cast<unsigned char>(c)) != 0 : c >= '0' && c <= '9';
+    }
+
+    /// A number without sign.
+    std::optional<var_t> digits() {
+        const int base = base_of(rest_);
+        if (base != 10) rest_.remove_prefix(2);
         std::string text;  // without the underscores that may group digits
-        std::size_t used = base == 10 ? 0 : 2;
-        bool fraction = false, exponent = false, digit_before = base != 10;
+        bool fraction = false, exponent = false, groups = base != 10;
+        std::size_t used = 0;
         for (; used < rest_.size(); ++used) {
             const char c = rest_[used];
-            const bool digit = base == 16 ? std::isxdigit(static_cast<unsigned char>(c)) != 0 : c >= '0' && c <= '9';
-            if (digit) text += c;
-            else if (c == '_' && digit_before && used + 1 < rest_.size() &&
-                     std::isxdigit(static_cast<unsigned char>(rest_[used + 1])) != 0) {
+            const char next = used + 1 < rest_.size() ? rest_[used + 1] : '\0';
+            if (is_digit(c, base)) {
+                text += c;
+                groups = true;
+                continue;
+            }
+            if (c == '_' && groups && is_digit(next, base)) {
             } else if (base == 10 && c == '.' && !fraction && !exponent) {
                 fraction = true;
                 text += c;
-            } else if (base == 10 && (c == 'e' || c == 'E') && !exponent && !text.empty() && text != ".") {
+            } else if (base == 10 && (c == 'e' || c == 'E') && !exponent && !text.empty()) {
                 exponent = true;
-                text += 'e';
-                if (used + 1 < rest_.size() && (rest_[used + 1] == '-' || rest_[used + 1] == '+')) {
-                    ++used;
-                    if (rest_[used] == '-') text += '-';
-                }
+                text += c;
+                if (next == '-' || next == '+') text += rest_[++used];
             } else break;
-            digit_before = digit;
+            groups = false;
         }
         if (used < rest_.size() && (std::isalnum(static_cast<unsigned char>(rest_[used])) != 0 || rest_[used] == '_'))
             return std::nullopt;
         rest_.remove_prefix(used);
-        const char* first = text.data();
-        const char* last = first + text.size();
-        if (fraction || exponent) {
-            double value = 0.0;
-            const auto [end, error] = std::from_chars(first, last, value);
-            if (end != last) return std::nullopt;
-            if (error == std::errc::result_out_of_range) value = std::strtod(text.c_str(), nullptr);
-            else if (error != std::errc{}) return std::nullopt;
-            return var_t(minus ? -value : value);
-        }
+        if (!fraction && !exponent) return whole(text, base);
+        const auto value = tessel::str::to_double(text);
+        return value ? std::optional(var_t(*value)) : std::nullopt;
+    }
+
+    static std::optional<var_t> whole(const std::string& text, int base) {
         // the language has no decimal integer with a leading zero but 0 itself
-        if (base == 10 && text.size() > 1 && text[0] == '0' && text.find_first_not_of('0') != std::string::npos)
-            return std::nullopt;
+        if (base == 10 && text[0] == '0' && text.find_first_not_of('0') != std::string::npos) return std::nullopt;
         std::uint64_t value = 0;
-        const auto [end, error] = std::from_chars(first, last, value, base);
-        if (error != std::errc{} || end != last) return std::nullopt;
-        return integer(value, minus);
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, base);
+        if (error != std::errc{} || end != text.data() + text.size()) return std::nullopt;
+        return integer(value, false);
     }
 
     std::optional<var_t> quoted() {
@@ -263,10 +274,19 @@ private:
     array_t values_;
 };
 
-/// The block's path: the scope without the segment's tail that names the parameter.
-result_t refuse(std::string_view scope, std::string_view text) {
-    pyout(tessel::format("{}: '{}' is no literal value, and expressions are not evaluated without the interpreter",
-                         scope, text));
+/// The beginning of a text, on one line.
+std::string excerpt(std::string_view text) {
+    std::size_t most = 120;
+    while (most > 0 && most < text.size() && (static_cast<unsigned char>(text[most]) & 0xC0u) == 0x80u)
+        --most;  // a whole character
+    std::string line(text.substr(0, most));
+    std::ranges::replace_if(
+        line, [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
+    return text.size() > most ? line + "..." : line;
+}
+
+result_t refuse(std::string_view scope, std::string_view text, std::string_view why) {
+    pyout(tessel::format("{}: '{}' {}", scope, excerpt(text), why));
     return result_failure;
 }
 
@@ -280,10 +300,13 @@ array_t make_array(const std::vector<double>& values) {
 
 std::shared_ptr<ISeries> LiteralBridge::find_series(const char* expression) {
     const std::string_view text = expression != nullptr ? expression : "";
-    const std::lock_guard lock(mutex_);
-    const auto found = series_.find(text);
-    if (found != series_.end()) return found->second;
-    pyout(tessel::format("'{}': no such series, and expressions are not evaluated without the interpreter", text));
+    {
+        const std::lock_guard lock(mutex_);
+        const auto found = series_.find(text);
+        if (found != series_.end()) return found->second;
+    }
+    pyout(tessel::format("'{}': no such series, and expressions are not evaluated without the interpreter",
+                         excerpt(text)));
     return nullptr;
 }
 
@@ -300,14 +323,16 @@ void LiteralBridge::set_attribute(std::string_view object, std::string_view key,
 
 result_t LiteralBridge::evaluate_array(std::string_view name, std::string_view text, var_array_t& array) {
     array = {};
-    if (Reader(text).only_list(array)) return result_ok;
+    const char* fault = Reader(text).only_list(array);
+    if (fault == nullptr) return result_ok;
     array = {};
-    return refuse(name, text);
+    return refuse(name, text, fault);
 }
 
 result_t LiteralBridge::evaluate(std::string_view scope, std::string_view text, var_t* result) {
     auto value = Reader(text).only_scalar();
-    if (!value) return refuse(scope, text);
+    if (!value)
+        return refuse(scope, text, "is no literal value, and expressions are not evaluated without the interpreter");
     *result = std::move(*value);
     return result_ok;
 }

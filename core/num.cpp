@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <random>
 
 namespace tessel::num {
@@ -26,6 +27,7 @@ struct axis_t {
 };
 
 axis_t locate(double x, const double* bp, std::size_t n) noexcept {
+    if (n == 1) return {0, 0, std::isnan(x) ? x : 0.0};
     if (x <= bp[0]) return {0, 1, 0.0};
     if (x >= bp[n - 1]) return {n - 2, n - 1, 1.0};
     const auto above = static_cast<std::size_t>(std::upper_bound(bp, bp + n, x) - bp);
@@ -44,14 +46,13 @@ std::uint64_t create_id() {
     return first_id + static_cast<std::uint64_t>((static_cast<wide>(n) * id_step + start) % id_count);
 }
 
-double interpolate1d_clip(double x, const double* __restrict bp, const double* __restrict out,
-                          std::size_t n) noexcept {
+double interpolate1d_clip(double x, const double* __restrict bp, const double* __restrict out, std::size_t n) noexcept {
     if (x <= bp[0]) return out[0];
     if (x >= bp[n - 1]) return out[n - 1];
+    if (n == 1) return x;  // only not-a-number passes both tests of a single point
     // at most n - 1, so that not-a-number reads inside the table
     const auto above = static_cast<std::size_t>(std::upper_bound(bp, bp + n, x) - bp);
-    const std::size_t i = std::clamp<std::size_t>(above, 1, std::max<std::size_t>(n - 1, 1));
-    if (n == 1) return x;  // only not-a-number passes both tests of a single point
+    const std::size_t i = std::clamp<std::size_t>(above, 1, n - 1);
     return (x - bp[i - 1]) / (bp[i] - bp[i - 1]) * (out[i] - out[i - 1]) + out[i - 1];
 }
 

@@ -63,12 +63,13 @@ BLOCKS_API IPythonWrap* wrap();
 /// Sets the host's bridge, null for the built-in one. The bridge must outlive its use.
 BLOCKS_API void set_wrap(IPythonWrap* bridge);
 
-/// Writes a text to the user's console.
+/// Writes a text to the user's console. Can be called from any thread; texts come out one after the other.
 BLOCKS_API void pyout(std::string_view text);
 
 using console_t = std::function<void(std::string_view)>;
 
-/// Sends later console texts to `sink`; an empty one means a line on standard error. Returns the one before.
+/// Sends later console texts to `sink`; an empty one means a line on standard error. Returns the one before. A sink
+/// must not call `pyout` or `set_console`, nor wait for a lock that a caller of `pyout` can hold.
 BLOCKS_API console_t set_console(console_t sink);
 
 }  // namespace python

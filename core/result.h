@@ -8,18 +8,18 @@ namespace tessel {
 /// What an operation came to: 0 is success, anything else stops the caller. The numbers 5, 8, 12 and 13 are unused.
 enum result_t : std::int8_t {
     result_ok = 0,
-    result_types_unresolved = 1,   ///< a sweep of type propagation completed no further block
-    result_cast_unresolved = 2,    ///< a `cast` without a link into it, or a link still touches a `cast`
-    result_from_unresolved = 3,    ///< a `goto` without a link into it, or a link still touches a `from`
-    result_goto_unresolved = 4,    ///< a link still touches a `goto`
-    result_source_missing = 6,     ///< some input has no source
-    result_goto_duplicated = 7,    ///< two `goto` blocks share one target
-    result_table_mismatch = 9,     ///< breakpoints and table of a lookup block differ in their dimensions
-    result_too_many_inputs = 10,   ///< a block has more than 8 inputs
-    result_bad_parameter = 11,     ///< a parameter holds an unusable value, or a workspace variable is missing
-    result_bad_step = 14,          ///< "ts" is not greater than 0
-    result_bad_interval = 15,      ///< "ti" is not less than "tf"
-    result_failure = -1,           ///< general failure
+    result_types_unresolved = 1,  ///< a sweep of type propagation completed no further block
+    result_cast_unresolved = 2,   ///< a `cast` without a link into it, or a link still touches a `cast`
+    result_from_unresolved = 3,   ///< a `goto` without a link into it, or a link still touches a `from`
+    result_goto_unresolved = 4,   ///< a link still touches a `goto`
+    result_source_missing = 6,    ///< some input has no source
+    result_goto_duplicated = 7,   ///< two `goto` blocks share one target
+    result_table_mismatch = 9,    ///< breakpoints and table of a lookup block differ in their dimensions
+    result_too_many_inputs = 10,  ///< a block has more than 8 inputs
+    result_bad_parameter = 11,    ///< a parameter holds an unusable value, or a workspace variable is missing
+    result_bad_step = 14,         ///< "ts" is not greater than 0
+    result_bad_interval = 15,     ///< "ti" is not less than "tf"
+    result_failure = -1,          ///< general failure
 };
 
 /// Enumerator's name ("result_ok"), null for a number that is no result code.

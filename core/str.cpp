@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <iterator>
+#include <limits>
 
 namespace tessel::str {
 namespace {
@@ -60,7 +62,41 @@ char* shortest_to(F v, char* out) noexcept {
     return out;
 }
 
+/// Whether a decimal number out of a double's range, digits and an optional exponent, is too large rather than too
+/// small.
+bool is_huge(std::string_view number) noexcept {
+    const std::size_t e = std::min(number.find_first_of("eE"), number.size());
+    const std::string_view digits = number.substr(0, e);
+    const std::size_t point = std::min(digits.find('.'), digits.size());
+    const std::size_t first = digits.find_first_of("123456789");
+    if (first == std::string_view::npos) return false;
+    // power of ten of the first digit that counts
+    const auto power = static_cast<std::int64_t>(point) - static_cast<std::int64_t>(first);
+    std::int64_t exponent = 0;
+    if (e < number.size()) {
+        std::string_view text = number.substr(e + 1);
+        if (text.starts_with('+')) text.remove_prefix(1);
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), exponent);
+        if (error == std::errc::result_out_of_range) return text[0] != '-';
+    }
+    constexpr std::int64_t beyond = std::numeric_limits<std::int64_t>::max() / 2;
+    return power + std::clamp(exponent, -beyond, beyond) > 0;
+}
+
 }  // namespace
+
+std::optional<double> to_double(std::string_view text) noexcept {
+    const bool minus = text.starts_with('-');
+    if (minus || text.starts_with('+')) text.remove_prefix(1);
+    // the number reader would take a second sign, "inf" and "nan"
+    if (text.empty() || !(is_digit(text[0]) || text[0] == '.')) return std::nullopt;
+    double value = 0.0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (end != text.data() + text.size()) return std::nullopt;
+    if (error == std::errc::result_out_of_range) value = is_huge(text) ? std::numeric_limits<double>::infinity() : 0.0;
+    else if (error != std::errc{}) return std::nullopt;
+    return minus ? -value : value;
+}
 
 void replace_all(std::string& subject, const std::string& from, const std::string& to) {
     if (from.empty()) return;

@@ -1,6 +1,7 @@
 // Text services.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -18,6 +19,10 @@ BLOCKS_API std::string sanitize_identifier(std::string_view name);
 
 /// The same for a dotted path: dots behind the first character stay.
 BLOCKS_API std::string sanitize_path(std::string_view path);
+
+/// The number that a text spells in decimal or scientific form ("-1.5", ".5", "1e3"), whatever the process's locale.
+/// Beyond the range of a double: infinity or 0. Empty when the text is anything else.
+BLOCKS_API std::optional<double> to_double(std::string_view text) noexcept;
 
 /// The shortest decimal text that reads back as exactly this finite number, with a point or an exponent: "0.1",
 /// "100000.0", "1e+16". "nan", "inf" and "-inf" for what is not finite.

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
+#include <limits>
 #include <string_view>
 #include <type_traits>
 #include <utility>
@@ -13,6 +13,8 @@
 
 namespace tessel {
 namespace {
+
+bool is_blank(char c) noexcept { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 
 /// Calls `f` with the payload in its own type; an empty value is 0.0, a text the number that it spells, else 0.0.
 template <class F>
@@ -30,10 +32,10 @@ auto visit_number(const var_t& v, F&& f) {
         case type_flt32: return f(v.payload<float>());
         case type_flt64: return f(v.payload<double>());
         case type_cstr: {
-            char* end = nullptr;
-            const double number = std::strtod(v.text(), &end);
-            while (*end == ' ' || *end == '\t') ++end;
-            return f(*end == 0 ? number : 0.0);
+            std::string_view text = v.text();
+            while (!text.empty() && is_blank(text.front())) text.remove_prefix(1);
+            while (!text.empty() && is_blank(text.back())) text.remove_suffix(1);
+            return f(str::to_double(text).value_or(0.0));
         }
         default: return f(0.0);
     }
@@ -98,6 +100,15 @@ int compare(const var_t& a, const var_t& b) noexcept {
     });
 }
 
+/// C has no literal for the lowest `long`, and reads a decimal without suffix as signed.
+std::string integer_text(std::int64_t v) {
+    if (v == std::numeric_limits<std::int64_t>::min()) return "(-9223372036854775807 - 1)";
+    return std::to_string(v);
+}
+std::string integer_text(std::uint64_t v) {
+    return std::to_string(v) + (v > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()) ? "u" : "");
+}
+
 template <class F>
 std::string float_text(F v) {
     if (std::isnan(v)) return "NAN";
@@ -126,7 +137,10 @@ std::string quoted(std::string_view text) {
 
 }  // namespace
 
-var_t::var_t(const char* text) { set_text(text, std::strlen(text)); }
+var_t::var_t(const char* text) {
+    if (text == nullptr) text = "";
+    set_text(text, std::strlen(text));
+}
 
 var_t::var_t(const var_t& other) {
     if (other.is_text()) set_text(other.text(), std::strlen(other.text()));
@@ -220,8 +234,8 @@ std::string var_t::to_string() const {
         case type_uint16: return std::to_string(payload<std::uint16_t>());
         case type_int32: return std::to_string(payload<std::int32_t>());
         case type_uint32: return std::to_string(payload<std::uint32_t>());
-        case type_int64: return std::to_string(payload<std::int64_t>());
-        case type_uint64: return std::to_string(payload<std::uint64_t>());
+        case type_int64: return integer_text(payload<std::int64_t>());
+        case type_uint64: return integer_text(payload<std::uint64_t>());
         case type_flt32: return float_text(payload<float>());
         case type_flt64: return float_text(payload<double>());
         case type_cstr: return quoted(text());

@@ -28,7 +28,7 @@ public:
     var_t(unsigned long long v) noexcept { store(static_cast<std::uint64_t>(v)); }
     var_t(float v) noexcept { store(v); }
     var_t(double v) noexcept { store(v); }
-    var_t(const char* text);
+    var_t(const char* text);  ///< null counts as ""
     var_t(const var_t& other);
     var_t(var_t&& other) noexcept;
     var_t& operator=(const var_t& other);
@@ -86,8 +86,9 @@ public:
     bool operator||(const var_t& other) const noexcept;
     bool operator||(bool other) const noexcept;
 
-    /// The value as C source: bool as 1 or 0; integers in decimal; floats as the shortest text that reads back exactly,
-    /// with a point or an exponent; text quoted and escaped; "" for an empty value.
+    /// The value as C source: bool as 1 or 0; integers in decimal, above the signed range with "u"; floats as the
+    /// shortest text that reads back exactly, with a point or an exponent; text quoted and escaped; "" for an empty
+    /// value.
     std::string to_string() const;
 
 private:

@@ -29,6 +29,10 @@ Run& self(const void* const* operands) noexcept {
     return *static_cast<Run*>(static_cast<ExecBlock*>(const_cast<void*>(operands[0])));
 }
 
+/// Whether a kernel says that its output equals its input after every step.
+template <class K>
+inline constexpr bool passes_through = requires { requires K::passes_through; };
+
 /// Number of ports in a list.
 template <class In>
 inline constexpr std::size_t count_of = 0;
@@ -54,7 +58,7 @@ public:                                                                         
     const lowering_t* lowering() const noexcept override { return &lowered; }   \
                                                                                 \
 private:                                                                        \
-    static constexpr lowering_t lowered{&Exec::run, count};
+    static constexpr lowering_t lowered{&Exec::run, count, detail::passes_through<K>};
 
 template <class K, class A>
 class Exec<K, inputs<A>> final : public Ports<inputs<A>, typename K::out> {
@@ -183,7 +187,7 @@ private:
                         detail::cell<value_of<decltype(b.in1)>>(p, 1), detail::cell<value_of<decltype(b.in2)>>(p, 2));
         }
     }
-    static constexpr lowering_t lowered{&StatefulExec::run, static_cast<std::uint8_t>(count)};
+    static constexpr lowering_t lowered{&StatefulExec::run, static_cast<std::uint8_t>(count), false};
 };
 
 /// Runnable class of a block whose step does nothing: it only holds what it samples, or what was put into its output.
@@ -194,7 +198,7 @@ public:
     const lowering_t* lowering() const noexcept override { return &lowered; }
 
 private:
-    static constexpr lowering_t lowered{nullptr, static_cast<std::uint8_t>(detail::count_of<In>)};
+    static constexpr lowering_t lowered{nullptr, static_cast<std::uint8_t>(detail::count_of<In>), false};
 };
 
 // `new` and not make_unique: naming unique_ptr<Run> for thousands of Runs multiplies the build time.

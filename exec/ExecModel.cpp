@@ -1,10 +1,13 @@
 #include "exec/ExecModel.h"
 
 #include <map>
+#include <numeric>
+#include <span>
 #include <unordered_map>
 #include <utility>
 
 #include "exec/parallel_for_each.h"
+#include "exec/plan.h"
 
 namespace tessel {
 namespace {
@@ -80,17 +83,50 @@ void ExecModel::wire() {
 void ExecModel::set_enables() {
     const auto index = index_of(blocks);
     enable_blocks.clear();
-    for (const auto& block : blocks) {
-        if (block == nullptr) continue;
-        const std::uint64_t gate = properties->enable_map.at(block->id()).second;
+    gates_.assign(blocks.size(), nullptr);
+    for (std::size_t i = 0; i < blocks.size(); ++i) {
+        if (blocks[i] == nullptr) continue;
+        const std::uint64_t gate = properties->enable_map.at(blocks[i]->id()).second;
         const auto found = gate != 0 ? index.find(gate) : index.end();
         ExecPort* flag = found != index.end() ? found->second->input(0) : nullptr;
         if (flag == nullptr) {
-            block->set_enable(&always_enabled);
+            blocks[i]->set_enable(&always_enabled);
             continue;
         }
-        block->set_enable(static_cast<const bool*>(flag->value_ptr()));
+        blocks[i]->set_enable(static_cast<const bool*>(flag->value_ptr()));
         enable_blocks.insert(found->second);
+        gates_[i] = found->second;
+    }
+}
+
+PlanContext ExecModel::plan_context() const {
+    std::unordered_map<const ExecBlock*, std::size_t> positions;  // of enable blocks, among the objects
+    std::vector<planned_t> objects;
+    objects.reserve(blocks.size());
+    for (const auto& block : blocks) {
+        if (block == nullptr) continue;
+        if (enable_blocks.contains(block.get())) positions.emplace(block.get(), objects.size());
+        objects.push_back({block.get(), &always_enabled, 0});
+    }
+    std::size_t n = 0;
+    for (std::size_t i = 0; i < blocks.size(); ++i) {
+        if (blocks[i] == nullptr) continue;
+        planned_t& object = objects[n++];
+        if (gates_[i] == nullptr) continue;
+        object.gate = static_cast<const bool*>(const_cast<ExecBlock*>(gates_[i])->input(0)->value_ptr());
+        object.enable_position = positions.at(gates_[i]);
+    }
+    return {std::move(objects), &always_enabled};
+}
+
+template <class Step>
+void ExecModel::run_steps(double ti, double tf, double ts, const Step& step) {
+    std::vector<bool*> flags;
+    for (ExecBlock* enable : enable_blocks) flags.push_back(static_cast<bool*>(enable->input(0)->value_ptr()));
+    for (double t = ti; tf >= t; t = t + ts) {
+        for (bool* flag : flags) *flag = false;
+        step(t);
+        if (monitor_ != nullptr && !monitor_->step_done(t)) break;
     }
 }
 
@@ -100,11 +136,18 @@ result_t ExecModel::run_serial(double ti, double tf, double ts) {
         block->set_time(ti);
         block->start();
     }
-    for (double t = ti; tf >= t; t = t + ts) {
-        for (ExecBlock* enable : enable_blocks) *static_cast<bool*>(enable->input(0)->value_ptr()) = false;
-        for (const auto& block : blocks)
-            if (block != nullptr) step_object(*block, t);
-        if (monitor_ != nullptr && !monitor_->step_done(t)) break;
+    if (engine_ == engine_t::plan) {
+        const PlanContext context = plan_context();
+        std::vector<std::size_t> all(context.objects().size());
+        std::iota(all.begin(), all.end(), std::size_t{0});
+        Plan plan(context, all);
+        run_steps(ti, tf, ts, [&plan](double t) { plan.step(t); });
+        plan.settle();
+    } else {
+        run_steps(ti, tf, ts, [this](double t) {
+            for (const auto& block : blocks)
+                if (block != nullptr) step_object(*block, t);
+        });
     }
     for (const auto& block : blocks)
         if (block != nullptr) block->finish();
@@ -113,8 +156,14 @@ result_t ExecModel::run_serial(double ti, double tf, double ts) {
 
 result_t ExecModel::run_parallel(double ti, double tf, double ts) {
     std::map<std::int32_t, std::vector<ExecBlock*>> zones;
-    for (const auto& block : blocks)
-        if (block != nullptr) zones[block->zone()].push_back(block.get());
+    std::map<std::int32_t, std::vector<std::size_t>> positions;  // the same, as positions among the objects
+    std::size_t count = 0;
+    for (const auto& block : blocks) {
+        if (block == nullptr) continue;
+        const std::int32_t zone = block->zone();
+        zones[zone].push_back(block.get());
+        positions[zone].push_back(count++);
+    }
     const auto wide = std::ranges::count_if(zones, [](const auto& zone) { return zone.second.size() > wide_zone; });
     if (static_cast<std::size_t>(wide) < wide_zones) return run_serial(ti, tf, ts);
 
@@ -122,11 +171,32 @@ result_t ExecModel::run_parallel(double ti, double tf, double ts) {
         block.set_time(ti);
         block.start();
     });
-    for (double t = ti; tf >= t; t = t + ts) {
-        for (ExecBlock* enable : enable_blocks) *static_cast<bool*>(enable->input(0)->value_ptr()) = false;
-        for (const auto& [zone, objects] : zones)
-            parallel_for_each(objects, [t](ExecBlock& block) { step_object(block, t); });
-        if (monitor_ != nullptr && !monitor_->step_done(t)) break;
+    if (engine_ == engine_t::plan) {
+        // one plan for each chunk of each zone
+        struct zone_plan_t {
+            partition_t part;
+            std::vector<Plan> chunks;
+        };
+        const PlanContext context = plan_context();
+        std::vector<zone_plan_t> plans;
+        for (const auto& [zone, members] : positions) {
+            const std::span<const std::size_t> all(members);
+            const auto part = partition_t::of(all.size(), sys::hardware_threads());
+            plans.push_back({part, {}});
+            for (std::size_t i = 0; i < part.chunks; ++i)
+                plans.back().chunks.emplace_back(context, all.subspan(part.begin_of(i), part.end_of(i) - part.begin_of(i)));
+        }
+        run_steps(ti, tf, ts, [&plans](double t) {
+            for (zone_plan_t& zone : plans)
+                parallel_for_parts(zone.chunks.size(), [&zone, t](std::size_t i) { zone.chunks[i].step(t); });
+        });
+        for (zone_plan_t& zone : plans)
+            for (Plan& chunk : zone.chunks) chunk.settle();
+    } else {
+        run_steps(ti, tf, ts, [&zones](double t) {
+            for (const auto& [zone, objects] : zones)
+                parallel_for_each(objects, [t](ExecBlock& block) { step_object(block, t); });
+        });
     }
     parallel_for_each(blocks, [](ExecBlock& block) { block.finish(); });
     return result_ok;

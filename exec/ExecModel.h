@@ -12,11 +12,14 @@
 
 namespace tessel {
 
+class PlanContext;
+
 /// What a host can watch and end of a run.
 class RunMonitor {
 public:
     virtual ~RunMonitor() = default;
-    /// Called on the caller's thread after each time step; false ends the run as if "tf" had been passed.
+    /// Called on the caller's thread after each time step; false ends the run as if "tf" had been passed. Input cells
+    /// are up to date at the end of a run; who wants to look at them in between adds an object to the model.
     virtual bool step_done(double t) noexcept = 0;
 };
 
@@ -56,6 +59,11 @@ public:
     std::shared_ptr<PropertiesModel> properties;
 
 private:
+    /// The loop over time of a run: resets the flags and calls `step(t)`.
+    template <class Step>
+    void run_steps(double ti, double tf, double ts, const Step& step);
+    PlanContext plan_context() const;
+
     void wire();
     void set_enables();
     result_t run_serial(double ti, double tf, double ts);
@@ -63,6 +71,7 @@ private:
 
     RunMonitor* monitor_ = nullptr;
     engine_t engine_ = engine_t::plan;
+    std::vector<const ExecBlock*> gates_;  // the enable block that gates each entry of `blocks`, null for none
 };
 
 }  // namespace tessel

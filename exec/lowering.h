@@ -11,10 +11,11 @@ namespace tessel {
 /// `run` steps `count` objects of the class, in order. For each it is handed 1 + `inputs` pointers: the object (as
 /// `ExecBlock*`), then for each input the cell to read, which holds a value of that input port's type. It does what
 /// `step` does after `sample`, but it need not write the input cells: the run brings them up to date where somebody
-/// can look. A null `run` says that a step does nothing.
+/// can look. A null `run` says that a step does nothing. Input ports are `Port<T>`s.
 struct lowering_t {
     void (*run)(const void* const* operands, std::size_t count, double t) noexcept;
     std::uint8_t inputs;
+    bool passes_through = false;  ///< one input and one output of one type, equal after every step
 };
 
 }  // namespace tessel

@@ -24,41 +24,39 @@ struct partition_t {
     std::size_t end_of(std::size_t i) const noexcept { return begin_of(i + 1); }
 };
 
-/// Runs `action(begin, end)` over the chunks of `n` elements, on the pool and on the calling thread, and returns when
-/// all are done. With one hardware thread, fewer than two elements or no pool the calling thread does it all in order.
+/// Runs `action(i)` for the numbers below `parts`, each once, on the pool and on the calling thread, and returns when
+/// all are done. With one hardware thread, fewer than two parts or no pool the calling thread does it all in order.
 template <class Action>
-void parallel_for_chunks(std::size_t n, const Action& action) {
+void parallel_for_parts(std::size_t parts, const Action& action) {
     const unsigned hardware = sys::hardware_threads();
-    if (hardware <= 1 || n < 2) {
-        action(std::size_t{0}, n);
-        return;
-    }
     struct record_t {
         const Action& action;
-        partition_t part;
+        std::size_t parts;
         std::atomic<std::size_t> next{0};
 
         void work() {
-            for (std::size_t i = next.fetch_add(1); i < part.chunks; i = next.fetch_add(1))
-                action(part.begin_of(i), part.end_of(i));
+            for (std::size_t i = next.fetch_add(1); i < parts; i = next.fetch_add(1)) action(i);
         }
-    } record{action, partition_t::of(n, hardware)};
+    } record{action, parts};
 
-    const auto item = sys::WorkItem::create([](void* r) { static_cast<record_t*>(r)->work(); }, &record);
+    const auto item = hardware <= 1 || parts < 2
+                          ? nullptr
+                          : sys::WorkItem::create([](void* r) { static_cast<record_t*>(r)->work(); }, &record);
     if (item == nullptr) {
-        action(std::size_t{0}, n);
+        record.work();
         return;
     }
-    item->submit(static_cast<unsigned>(std::min<std::size_t>(record.part.chunks, std::size_t{4} * hardware)));
+    item->submit(static_cast<unsigned>(std::min<std::size_t>(parts, std::size_t{4} * hardware)));
     record.work();
     item->wait();
 }
 
-/// Runs `action(object)` for each element of a vector of pointers; null ones are passed over.
+/// Runs `action(object)` for each element of a vector of pointers, chunk by chunk; null ones are passed over.
 template <class Pointers, class Action>
 void parallel_for_each(const Pointers& objects, const Action& action) {
-    parallel_for_chunks(objects.size(), [&](std::size_t begin, std::size_t end) {
-        for (std::size_t i = begin; i < end; ++i)
+    const auto part = partition_t::of(objects.size(), sys::hardware_threads());
+    parallel_for_parts(part.chunks, [&](std::size_t chunk) {
+        for (std::size_t i = part.begin_of(chunk); i < part.end_of(chunk); ++i)
             if (objects[i] != nullptr) action(*objects[i]);
     });
 }

@@ -18,6 +18,7 @@
 #include "core/python.h"
 #include "core/str.h"
 #include "factory.h"
+#include "framework/json_number.h"
 
 namespace tessel::json {
 namespace {
@@ -31,16 +32,43 @@ std::string read_whole(std::string_view path) {
 
 bool has_blocks(const nlohmann::json& file) { return file.is_object() && file.contains("blocks"); }
 
-/// The class name and the data of an element of "blocks": its first member.
+/// The class name and the data of an element of "blocks": its first member. An element that is no object raises the
+/// JSON library's error where its key is asked for.
 auto first_member(nlohmann::json& element) {
-    if (element.is_object() && element.empty()) throw std::invalid_argument("an element of \"blocks\" has no class name");
-    return element.begin();
+    const auto first = element.begin();
+    if (element.is_array() && element.empty()) static_cast<void>(first.key());
+    if (element.is_object() && element.empty())
+        throw std::invalid_argument("an element of \"blocks\" has no class name");
+    return first;
 }
 
 /// Makes the root of a model and adds it: the one block that stands in no file.
 void add_root(IMetaModel& model) {
     model.add_block(factory::create("subsys", std::make_shared<PropertiesBlock>()));
     (*model.begin())->set_name("mainsys");
+}
+
+/// Exchanges the ids of a file's blocks for fresh ones in its text, so that every mention of one goes with it: in
+/// parents, in links, and in any other number that has the same digits. Returns the fresh ids.
+std::unordered_set<std::uint64_t> renumber(std::string& text, nlohmann::json& blocks) {
+    std::vector<std::uint64_t> old_ids, new_ids;
+    old_ids.reserve(blocks.size());
+    new_ids.reserve(blocks.size());
+    for (auto& element : blocks) {
+        const auto& block = *first_member(element);
+        if (!block.is_object() || !block.contains("id")) continue;
+        old_ids.push_back(to_integer<std::uint64_t>(block["id"]));
+        new_ids.push_back(num::create_id());
+    }
+    // Short ids are found again inside the fresh ones, and the text grows with each. Ids that only grow from one digit
+    // to sixteen stay below this.
+    const std::size_t most = 32 * text.size() + (std::size_t{16} << 20);
+    for (std::size_t i = 0; i < old_ids.size(); ++i) {
+        str::replace_all(text, std::to_string(old_ids[i]), std::to_string(new_ids[i]));
+        if (text.size() > most)
+            throw std::length_error("block ids of a referenced file are too short to be told apart");
+    }
+    return {new_ids.begin(), new_ids.end()};
 }
 
 }  // namespace
@@ -77,27 +105,14 @@ result_t load(IMetaModel* model, std::string_view path, std::size_t parent_id) {
         std::string text = read_whole(path);
         auto file = nlohmann::json::parse(text);
         if (!has_blocks(file)) return result_failure;
-
-        // The file's ids are exchanged in its text, so that every mention of one goes with it.
-        std::vector<std::uint64_t> old_ids, new_ids;
-        old_ids.reserve(file["blocks"].size());
-        new_ids.reserve(file["blocks"].size());
-        for (auto& element : file["blocks"]) {
-            const auto& block = *first_member(element);
-            if (!block.is_object() || !block.contains("id")) continue;
-            old_ids.push_back(block["id"].get<std::uint64_t>());
-            new_ids.push_back(num::create_id());
-        }
-        for (std::size_t i = 0; i < old_ids.size(); ++i)
-            str::replace_all(text, std::to_string(old_ids[i]), std::to_string(new_ids[i]));
+        const auto inside = renumber(text, file["blocks"]);
         file = nlohmann::json::parse(text);
 
-        const std::unordered_set<std::uint64_t> inside(new_ids.begin(), new_ids.end());
         for (auto& element : file["blocks"]) {
             const auto first = first_member(element);
             auto& value = *first;
             // what hangs under no block of this file hangs under the block that refers to it
-            if (!inside.contains(value.value("parent", std::uint64_t{0}))) value["parent"] = parent_id;
+            if (!inside.contains(integer_at<std::uint64_t>(value, "parent"))) value["parent"] = parent_id;
             auto block = factory::create(first.key(), std::make_shared<PropertiesBlock>());
             if (block != nullptr) block->import_json(value);
             model->add_block(std::move(block));

@@ -1,15 +1,33 @@
 #include "framework/MetaBlock.h"
 
 #include <algorithm>
+#include <new>
 #include <nlohmann/json.hpp>
 
 #include "framework/signature.h"
 
 namespace tessel {
+namespace {
+
+// Far above any drawn block, and above every count that 16 bits can tell apart. A damaged file can ask for 2^31 ports
+// (64 GiB), which a machine that hands out memory on credit would grant and then die of.
+constexpr std::uint64_t most_ports = 1u << 20;
+
+class too_many_ports final : public std::bad_alloc {
+public:
+    const char* what() const noexcept override { return "a block cannot have more than 1048576 inputs or outputs"; }
+};
+
+void resize(std::vector<port_t>& ports, std::uint64_t count) {
+    if (count > most_ports) throw too_many_ports();
+    ports.resize(static_cast<std::size_t>(count));
+}
+
+}  // namespace
 
 MetaBlock::MetaBlock(std::shared_ptr<PropertiesBlock> properties) : properties_(std::move(properties)) {
-    inputs_.resize(properties_->inportCount);
-    outputs_.resize(properties_->outportCount);
+    resize(inputs_, properties_->inportCount);
+    resize(outputs_, properties_->outportCount);
 }
 
 bool MetaBlock::has_all_types() const noexcept {
@@ -37,9 +55,7 @@ std::uint32_t MetaBlock::signature() const noexcept {
     return h;
 }
 
-const port_t* MetaBlock::input(std::int16_t index) const noexcept {
-    return const_cast<MetaBlock*>(this)->input(index);
-}
+const port_t* MetaBlock::input(std::int16_t index) const noexcept { return const_cast<MetaBlock*>(this)->input(index); }
 port_t* MetaBlock::input(std::int16_t index) noexcept { return &inputs_[static_cast<std::uint16_t>(index)]; }
 const port_t* MetaBlock::output(std::int16_t index) const noexcept {
     return const_cast<MetaBlock*>(this)->output(index);
@@ -74,7 +90,7 @@ void MetaBlock::export_json(nlohmann::json& out) {
 
 void MetaBlock::import_json(const nlohmann::json& in) {
     properties_->import_json(in);
-    if (inputs_.size() < properties_->inportCount) inputs_.resize(properties_->inportCount);
+    if (inputs_.size() < properties_->inportCount) resize(inputs_, properties_->inportCount);
 }
 
 result_t MetaBlock::calculate_type() {
@@ -172,7 +188,10 @@ result_t MetaBlock::code_step_py(sys::File& file, const char*) {
 std::string MetaBlock::struct_name() const {
     std::string name = class_name();
     if (!outputs_.empty()) name += '_';
-    for (const port_t& port : outputs_) name += port.has_type() ? port.type_name() : "(null)";
+    for (const port_t& port : outputs_) {
+        const char* type = port.type_name();
+        name += type != nullptr ? type : "(null)";
+    }
     return name + "_t";
 }
 

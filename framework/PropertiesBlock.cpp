@@ -1,7 +1,8 @@
 #include "PropertiesBlock.h"
 
-#include <array>
 #include <nlohmann/json.hpp>
+
+#include "framework/json_number.h"
 
 namespace tessel {
 namespace {
@@ -27,7 +28,8 @@ void PropertiesBlock::export_json(nlohmann::json& out) const {
                        {"height", widened(height)},
                        {"rotation", widened(rotation)}};
     if (alpha > 0.0f)
-        out["bg"] = {{"red", widened(red)}, {"green", widened(green)}, {"blue", widened(blue)}, {"alpha", widened(alpha)}};
+        out["bg"] = {
+            {"red", widened(red)}, {"green", widened(green)}, {"blue", widened(blue)}, {"alpha", widened(alpha)}};
     for (const auto& [key, parameter] : parameters) {
         const var_t& v = parameter.value;
         switch (v.type()) {
@@ -51,10 +53,10 @@ void PropertiesBlock::export_json(nlohmann::json& out) const {
 void PropertiesBlock::import_json(const nlohmann::json& in) {
     name = in.value("name", std::string());
     // a file's 0 leaves a parent that was preset
-    if (const auto given = in.value("parent", std::uint64_t{0}); given != 0) parent = given;
-    id = in.value("id", std::uint64_t{0});
-    inportCount = static_cast<std::uint64_t>(std::int64_t{in.value("inportCount", 0)});
-    outportCount = static_cast<std::uint64_t>(std::int64_t{in.value("outportCount", 0)});
+    if (const auto given = integer_at<std::uint64_t>(in, "parent"); given != 0) parent = given;
+    id = integer_at<std::uint64_t>(in, "id");
+    inportCount = static_cast<std::uint64_t>(std::int64_t{integer_at<int>(in, "inportCount")});
+    outportCount = static_cast<std::uint64_t>(std::int64_t{integer_at<int>(in, "outportCount")});
     if (const auto found = in.find("geometry"); found != in.end()) {
         x = found->value("x", 0.0f);
         y = found->value("y", 0.0f);
@@ -74,7 +76,7 @@ void PropertiesBlock::import_json(const nlohmann::json& in) {
     for (auto& [key, parameter] : parameters) {
         const auto found = in.find(key);
         if (found == in.end()) continue;
-        if (found->is_number()) parameter.value = var_t(found->get<int>());
+        if (found->is_number()) parameter.value = var_t(to_integer<int>(*found));
         else parameter.value = found->get<std::string>();
     }
 }

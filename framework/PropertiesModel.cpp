@@ -4,6 +4,8 @@
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
+#include "framework/json_number.h"
+
 namespace tessel {
 namespace {
 
@@ -68,20 +70,20 @@ void PropertiesModel::export_json(nlohmann::json& out) {
 
 void PropertiesModel::import_json(const nlohmann::json& in, bool is_reference) {
     const auto port = [](const nlohmann::json& link, const char* key) {
-        return static_cast<std::int16_t>(link.value(key, 0));
+        return static_cast<std::int16_t>(integer_at<int>(link, key));
     };
     if (const auto found = in.find("links"); found != in.end()) {
         for (const auto& link : *found) {
-            const auto src = link.value("srcId", std::uint64_t{0});
-            const auto dst = link.value("dstId", std::uint64_t{0});
+            const auto src = integer_at<std::uint64_t>(link, "srcId");
+            const auto dst = integer_at<std::uint64_t>(link, "dstId");
             const auto src_port = port(link, "srcPort");
             const auto dst_port = port(link, "dstPort");
             auto label = link.value("label", std::string());
             std::vector<point_t> points;
             if (const auto bends = link.find("breakpoints"); bends != link.end()) {
                 for (const auto& bend : *bends) {
-                    const auto x = bend.value("x", std::int32_t{0});
-                    points.push_back({x, bend.value("y", std::int32_t{0})});
+                    const auto x = integer_at<std::int32_t>(bend, "x");
+                    points.push_back({x, integer_at<std::int32_t>(bend, "y")});
                 }
             }
             insert_link(src, dst, src_port, dst_port, std::move(label), std::move(points), is_reference);

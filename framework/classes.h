@@ -16,8 +16,8 @@ struct block_entry_t;
 inline constexpr int as_given = -1;    ///< a port count that the properties decide
 inline constexpr int at_least_3 = -3;  ///< likewise, raised to 3
 
-/// One class: its name, what its block file offers, the forced port counts and the preset types of input 0 and
-/// output 0.
+/// One class: its name, what its block file offers, the forced port counts, the preset types of input 0 and output 0,
+/// and its parameters with units and defaults (null for none).
 struct class_row_t {
     const char* name;
     const block_entry_t* entry;
@@ -25,6 +25,7 @@ struct class_row_t {
     int outputs;
     type_t input_type;
     type_t output_type;
+    const parameters_t* defaults;
 };
 
 namespace factory {

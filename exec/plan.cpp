@@ -1,0 +1,242 @@
+#include "exec/plan.h"
+
+#include <algorithm>
+#include <array>
+#include <type_traits>
+
+#include "core/convert.h"
+#include "exec/Port.h"
+#include "exec/lowering.h"
+
+namespace tessel {
+namespace {
+
+using run_t = void (*)(const void* const* operands, std::size_t count, double t) noexcept;
+
+// ---- loops over input cells
+
+/// Operands: cell to write, cell to read.
+template <class To, class From>
+void run_convert(const void* const* p, std::size_t count, double) noexcept {
+    for (; count != 0; --count, p += 2)
+        *static_cast<To*>(const_cast<void*>(p[0])) = convert<To>(*static_cast<const From*>(p[1]));
+}
+
+/// Operand: the input port.
+template <class T>
+void run_pull(const void* const* p, std::size_t count, double) noexcept {
+    for (; count != 0; --count, ++p) static_cast<Port<T>*>(static_cast<ExecPort*>(const_cast<void*>(*p)))->pull();
+}
+
+/// Operand: an object without a lowering.
+void run_foreign(const void* const* p, std::size_t count, double t) noexcept {
+    for (; count != 0; --count, ++p) {
+        auto& block = *static_cast<ExecBlock*>(const_cast<void*>(*p));
+        if (!block.enabled()) continue;
+        block.set_time(t);
+        block.sample();
+        block.step();
+    }
+}
+
+constexpr std::size_t type_count = value_types::size;
+
+template <class... T>
+constexpr std::size_t position_of(type_t type, type_list<T...>) {
+    std::size_t i = 0, found = 0;
+    ((type_of<T> == type ? found = i++ : i++), ...);
+    return found;
+}
+
+template <class To, class... From>
+constexpr std::array<run_t, type_count> conversions_to(type_list<From...>) {
+    return {&run_convert<To, From>...};
+}
+template <class... To>
+constexpr std::array<std::array<run_t, type_count>, type_count> all_conversions(type_list<To...>) {
+    return {conversions_to<To>(value_types{})...};
+}
+template <class... T>
+constexpr std::array<run_t, type_count> all_pulls(type_list<T...>) {
+    return {&run_pull<T>...};
+}
+
+run_t conversion(type_t to, type_t from) {
+    static constexpr auto table = all_conversions(value_types{});
+    return table[position_of(to, value_types{})][position_of(from, value_types{})];
+}
+
+run_t pull(type_t type) {
+    static constexpr auto table = all_pulls(value_types{});
+    return table[position_of(type, value_types{})];
+}
+
+}  // namespace
+
+PlanContext::PlanContext(std::vector<planned_t> objects, const bool* always)
+    : objects_(std::move(objects)), always_(always) {
+    owners_.reserve(objects_.size());
+    for (std::size_t i = 0; i < objects_.size(); ++i) {
+        if (objects_[i].block->lowering() == nullptr) watched_ = true;
+        else if (const ExecPort* out = objects_[i].block->output(0); out != nullptr) owners_.emplace(out, i);
+        if (objects_[i].gate != always_ && (i == 0 || objects_[i].gate != objects_[i - 1].gate))
+            gates_.push_back(objects_[i].gate);
+    }
+    // an input that another object reads from is looked at as a gate is: it must be right at every moment
+    for (const planned_t& object : objects_) {
+        const lowering_t* lowering = object.block->lowering();
+        for (std::int16_t n = 0; lowering != nullptr && n < lowering->inputs; ++n) {
+            ExecPort* source = object.block->input(n)->source();
+            if (source != nullptr && !owners_.contains(source)) gates_.push_back(source->value_ptr());
+        }
+    }
+    std::ranges::sort(gates_);
+    gates_.erase(std::ranges::unique(gates_).begin(), gates_.end());
+}
+
+bool PlanContext::is_gate(const void* cell) const noexcept { return std::ranges::binary_search(gates_, cell); }
+
+std::size_t PlanContext::owner_of(const ExecPort* port) const noexcept {
+    const auto found = owners_.find(port);
+    return found != owners_.end() ? found->second : nowhere;
+}
+
+bool PlanContext::keeps_sample(std::size_t from, std::size_t to) const noexcept {
+    if (from >= to) return false;
+    const planned_t& reader = objects_[to];
+    return reader.gate == always_ || (reader.gate == objects_[from].gate && from > reader.enable_position);
+}
+
+Plan::Plan(const PlanContext& context, std::span<const std::size_t> positions) : watched_(context.watched()) {
+    const auto gate_of = [&](std::size_t i) {
+        const planned_t& object = context.objects()[positions[i]];
+        return object.block->lowering() != nullptr ? object.gate : nullptr;
+    };
+    std::size_t i = 0;
+    while (i < positions.size()) {
+        const bool* gate = gate_of(i);
+        segment_t segment{gate, 0, objects_.size(), 0, 0.0, false};
+        do i = lower_stretch(context, positions, i);
+        while (i < positions.size() && gate != nullptr && gate_of(i) == gate);
+        segment.op_end = ops_.size();
+        segment.object_end = objects_.size();
+        segments_.push_back(segment);
+    }
+    segments_.shrink_to_fit();
+    ops_.shrink_to_fit();
+    operands_.shrink_to_fit();
+    objects_.shrink_to_fit();
+}
+
+/// Lowers the objects from `begin` on that share a lowering and a gate, as loops over their inputs and one over their
+/// steps; returns the end of the stretch. A stretch ends before an object that samples what an earlier one of it puts
+/// out, since the inputs of all are sampled first.
+std::size_t Plan::lower_stretch(const PlanContext& context, std::span<const std::size_t> positions,
+                                std::size_t begin) {
+    const planned_t& first = context.objects()[positions[begin]];
+    const lowering_t* lowering = first.block->lowering();
+    if (lowering == nullptr) {
+        const void* operand = first.block;
+        append(&run_foreign, {&operand, 1}, 1);
+        return begin + 1;
+    }
+
+    struct sampler_t {
+        run_t run;
+        std::array<const void*, 2> operands;
+        std::size_t count;
+    };
+    std::vector<sampler_t> samplers;
+    std::vector<const void*> steps;
+    std::size_t end = begin;
+    for (; end < positions.size(); ++end) {
+        const std::size_t position = positions[end];
+        const planned_t& object = context.objects()[position];
+        if (object.block->lowering() != lowering || object.gate != first.gate) break;
+
+        const std::size_t sampled = samplers.size();
+        bool all_kept = true, observed = false, inside = false;
+        for (std::int16_t n = 0; n < lowering->inputs; ++n) {
+            ExecPort* port = object.block->input(n);
+            observed = observed || context.is_gate(port->value_ptr());
+            if (port->source() == nullptr) continue;
+            const std::size_t owner = context.owner_of(port->source());
+            all_kept = all_kept && owner != PlanContext::nowhere && context.keeps_sample(owner, position);
+        }
+        const bool lazy = all_kept && !observed;
+        settle_t settle = lazy ? settle_t::sample : settle_t::clock;
+        steps.push_back(object.block);
+        for (std::int16_t n = 0; n < lowering->inputs; ++n) {
+            ExecPort* port = object.block->input(n);
+            ExecPort* source = port->source();
+            const void* cell = port->value_ptr();
+            if (source != nullptr) {
+                const std::size_t owner = context.owner_of(source);
+                const bool foreign = owner == PlanContext::nowhere;
+                const bool direct = !foreign && source->type() == port->type();
+                if (direct && (lazy || (lowering->passes_through && !observed))) {
+                    cell = source->value_ptr();
+                    if (!lazy) settle = settle_t::pass_through;
+                } else {
+                    if (foreign) samplers.push_back({pull(port->type()), {port, nullptr}, 1});
+                    else samplers.push_back({conversion(port->type(), source->type()), {cell, source->value_ptr()}, 2});
+                    inside = inside || foreign || (owner >= positions[begin] && owner < position);
+                }
+            }
+            steps.push_back(cell);
+        }
+        if (inside && end != begin) {
+            samplers.resize(sampled);
+            steps.resize(steps.size() - 1 - lowering->inputs);
+            break;
+        }
+        objects_.push_back({object.block, settle});
+    }
+
+    // inputs sampled by one loop each; their order does not matter, as each writes its own cell
+    std::ranges::stable_sort(samplers, std::less{}, [](const sampler_t& s) { return s.run; });
+    for (const sampler_t& s : samplers) append(s.run, std::span(s.operands).first(s.count), 1);
+    if (lowering->run != nullptr) append(lowering->run, steps, end - begin);
+    return end;
+}
+
+/// Adds a loop, or lengthens the last one of its kind.
+void Plan::append(run_t run, std::span<const void* const> operands, std::size_t objects) {
+    const std::size_t first_op = segments_.empty() ? 0 : segments_.back().op_end;
+    if (ops_.size() > first_op && ops_.back().run == run) ops_.back().count += objects;
+    else ops_.push_back({run, operands_.size(), objects});
+    operands_.insert(operands_.end(), operands.begin(), operands.end());
+}
+
+void Plan::step(double t) noexcept {
+    const void* const* operands = operands_.data();
+    const op_t* op = ops_.data();
+    for (segment_t& segment : segments_) {
+        const op_t* end = ops_.data() + segment.op_end;
+        if (segment.gate != nullptr && !*segment.gate) {
+            op = end;
+            continue;
+        }
+        segment.last = t;
+        segment.ran = true;
+        for (; op != end; ++op) op->run(operands + op->operands, op->count, t);
+        if (watched_) settle_segment(segment);
+    }
+}
+
+void Plan::settle() noexcept {
+    for (const segment_t& segment : segments_)
+        if (segment.ran) settle_segment(segment);
+}
+
+void Plan::settle_segment(const segment_t& segment) noexcept {
+    for (std::size_t i = segment.object_begin; i < segment.object_end; ++i) {
+        ExecBlock& block = *objects_[i].block;
+        block.set_time(segment.last);
+        if (objects_[i].settle == settle_t::sample) block.sample();
+        else if (objects_[i].settle == settle_t::pass_through)
+            std::memcpy(block.input(0)->value_ptr(), block.output(0)->value_ptr(), size_of(block.input(0)->type()));
+    }
+}
+
+}  // namespace tessel

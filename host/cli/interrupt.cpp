@@ -1,0 +1,73 @@
+#include "host/cli/interrupt.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <climits>
+#include <csignal>
+#include <cstring>
+
+#include "host/cli/session.h"
+
+namespace zarn {
+namespace {
+
+volatile std::sig_atomic_t noted = 0;
+volatile std::sig_atomic_t deferring = 0;
+std::array<char, PATH_MAX> unfinished{};
+
+void remove_unfinished() noexcept {
+    if (unfinished[0] != '\0') unlink(unfinished.data());
+}
+
+void on_interrupt(int) {
+    if (deferring != 0 && noted == 0) {
+        noted = 1;
+        return;
+    }
+    remove_unfinished();
+    static constexpr char text[] = "\nzarn: interrupted\n";
+    [[maybe_unused]] const auto written = write(STDERR_FILENO, text, sizeof text - 1);
+    _exit(status_interrupted);
+}
+
+void on_end(int signal) {
+    remove_unfinished();
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+void handle(int signal, void (*handler)(int)) {
+    struct sigaction action {};
+    sigaction(signal, nullptr, &action);
+    if (action.sa_handler == SIG_IGN) return;
+    action = {};
+    action.sa_handler = handler;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESTART;
+    sigaction(signal, &action, nullptr);
+}
+
+}  // namespace
+
+void install_interrupts() {
+    handle(SIGINT, on_interrupt);
+    handle(SIGTERM, on_end);
+    handle(SIGHUP, on_end);
+}
+
+DeferInterrupts::DeferInterrupts() { deferring = 1; }
+DeferInterrupts::~DeferInterrupts() { deferring = 0; }
+
+bool interrupted() noexcept { return noted != 0; }
+
+void set_file_in_the_making(const std::string& path) {
+    unfinished[0] = '\0';
+    if (path.size() + 1 > unfinished.size()) return;
+    std::copy(path.begin() + (path.empty() ? 0 : 1), path.end(), unfinished.begin() + (path.empty() ? 0 : 1));
+    unfinished[path.size()] = '\0';
+    if (!path.empty()) unfinished[0] = path[0];  // last, for a signal in between
+}
+
+}  // namespace zarn

@@ -1,0 +1,36 @@
+// The library's bridge to the embedded interpreter.
+#pragma once
+
+#include <pybind11/embed.h>
+
+#include <functional>
+#include <string>
+
+#include "core/python.h"
+
+namespace zarn {
+
+/// Asks the module `zarn._bridge`. Every operation takes the interpreter's lock for itself; none throws.
+class CPythonBridge final : public python::IPythonWrap {
+public:
+    using locator_t = std::function<std::string(std::string_view)>;
+
+    explicit CPythonBridge(pybind11::module_ functions) : functions_(std::move(functions)) {}
+    /// From a scope to the path of the block that it belongs to.
+    void set_locator(locator_t locate) { locate_ = std::move(locate); }
+
+    std::shared_ptr<python::ISeries> find_series(const char* expression) override;
+    void set_array(std::string_view name, const double* values, std::int32_t count) override;
+    void set_attribute(std::string_view object, std::string_view key, double value) override;
+    tessel::result_t evaluate_array(std::string_view name, std::string_view text, python::var_array_t& array) override;
+    tessel::result_t evaluate(std::string_view scope, std::string_view text, tessel::var_t* result) override;
+    void assign(std::string_view name, std::string_view expression) override;
+
+private:
+    std::string block_of(std::string_view scope) const;
+
+    pybind11::module_ functions_;
+    locator_t locate_;
+};
+
+}  // namespace zarn

@@ -1,0 +1,70 @@
+// The embedded interpreter that holds the user's workspace.
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/type.h"
+
+namespace zarn {
+
+/// Values of one type that lie in memory one behind the other, for files that the interpreter writes.
+struct column_t {
+    std::string name;
+    tessel::type_t type = tessel::type_flt64;
+    const void* data = nullptr;
+    std::size_t count = 0;
+};
+
+/// Values over times, to be drawn.
+struct curve_t {
+    std::string name;
+    std::vector<double> times;
+    std::vector<double> values;
+};
+
+/// Owns the interpreter of the process: one at a time. Starting it makes its bridge the library's
+/// (`python::set_wrap`), ending it restores the built-in one. Between calls the interpreter's lock is free, so that
+/// bridge operations can come from any thread.
+class Interpreter {
+public:
+    struct setup_t {
+        std::filesystem::path packages;      ///< folder that holds the package `zarn`
+        std::vector<std::string> arguments;  ///< sys.argv
+        bool output_to_errors = false;       ///< what workspace code prints goes to standard error
+    };
+    /// Raises `std::runtime_error` when the interpreter or the package cannot be had.
+    explicit Interpreter(const setup_t& setup);
+    Interpreter(const Interpreter&) = delete;
+    Interpreter& operator=(const Interpreter&) = delete;
+    ~Interpreter();
+
+    /// How a piece of workspace code ended.
+    enum class ended_t { well, failed, interrupted };
+    /// Runs a file in the workspace, with `__file__` set and its folder first among the places of modules. A failure
+    /// has written its traceback to standard error; a file that cannot be read raises `std::runtime_error`.
+    ended_t run_file(const std::string& file);
+    /// Runs statements in the workspace.
+    ended_t run_code(const std::string& code);
+    /// Lets the user talk to the workspace until the end of input.
+    void interact();
+
+    /// Writes the columns as an archive of arrays. Raises `std::runtime_error`.
+    void save_npz(const std::string& file, const std::vector<column_t>& columns);
+    /// Draws the curves into a picture, `form` "png" or "svg". Raises `std::runtime_error`.
+    void save_plot(const std::string& file, const std::string& form, const std::string& title,
+                   const std::vector<curve_t>& curves);
+
+    /// Tells the bridge how to name a block in its messages: from a scope to the block's path.
+    void set_locator(std::function<std::string(std::string_view scope)> locate);
+
+private:
+    struct impl_t;
+    std::unique_ptr<impl_t> impl_;
+};
+
+}  // namespace zarn

@@ -1,0 +1,94 @@
+"""What a model leaves in the workspace.
+
+The object `mainsys` mirrors the model: a `Result` for each subsystem, holding the subsystems inside it and, after a run,
+one `TimeSeries` for each `to_workspace` block.
+"""
+
+__all__ = ["Result", "TimeSeries"]
+
+
+class Result:
+    """A bag of attributes."""
+
+    def __init__(self, **members):
+        self.__dict__.update(members)
+
+    def __repr__(self):
+        members = []
+        for name, value in vars(self).items():
+            shown = "Result(...)" if isinstance(value, Result) else _short(repr(value))
+            members.append(f"{name}={shown}")
+        return f"Result({', '.join(members)})"
+
+
+class TimeSeries:
+    """Samples over time: `xdata` holds the times in seconds, `ydata` as many values."""
+
+    def __init__(self, path=""):
+        self.path = path
+        self._xdata = []
+        self._ydata = []
+
+    @property
+    def xdata(self):
+        self._xdata = _array(self._xdata)
+        return self._xdata
+
+    @xdata.setter
+    def xdata(self, values):
+        self._xdata = values
+
+    @property
+    def ydata(self):
+        self._ydata = _array(self._ydata)
+        return self._ydata
+
+    @ydata.setter
+    def ydata(self, values):
+        self._ydata = values
+
+    def __len__(self):
+        return len(self._xdata)
+
+    def __bool__(self):
+        return True
+
+    def __repr__(self):
+        count = len(self)
+        if count == 0:
+            return f"TimeSeries({self.path!r}, no samples)"
+        span = f"{count} sample{'s' if count > 1 else ''} from {self._xdata[0]:g} s to {self._xdata[-1]:g} s"
+        last = f", last value {self._ydata[-1]:g}" if len(self._ydata) == count else ""
+        return f"TimeSeries({self.path!r}, {span}{last})"
+
+    def plot(self, axes=None, **style):
+        """Draws the series as the steps that it holds, into `axes` or into a figure of its own; answers the axes."""
+        import matplotlib.pyplot
+
+        if axes is None:
+            axes = matplotlib.pyplot.figure().add_subplot()
+            axes.set_xlabel("time [s]")
+            axes.grid(True)
+        style.setdefault("label", self.path)
+        style.setdefault("drawstyle", "steps-post")
+        axes.plot(self.xdata, self.ydata, **style)
+        axes.legend()
+        return axes
+
+
+def _array(values):
+    """Wraps memory that a run handed over: by numpy without a copy, else as an array of floats."""
+    if not isinstance(values, memoryview):
+        return values
+    try:
+        import numpy
+    except ImportError:
+        import array
+
+        return array.array("d", values.tobytes())
+    return numpy.asarray(values)
+
+
+def _short(text):
+    text = " ".join(text.split())
+    return text if len(text) <= 60 else text[:57] + "..."

@@ -1,0 +1,351 @@
+"""What the command asks of the workspace.
+
+Every function answers and none raises: a pair of None and a text tells what went wrong, on one line.
+"""
+
+import array
+import math
+import numbers
+import sys
+import traceback
+
+import __main__
+import zarn
+
+# tags of values, as the library numbers its port types
+BOOL, INT32, INT64, UINT64, FLT64, TEXT = 1, 7, 9, 10, 12, 14
+# kind and size of a numpy scalar
+NUMPY_TAGS = {
+    ("b", 1): 1,
+    ("i", 1): 3,
+    ("u", 1): 4,
+    ("i", 2): 5,
+    ("u", 2): 6,
+    ("i", 4): 7,
+    ("u", 4): 8,
+    ("i", 8): 9,
+    ("u", 8): 10,
+    ("f", 4): 11,
+    ("f", 8): 12,
+}
+
+
+def prepare(arguments, output_to_errors):
+    __main__.math = math
+    __main__.zarn = zarn
+    sys.argv = list(arguments)
+    if output_to_errors:
+        sys.stdout = sys.stderr
+    else:
+        sys.stdout.reconfigure(line_buffering=True)
+
+
+# ---- names
+
+
+class Scope(dict):
+    """Names of an evaluation: what it binds itself, then `places` in order, then the builtins."""
+
+    def __init__(self, places):
+        super().__init__()
+        self.places = places
+
+    def __missing__(self, name):
+        for place in self.places:
+            if name in place:
+                return place[name]
+        raise KeyError(name)
+
+
+def members_of(value):
+    return getattr(value, "__dict__", {})
+
+
+def scope_of(path):
+    """The enclosing objects of a dotted path from the innermost outwards, then the workspace."""
+    workspace = vars(__main__)
+    places = [workspace]
+    place = workspace
+    for name in path.split(".")[:-1]:
+        if name not in place:
+            break
+        place = members_of(place[name])
+        places.insert(0, place)
+    return Scope(places)
+
+
+def find(path):
+    """The object under a dotted name of the workspace."""
+    first, *rest = path.split(".")
+    if first not in vars(__main__):
+        raise NameError(f"name {first!r} is not defined")
+    value = vars(__main__)[first]
+    for name in rest:
+        value = getattr(value, name)
+    return value
+
+
+def bind(path, value):
+    head, _, last = path.rpartition(".")
+    if head:
+        setattr(find(head), last, value)
+    else:
+        setattr(__main__, last, value)
+
+
+# ---- values
+
+
+def numpy_type(*names):
+    """Types of numpy, if anybody has imported it: else there can be no value of them."""
+    module = sys.modules.get("numpy")
+    return tuple(getattr(module, name) for name in names if hasattr(module, name))
+
+
+def typed(value):
+    """Tag and plain value."""
+    if isinstance(value, numpy_type("generic")) and not isinstance(value, str):
+        tag = NUMPY_TAGS.get((value.dtype.kind, value.dtype.itemsize))
+        if tag is None:
+            raise TypeError(f"a value of type {value.dtype} is neither a number of a port type nor a text")
+        return tag, value.item()
+    if isinstance(value, bool):
+        return BOOL, value
+    if isinstance(value, int):
+        for tag, low, high in (INT32, -(2**31), 2**31), (INT64, -(2**63), 2**63), (UINT64, 0, 2**64):
+            if low <= value < high:
+                return tag, int(value)
+        raise OverflowError("an integer beyond 64 bits")
+    if isinstance(value, float):
+        return FLT64, float(value)
+    if isinstance(value, str):
+        if "\0" in value:
+            raise ValueError("a text with a zero character")
+        value.encode()
+        return TEXT, str(value)
+    raise TypeError(f"a value of type {type(value).__name__} is neither a number nor a text")
+
+
+def is_list(value):
+    if isinstance(value, (str, bytes, bytearray, dict)):
+        return False
+    return hasattr(value, "__len__") and hasattr(value, "__getitem__") and getattr(value, "shape", None) != ()
+
+
+def as_number(value):
+    if isinstance(value, (numbers.Real, *numpy_type("bool_"))):
+        return float(value)
+    raise TypeError(f"a value of type {type(value).__name__} is not a number")
+
+
+def as_doubles(values):
+    if not is_list(values):
+        raise TypeError(f"a value of type {type(values).__name__} is not a list of numbers")
+    if isinstance(values, numpy_type("ndarray")):
+        if values.ndim != 1 or values.dtype.kind not in "biuf":
+            raise TypeError(f"an array of {values.ndim} dimensions of {values.dtype} is not a list of numbers")
+        return array.array("d", values.astype("float64").tobytes())
+    return array.array("d", [as_number(value) for value in values])
+
+
+def series_of(value):
+    if hasattr(value, "xdata") and hasattr(value, "ydata"):
+        times, values = as_doubles(value.xdata), as_doubles(value.ydata)
+    elif is_list(value) and len(value) == 2:
+        times, values = as_doubles(value[0]), as_doubles(value[1])
+    else:
+        raise TypeError(f"a value of type {type(value).__name__} is neither a series nor a pair of times and values")
+    if len(times) != len(values):
+        raise ValueError(f"{len(times)} times but {len(values)} values")
+    for i, time in enumerate(times):
+        if math.isnan(time):
+            raise ValueError(f"time {i} is not a number")
+        if i and time < times[i - 1]:
+            raise ValueError(f"time {i} falls from {times[i - 1]!r} to {time!r}")
+    return times, values
+
+
+def elements_of(values):
+    elements = []
+    for value in values:
+        tag, plain = typed(value)
+        if tag == TEXT:
+            raise TypeError("a text is not a number")
+        elements.append((tag, plain))
+    return elements
+
+
+def array_of(value):
+    """Rows, columns and the elements row by row."""
+    if not is_list(value):
+        raise TypeError(f"a value of type {type(value).__name__} is not a list of numbers")
+    if len(value) == 0:
+        raise ValueError("an empty list")
+    nested = [is_list(row) for row in value]
+    if not any(nested):
+        return len(value), 1, elements_of(value)
+    if not all(nested) or any(len(row) != len(value[0]) for row in value):
+        raise ValueError("rows of unequal length")
+    if len(value[0]) == 0:
+        raise ValueError("an empty row")
+    return len(value), len(value[0]), [element for row in value for element in elements_of(row)]
+
+
+# ---- the operations
+
+
+def answering(operation):
+    def answer(*arguments):
+        try:
+            return operation(*arguments)
+        except BaseException as error:  # an expression can also raise SystemExit
+            return None, said(error)
+
+    return answer
+
+
+def said(error):
+    name = type(error).__name__
+    text = error.msg if isinstance(error, SyntaxError) else error
+    try:
+        text = " ".join(str(text).split())
+    except Exception:
+        text = ""
+    return f"{name}: {text}" if text else name
+
+
+@answering
+def evaluate(scope, text):
+    return typed(eval(text.strip(), scope_of(scope)))
+
+
+@answering
+def evaluate_array(scope, text):
+    return array_of(eval(text.strip(), scope_of(scope)))
+
+
+@answering
+def find_series(text):
+    return series_of(eval(text.strip(), scope_of("")))
+
+
+@answering
+def assign(name, text):
+    scope = scope_of("")
+    scope.places.insert(0, {"zarn": zarn})  # whatever the workspace has made of the name
+    bind(name, eval(text, scope))
+    return True, ""
+
+
+@answering
+def set_attribute(name, key, value):
+    setattr(find(name), key, value)
+    return True, ""
+
+
+@answering
+def set_array(name, view):
+    head, _, _ = name.rpartition(".")
+    wrapped_later = head and isinstance(find(head), zarn.TimeSeries)
+    bind(name, view if wrapped_later else zarn._array(view))
+    return True, ""
+
+
+# ---- the user's own code
+
+
+def run(source, name, hidden):
+    """Runs a source text in the workspace. True if all is well, False after its traceback, None after Ctrl-C."""
+    try:
+        exec(compile(source, name, "exec"), vars(__main__))
+    except KeyboardInterrupt:
+        return None
+    except SystemExit as leaving:
+        if leaving.code in (None, 0):
+            return True
+        print(f"zarn: {name}: ended by SystemExit: {leaving.code}", file=sys.stderr)
+        return False
+    except BaseException as error:
+        frames = error.__traceback__
+        for _ in range(hidden):
+            frames = frames and frames.tb_next
+        traceback.print_exception(type(error), error, frames)
+        return False
+    finally:
+        flush()
+    return True
+
+
+def run_file(path):
+    import os
+
+    with open(path, "rb") as file:
+        source = file.read()
+    sys.path.insert(0, os.path.dirname(os.path.abspath(path)))
+    __main__.__file__ = path
+    try:
+        return run(source, path, 1)
+    finally:
+        vars(__main__).pop("__file__", None)
+
+
+def run_code(text):
+    if "" not in sys.path:
+        sys.path.insert(0, "")
+    return run(text, "<-e>", 1)
+
+
+def interact():
+    import code
+
+    try:
+        import readline
+        import rlcompleter
+
+        readline.set_completer(rlcompleter.Completer(vars(__main__)).complete)
+        readline.parse_and_bind("tab: complete")
+    except ImportError:
+        pass
+    try:
+        code.interact("The workspace after the run; 'mainsys' holds the results. Ctrl-D leaves.", None, vars(__main__), "")
+    except SystemExit:
+        pass
+    finally:
+        flush()
+
+
+def flush():
+    for stream in (sys.stdout, sys.stderr):
+        try:
+            stream.flush()
+        except (OSError, ValueError):
+            pass
+
+
+# ---- files
+
+
+def save_npz(path, names, arrays):
+    import numpy
+
+    with open(path, "wb") as file:
+        numpy.savez(file, **{name: numpy.asarray(values) for name, values in zip(names, arrays)})
+
+
+def save_plot(path, form, title, series):
+    import matplotlib
+
+    matplotlib.use("Agg")
+    from matplotlib.figure import Figure
+
+    figure = Figure(figsize=(10, 6), layout="constrained")
+    axes = figure.add_subplot()
+    for name, times, values in series:
+        axes.plot(list(times), list(values), label=name, drawstyle="steps-post")
+    axes.set_title(title)
+    axes.set_xlabel("time [s]")
+    axes.grid(True)
+    if series:
+        axes.legend()
+    with open(path, "wb") as file:
+        figure.savefig(file, format=form)
