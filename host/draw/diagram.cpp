@@ -175,18 +175,24 @@ void read_file(Diagram& diagram, const json& file, std::size_t owner) {
     }
 }
 
+void read_reference(Diagram& diagram, std::size_t index, const std::filesystem::path& folder) {
+    const std::size_t first = diagram.blocks.size();
+    try {
+        read_file(diagram, parse_file(folder / diagram.blocks[index].parameter("path")), index);
+    } catch (const std::exception& error) {
+        diagram.blocks[index].unread = true;
+        diagram.notes.push_back(tessel::format("{} (refsys): {}", diagram.path(index), error.what()));
+    }
+    for (std::size_t i = first; i < diagram.blocks.size(); ++i) diagram.load_order.push_back(i);
+}
+
 /// Fills the references of the main file: one level deep, as they are loaded.
 void read_references(Diagram& diagram, const std::filesystem::path& folder) {
     const std::size_t count = diagram.blocks.size();
+    diagram.load_order.push_back(0);
     for (std::size_t i = 1; i < count; ++i) {
-        if (!diagram.blocks[i].is("refsys")) continue;
-        const std::string path = diagram.blocks[i].parameter("path");
-        try {
-            read_file(diagram, parse_file(folder / path), i);
-        } catch (const std::exception& error) {
-            diagram.blocks[i].unread = true;
-            diagram.notes.push_back(tessel::format("{} (refsys): {}", diagram.path(i), error.what()));
-        }
+        if (diagram.blocks[i].is("refsys")) read_reference(diagram, i, folder);
+        diagram.load_order.push_back(i);
     }
 }
 

@@ -55,6 +55,7 @@ struct Diagram {
     std::vector<Link> links;
     double start = 0, end = 10, step = 1;  ///< of the simulation, in seconds
     std::vector<std::string> notes;        ///< what was wrong with the file, or with the model
+    std::vector<std::size_t> load_order;   ///< all blocks as a load adds them to a model: contents before a reference
 
     /// The names from the root down to a block, with dots.
     std::string path(std::size_t block) const;
