@@ -168,33 +168,98 @@ Point unit_turned(Point p, double degrees) {
     return {0, t.y >= 0 ? 1.0 : -1.0};
 }
 
-/// Sides of a summing point's further inputs: where their signals come from.
+/// Puts a port of a round outline where the outline is at its height.
+void follow_outline(const Node& node, Port& port) {
+    const Rect& b = node.box;
+    const Point c = b.center();
+    const double rx = node.symbol.shape == Shape::circle ? b.w / 2 : std::min(b.w, b.h) / 2, ry = b.h / 2;
+    const double off = std::clamp((port.at.y - c.y) / ry, -1.0, 1.0);
+    const double inset = rx * (1 - std::sqrt(1 - off * off));
+    port.at.x = port.out.x < 0 ? b.x + inset : b.right() - inset;
+}
+
+/// Where the signals of a summing point's inputs come from, one point for each input.
+struct Origin {
+    double y = 0;
+    bool sideways = false;  ///< a drawn wire arrives from the left
+};
+
+std::vector<Origin> origins_of(const Page& page, std::size_t index) {
+    const Node& node = page.scene.nodes[index];
+    const Point center = node.box.center();
+    std::vector<Origin> origins(node.inputs.size(), {center.y, false});
+    for (std::size_t i = 0; i < page.links.size(); ++i) {
+        const PageLink& link = page.links[i];
+        if (link.to != index || link.input >= origins.size()) continue;
+        const Rect source = page.scene.nodes[link.from].box;
+        if (!page.bends[i].empty()) {
+            const Point last = turned(page.bends[i].back(), center, -node.rotation);
+            origins[link.input] = {last.y, last.x < node.box.x};
+            continue;
+        }
+        const Point from = turned(source.center(), center, -node.rotation);
+        // what comes back from the right goes around below
+        const bool behind = source.x >= node.box.x && std::abs(from.y - center.y) < node.box.h;
+        origins[link.input] = {behind ? center.y + 1e6 : from.y, false};
+    }
+    return origins;
+}
+
+/// The first input of a summing point is on its left, the others where their signals come from.
 void place_sum_inputs(Page& page, std::size_t index) {
     Node& node = page.scene.nodes[index];
     const Point center = node.box.center();
-    const double r = node.box.w / 2, ry = node.box.h / 2;
-    std::vector<double> from(node.inputs.size(), center.y);
-    for (std::size_t i = 0; i < page.links.size(); ++i) {
-        const PageLink& link = page.links[i];
-        if (link.to != index || link.input >= from.size()) continue;
-        const Rect source = page.scene.nodes[link.from].box;
-        const bool behind = link.from == index || source.x > node.box.x;
-        Point origin = turned(source.center(), center, -node.rotation);
-        if (!page.bends[i].empty()) origin = turned(page.bends[i].back(), center, -node.rotation);
-        // what comes back from the right without bends goes around below
-        from[link.input] = behind && page.bends[i].empty() && std::abs(origin.y - center.y) < 2 * ry ? center.y + 1e6 : origin.y;
-    }
+    const auto origins = origins_of(page, index);
     const auto set = [&](std::size_t i, Point side) {
-        node.inputs[i].at = {center.x + side.x * r, center.y + side.y * ry};
+        node.inputs[i].at = {center.x + side.x * node.box.w / 2, center.y + side.y * node.box.h / 2};
         node.inputs[i].out = side;
     };
-    set(0, {-1, 0});
-    if (node.inputs.size() == 2) {
-        set(1, {0, from[1] < center.y - 1 ? -1.0 : 1.0});
-    } else if (node.inputs.size() == 3) {
-        const bool second_above = from[1] <= from[2];
+    const bool usual = node.inputs.size() == 2 || node.inputs.size() == 3;
+    if (!usual || std::ranges::any_of(origins, &Origin::sideways)) {  // drawn for ports below each other: they stay where they are, on the outline
+        for (Port& port : node.inputs) follow_outline(node, port);
+    } else if (node.inputs.size() == 2) {
+        set(0, {-1, 0});
+        set(1, {0, origins[1].y < center.y - 1 ? -1.0 : 1.0});
+    } else {
+        const bool second_above = origins[1].y <= origins[2].y;
+        set(0, {-1, 0});
         set(1, {0, second_above ? -1.0 : 1.0});
         set(2, {0, second_above ? 1.0 : -1.0});
+    }
+}
+
+constexpr double most_slide = 10;
+constexpr double port_distance = 8;
+
+/// Moves a port along its side, if it stays clear of the corners and of other ports.
+bool slide(Node& node, std::vector<Port>& ports, std::size_t which, double by) {
+    Port& port = ports[which];
+    const Rect box = node.bounds();
+    const bool round = node.symbol.shape == Shape::circle || node.symbol.shape == Shape::pill;
+    const double corner = round ? box.h * 0.22 : 4;
+    const double y = port.at.y + by;
+    if (y < box.y + corner || y > box.bottom() - corner) return false;
+    for (std::size_t i = 0; i < ports.size(); ++i)
+        if (i != which && ports[i].out == port.out && std::abs(ports[i].at.y - y) < port_distance) return false;
+    port.at.y = y;
+    if (round && node.rotation == 0) follow_outline(node, port);
+    return true;
+}
+
+/// Lets wires between blocks that stand at almost the same height run level.
+void level_ports(Page& page) {
+    std::set<const Port*> settled;
+    for (std::size_t i = 0; i < page.links.size(); ++i) {
+        const PageLink& link = page.links[i];
+        Node &from = page.scene.nodes[link.from], &to = page.scene.nodes[link.to];
+        Port &out = from.outputs[link.output], &in = to.inputs[link.input];
+        const bool facing = out.out == Point{1, 0} && in.out == Point{-1, 0} && out.at.x < in.at.x;
+        const double off = out.at.y - in.at.y;
+        if (!page.bends[i].empty() || !facing || std::abs(off) > most_slide) continue;
+        bool level = off == 0;
+        if (!level && !settled.contains(&in)) level = slide(to, to.inputs, link.input, off);
+        if (!level && !settled.contains(&out)) level = slide(from, from.outputs, link.output, -off);
+        if (level) settled.insert({&in, &out});
     }
 }
 
@@ -291,7 +356,7 @@ void place_ports(Page& page) {
         };
         line_up(node.inputs, box.x, {-1, 0});
         line_up(node.outputs, box.right(), {1, 0});
-        if (node.symbol.shape == Shape::circle && !node.inputs.empty()) place_sum_inputs(page, index);
+        if (node.symbol.shape == Shape::circle) place_sum_inputs(page, index);
         for (auto* ports : {&node.inputs, &node.outputs}) {
             for (Port& port : *ports) {
                 port.at = turned(port.at, box.center(), node.rotation);
@@ -299,6 +364,7 @@ void place_ports(Page& page) {
             }
         }
     }
+    level_ports(page);
     for (std::size_t i = 0; i < page.links.size(); ++i) {
         const PageLink& link = page.links[i];
         snap(page.bends[i], page.scene.nodes[link.from].outputs[link.output],

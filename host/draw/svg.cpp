@@ -255,12 +255,13 @@ private:
 
     /// Room for text or an icon in the middle, inside of the ports' names.
     Rect middle(const Node& n) const {
-        const double beside_left = shows_port_names(n) ? widest(n.inputs) : 0, beside_right = shows_port_names(n) ? widest(n.outputs) : 0;
-        const double beside = n.symbol.shape == Shape::circle ? 0 : std::max(beside_left, beside_right);
         const Rect b = n.bounds();
         const double slant = n.symbol.shape == Shape::goto_tag || n.symbol.shape == Shape::from_tag ? b.h / 4 : 0;
-        const double inset = std::min(4.0, b.w / 8);
-        return {b.x + inset + beside + slant, b.y + inset, b.w - 2 * (inset + beside + slant), b.h - 2 * inset};
+        const double inset = std::min(4.0, b.w / 8) + slant;
+        const bool names = shows_port_names(n) && n.symbol.shape != Shape::circle;
+        const double left = inset + (names ? widest(n.inputs) : 0), right = inset + (names ? widest(n.outputs) : 0);
+        const double above = std::min(4.0, b.h / 8);
+        return {b.x + left, b.y + above, b.w - left - right, b.h - 2 * above};
     }
 
     static double widest(const std::vector<Port>& ports) {
@@ -290,7 +291,8 @@ private:
         if (n.symbol.text.empty() || n.symbol.shape == Shape::circle) return;
         const Rect room = middle(n);
         double size = std::min(text_size, room.h * 0.75);
-        const bool sign = text_width(n.symbol.text, 1) < 0.9 && n.symbol.shape == Shape::box;
+        static const std::set<std::string_view> signs{"acc", "add", "delta", "divide", "multiply", "relational", "subtract"};
+        const bool sign = signs.contains(block.class_name) && text_width(n.symbol.text, 1) < 0.9;
         if (sign) size = std::min(18.0, room.h * 0.7);
         if (n.symbol.shape == Shape::frame && n.symbol.inputs.empty()) size = std::min(size, 10.0);
         // a long text may become smaller before it is cut
@@ -322,12 +324,13 @@ private:
         const Rect b = n.bounds();
         const auto rows = static_cast<double>(std::max(n.inputs.size(), n.outputs.size()));
         const double beside = widest(n.inputs) + widest(n.outputs);
-        const double center = std::min(text_width(n.symbol.text, text_size), 16.0) + 12;
+        const bool icon = !n.symbol.icon.strokes.empty();
+        const double center = icon ? 34 : std::min(text_width(n.symbol.text, text_size), 16.0) + 12;
         return rows > 0 && b.h / rows >= 8 && b.w >= beside + (n.symbol.shape == Shape::frame ? 6 : center);
     }
 
     void ports(const Node& n, const Block& block) {
-        const bool relay = block.is("inport") || block.is("outport");
+        const bool relay = block.is("inport") || block.is("outport") || block.is("enable");
         for (const auto* list : {&n.inputs, &n.outputs}) {
             const bool input = list == &n.inputs;
             for (const Port& port : *list) {
