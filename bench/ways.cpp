@@ -190,6 +190,7 @@ double resident_peak() {
 setup_t measure_setup(const std::filesystem::path& file) {
     int ends[2];
     if (pipe(ends) != 0) return {};
+    std::fflush(stdout);
     const pid_t child = fork();
     if (child == 0) {
         const double before = resident_peak();
@@ -201,10 +202,10 @@ setup_t measure_setup(const std::filesystem::path& file) {
         const auto written = write(ends[1], &result, sizeof result);
         _exit(written == sizeof result ? 0 : 1);
     }
+    close(ends[1]);
     setup_t result{};
     if (read(ends[0], &result, sizeof result) != sizeof result) result = {};
     close(ends[0]);
-    close(ends[1]);
     waitpid(child, nullptr, 0);
     return result;
 }

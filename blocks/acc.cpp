@@ -1,19 +1,83 @@
-#include "blocks/table.h"
+// acc: adds up a signal.
+//
+//   y = y + u          in the type of u; integers wrap, bool is "not 0"
+//   y = reset value    where reset holds
+//
+// Inputs     0: u   1: reset value   2: reset      any type; 1 has the type of u, 2 is bool
+// Output     0: y                                  type of u
+// State      the output                            y as above; 0 at the head of a run
+#include "blocks/arithmetic.h"
+#include "blocks/stateful.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
 
+// ---- what it computes
+struct Sum {
+    template <class C>
+    static C of(C a, C b) noexcept {
+        return static_cast<C>(a + b);
+    }
+};
+
+template <class T>
+struct Accumulate {
+    using in = inputs<T, T, bool>;
+    using out = outputs<T>;
+    static void start(double, T& y) noexcept { y = T{0}; }
+    static T eval(double, T y, T u, T reset_value, bool reset) noexcept {
+        return reset ? reset_value : narrowed<T>(apply<Sum>(y, u));
+    }
+};
+
+// ---- run time
+constexpr auto table = stateful_table<Accumulate, value_types>();
+static_assert(table.size() == 11);
+
+// ---- design level: type rule, runnable, generated text
 class Acc final : public MetaBlock {
 public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("acc"); }
     const char* class_name() const noexcept override { return "acc"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+
+    result_t calculate_type() override {
+        const result_t result = MetaBlock::calculate_type();
+        inputs_[1].set_type(inputs_[0].type());
+        inputs_[2].set_type(type_bool);
+        outputs_[0].set_type(inputs_[0].type());
+        return result;
+    }
+
+    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+
+    // at the indent of step code, unlike other classes
+    result_t code_init_c(sys::File& file, const char* prefix) override {
+        write_step_c(file, 0, "{:s} = 0;\n", own_port(prefix));
+        return result_ok;
+    }
+
+    result_t code_init_py(sys::File& file, const char* prefix) override {
+        write_step_py(file, 0, "{:s} = 0\n", own_port(prefix));
+        return result_ok;
+    }
+
+    result_t code_step_c(sys::File& file, const char* prefix) override {
+        write_step_c(file, 0, "{:s} = {:s} ? {:s} : {:s} + {:s};\n", own_port(prefix), in_value(prefix, 2),
+                     in_value(prefix, 1), in_value(prefix, 0), own_port(prefix));
+        return result_ok;
+    }
+
+    result_t code_step_py(sys::File& file, const char* prefix) override {
+        write_step_py(file, 0, "{:s} = {:s} if {:s} else {:s} + {:s}\n", own_port(prefix), in_value(prefix, 1),
+                      in_value(prefix, 2), in_value(prefix, 0), own_port(prefix));
+        return result_ok;
+    }
 };
 
 }  // namespace
 
-const block_entry_t acc_entry{create_block<Acc>, {}};
+const block_entry_t acc_entry{create_block<Acc>, table};
 
 }  // namespace tessel

@@ -1,19 +1,213 @@
-#include "blocks/table.h"
+// debounce: passes a condition on when it has held for some time.
+//
+//   y = true     at the first step at which u has been counted true for rise
+//       false    likewise false for fall
+//
+// A step tests the time counted so far and then adds its own. Generated C and Python let the falling edge pass at once.
+//
+// Inputs     0: u            any type; 0 is false, anything else true
+// Output     0: y            bool
+// Parameters fall [sec]      0 passes the falling edge at once
+//            rise [sec]      likewise
+// State      count, last     dt = t - last, last = t; the time that u has been true counts up from 0, the time that it
+//                            has been false down; y = as above; count 0 and y false at creation, last the current
+//                            time at the head of a run
+#include "blocks/parameters.h"
+#include "blocks/stateful.h"
+#include "blocks/text.h"
+#include "core/convert.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
 
-class Debounce final : public MetaBlock {
+// ---- what it computes: one machine for each set of edges that are delayed
+struct delays_t {
+    double fall_s;  // below 0 for a delay
+    double rise_s;
+};
+
+struct Counter {
+    delays_t delays{};
+    double count = 0.0;
+    double last_s = 0.0;
+
+    void configure(const void* record) noexcept { delays = *static_cast<const delays_t*>(record); }
+    void start(double t, bool&) noexcept { last_s = t; }
+
+    /// Time since the last step.
+    double advance(double t) noexcept {
+        const double dt = t - last_s;
+        last_s = t;
+        return dt;
+    }
+    bool rising(bool y, double dt) noexcept {
+        if (count >= delays.rise_s) return true;
+        count += dt;
+        return y;
+    }
+    bool falling(bool y, double dt) noexcept {
+        if (delays.fall_s >= count) return false;
+        count -= dt;
+        return y;
+    }
+};
+
+template <class T>
+struct DelayRise : Counter {
+    using in = inputs<T>;
+    using out = outputs<bool>;
+    bool eval(double t, bool y, T u) noexcept {
+        const double dt = advance(t);
+        if (convert<bool>(u)) return rising(y, dt);
+        count = 0.0;
+        return false;
+    }
+};
+
+template <class T>
+struct DelayFall : Counter {
+    using in = inputs<T>;
+    using out = outputs<bool>;
+    bool eval(double t, bool y, T u) noexcept {
+        const double dt = advance(t);
+        if (!convert<bool>(u)) return falling(y, dt);
+        count = 0.0;
+        return true;
+    }
+};
+
+template <class T>
+struct DelayBoth : Counter {
+    using in = inputs<T>;
+    using out = outputs<bool>;
+    bool eval(double t, bool y, T u) noexcept {
+        const double dt = advance(t);
+        if (convert<bool>(u)) {
+            if (count < 0.0) count = 0.0;
+            return rising(y, dt);
+        }
+        if (count > 0.0) count = 0.0;
+        return falling(y, dt);
+    }
+};
+
+// ---- run time
+constexpr auto rise_table = kernel_table<DelayRise, value_types>();
+constexpr auto fall_table = kernel_table<DelayFall, value_types>();
+constexpr auto both_table = kernel_table<DelayBoth, value_types>();
+static_assert(rise_table.size() == 11 && fall_table.size() == 11 && both_table.size() == 11);
+
+// ---- design level: type rule, runnable, generated text
+class Debounce final : public ParameterBlock {
 public:
-    using MetaBlock::MetaBlock;
+    using ParameterBlock::ParameterBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("debounce"); }
     const char* class_name() const noexcept override { return "debounce"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+
+    result_t calculate_type() override {
+        const result_t result = read_alike({{"fall", "_fall", &fall_}, {"rise", "_rise", &rise_}});
+        return result != result_ok ? result : MetaBlock::calculate_type();
+    }
+
+    std::unique_ptr<ExecBlock> create_exec() override {
+        const double fall = double(fall_), rise = double(rise_);
+        const delays_t record{-fall, rise};
+        if (fall == 0.0) return create_configured(rise_table, *this, &record);
+        return create_configured(rise != 0.0 ? both_table : fall_table, *this, &record);
+    }
+
+    result_t code_struct_c(sys::File& file) override {
+        write_struct_c(file, struct_name(),
+                       {std::string(c_type(outputs_[0])) + " port0", "double fall", "double rise", "double count"});
+        return result_ok;
+    }
+
+    result_t code_struct_py(sys::File& file) override {
+        write_class_py(file, "debounce_t", {"port0 = 0", "fall = 0.0", "rise = 0.0", "count = 0.0"});
+        return result_ok;
+    }
+
+    result_t code_init_c(sys::File& file, const char* prefix) override {
+        const std::string state = own_state(prefix);
+        write_indented(1, file, "{}.fall = {:g};\n", state, double(fall_));
+        write_indented(1, file, "{}.rise = {:g};\n", state, double(rise_));
+        write_indented(1, file, "{}.count = 0.0;\n", state);
+        return result_ok;
+    }
+
+    result_t code_init_py(sys::File& file, const char* prefix) override {
+        const std::string state = own_state(prefix);
+        write_indented(2, file, "{}.fall = {}\n", state, param_text("fall"));
+        write_indented(2, file, "{}.rise = {}\n", state, param_text("rise"));
+        write_indented(2, file, "{}.count = 0.0\n", state);
+        return result_ok;
+    }
+
+    // The lines between the two branches stand one unit deeper than their nesting: a fixed text, kept as it is.
+    result_t code_step_c(sys::File& file, const char* prefix) override {
+        write_step_c(file, 0, "if ({})\n", in_value(prefix, 0));
+        write_step_c(file, 0, "{{\n");
+        write_branch_c(file, prefix, edge_t{"< 0.0", ">=", "rise", '1', '+'});
+        write_step_c(file, 1, "}}\n");
+        write_step_c(file, 1, "else\n");
+        write_step_c(file, 1, "{{\n");
+        write_branch_c(file, prefix, edge_t{"> 0.0", "<=", "fall", '0', '-'});
+        write_step_c(file, 0, "}}\n");
+        return result_ok;
+    }
+
+    result_t code_step_py(sys::File& file, const char* prefix) override {
+        write_step_py(file, 0, "if {}:\n", in_value(prefix, 0));
+        write_branch_py(file, prefix, edge_t{"< 0.0", ">=", "rise", '1', '+'});
+        write_step_py(file, 0, "else:\n");
+        write_branch_py(file, prefix, edge_t{"> 0.0", "<=", "fall", '0', '-'});
+        return result_ok;
+    }
+
+private:
+    /// One edge in generated text: when the count starts over, when the delay has passed, the output then, and the
+    /// direction of counting.
+    struct edge_t {
+        const char* restart;
+        const char* reaches;
+        const char* delay;
+        char output;
+        char direction;
+    };
+
+    void write_branch_c(sys::File& file, const char* prefix, const edge_t& edge) const {
+        const std::string state = own_state(prefix);
+        write_step_c(file, 1, "if ({}.count {})\n", state, edge.restart);
+        write_step_c(file, 1, "{{\n");
+        write_step_c(file, 2, "{}.count = 0.0;\n", state);
+        write_step_c(file, 1, "}}\n");
+        write_step_c(file, 1, "if ({}.count {} {}.{})\n", state, edge.reaches, state, edge.delay);
+        write_step_c(file, 1, "{{\n");
+        write_step_c(file, 2, "{} = {};\n", own_port(prefix), edge.output);
+        write_step_c(file, 1, "}}\n");
+        write_step_c(file, 1, "else\n");
+        write_step_c(file, 1, "{{\n");
+        write_step_c(file, 2, "{}.count {}= {};\n", state, edge.direction, step_value_c);
+        write_step_c(file, 1, "}}\n");
+    }
+
+    void write_branch_py(sys::File& file, const char* prefix, const edge_t& edge) const {
+        const std::string state = own_state(prefix);
+        write_step_py(file, 1, "if {}.count {}:\n", state, edge.restart);
+        write_step_py(file, 2, "{}.count = 0.0\n", state);
+        write_step_py(file, 1, "if {}.count {} {}.{}:\n", state, edge.reaches, state, edge.delay);
+        write_step_py(file, 2, "{} = {}\n", own_port(prefix), edge.output);
+        write_step_py(file, 1, "else:\n");
+        write_step_py(file, 2, "{}.count {}= {}\n", state, edge.direction, step_value_py);
+    }
+
+    var_t fall_;
+    var_t rise_;
 };
 
 }  // namespace
 
-const block_entry_t debounce_entry{create_block<Debounce>, {}};
+const block_entry_t debounce_entry{create_block<Debounce>, rise_table};
 
 }  // namespace tessel

@@ -1,19 +1,92 @@
-#include "blocks/table.h"
+// delta: change of a signal since the last step.
+//
+//   y(t) = u(t) - u(t - ts)      in the type of u; integers wrap, bool is "differs"
+//
+// Inputs     0: u      any type
+// Output     0: y      type of u
+// State      last      y = u - last, then last = u; 0 at creation, kept from run to run
+#include "blocks/arithmetic.h"
+#include "blocks/stateful.h"
+#include "blocks/text.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
 
-class Delta final : public MetaBlock {
+// ---- what it computes
+struct Difference {
+    template <class C>
+    static C of(C a, C b) noexcept {
+        return static_cast<C>(a - b);
+    }
+};
+
+template <class T>
+struct Delta {
+    using in = inputs<T>;
+    using out = outputs<T>;
+
+    T last{0};
+
+    T eval(double, T, T u) noexcept {
+        const T y = narrowed<T>(apply<Difference>(u, last));
+        last = u;
+        return y;
+    }
+};
+
+// ---- run time
+constexpr auto table = stateful_table<Delta, value_types>();
+static_assert(table.size() == 11);
+
+// ---- design level: runnable, generated text
+class DeltaBlock final : public MetaBlock {
 public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("delta"); }
     const char* class_name() const noexcept override { return "delta"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+
+    result_t code_struct_c(sys::File& file) override {
+        const std::string type = c_type(outputs_[0]);
+        write_struct_c(file, struct_name(), {type + " port0", type + " last"});
+        return result_ok;
+    }
+
+    // The class goes by the name of another block, and no empty line follows: a fixed text, kept as it is.
+    result_t code_struct_py(sys::File& file) override {
+        file.print("class debounce_t:\n");
+        write_indented(1, file, "def __init__(self):\n");
+        write_indented(2, file, "self.port0 = 0\n");
+        write_indented(2, file, "self.last = 0.0\n");
+        return result_ok;
+    }
+
+    result_t code_init_c(sys::File& file, const char* prefix) override {
+        write_indented(1, file, "{:s}.last = 0;\n", own_state(prefix));
+        return result_ok;
+    }
+
+    result_t code_init_py(sys::File& file, const char* prefix) override {
+        write_indented(2, file, "{:s}.last = 0\n", own_state(prefix));
+        return result_ok;
+    }
+
+    result_t code_step_c(sys::File& file, const char* prefix) override {
+        write_step_c(file, 0, "{:s} = {:s} - {:s}.last;\n", own_port(prefix), in_value(prefix, 0), own_state(prefix));
+        write_step_c(file, 0, "{:s}.last = {:s};\n", own_state(prefix), in_value(prefix, 0));
+        return result_ok;
+    }
+
+    result_t code_step_py(sys::File& file, const char* prefix) override {
+        write_step_py(file, 0, "{:s} = {:s} - {:s}.last\n", own_port(prefix), in_value(prefix, 0), own_state(prefix));
+        write_step_py(file, 0, "{:s}.last = {:s}\n", own_state(prefix), in_value(prefix, 0));
+        return result_ok;
+    }
 };
 
 }  // namespace
 
-const block_entry_t delta_entry{create_block<Delta>, {}};
+const block_entry_t delta_entry{create_block<DeltaBlock>, table};
 
 }  // namespace tessel

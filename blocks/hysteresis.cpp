@@ -1,19 +1,137 @@
-#include "blocks/table.h"
+// hysteresis: a switch with two thresholds.
+//
+//   y = true      where u > valueOn
+//       false     where u < valueOff, unless u > valueOn
+//       as it was elsewhere
+//
+// Inputs     0: u           any type
+// Output     0: y           bool
+// Parameters valueOff       converted to the type of u
+//            valueOn        likewise
+// State      state          as above; y = state; false at creation, kept from run to run
+#include "blocks/parameters.h"
+#include "blocks/stateful.h"
+#include "blocks/text.h"
+#include "core/convert.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
 
-class Hysteresis final : public MetaBlock {
+// ---- what it computes
+struct thresholds_t {
+    double off;
+    double on;
+};
+
+template <class T>
+struct Switch {
+    using in = inputs<T>;
+    using out = outputs<bool>;
+
+    T off{0};
+    T on{0};
+    bool state = false;
+
+    void configure(const void* record) noexcept {
+        const auto& thresholds = *static_cast<const thresholds_t*>(record);
+        off = convert<T>(thresholds.off);
+        on = convert<T>(thresholds.on);
+    }
+    bool eval(double, bool, T u) noexcept {
+        if (u > on) state = true;
+        else if (u < off) state = false;
+        return state;
+    }
+};
+
+// ---- run time
+constexpr auto table = kernel_table<Switch, value_types>();
+static_assert(table.size() == 11);
+
+// ---- design level: type rule, runnable, generated text
+class Hysteresis final : public ParameterBlock {
 public:
-    using MetaBlock::MetaBlock;
+    using ParameterBlock::ParameterBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("hysteresis"); }
     const char* class_name() const noexcept override { return "hysteresis"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+
+    result_t calculate_type() override {
+        const result_t result = read_alike({{"valueOff", "_off", &value_off_}, {"valueOn", "_on", &value_on_}});
+        return result != result_ok ? result : MetaBlock::calculate_type();
+    }
+
+    std::unique_ptr<ExecBlock> create_exec() override {
+        const thresholds_t record{double(value_off_), double(value_on_)};
+        return create_configured(table, *this, &record);
+    }
+
+    // The thresholds are of the input's type, so that type is part of the name.
+    std::string struct_name() const override {
+        const auto name_of = [](const port_t& port) { return port.has_type() ? port.type_name() : "(null)"; };
+        return tessel::format("hysteresis_{}_{}_t", name_of(inputs_[0]), name_of(outputs_[0]));
+    }
+
+    result_t code_struct_c(sys::File& file) override {
+        const std::string type = c_type(inputs_[0]);
+        write_struct_c(file, struct_name(),
+                       {std::string(c_type(outputs_[0])) + " port0", type + " on", type + " off", "int state"});
+        return result_ok;
+    }
+
+    result_t code_struct_py(sys::File& file) override {
+        write_class_py(file, "hysteresis_t", {"port0 = 0", "on = 0", "off = 0", "state = False"});
+        return result_ok;
+    }
+
+    result_t code_init_c(sys::File& file, const char* prefix) override {
+        const std::string state = own_state(prefix);
+        write_indented(1, file, "{:s}.on = {:g};\n", state, double(value_on_));
+        write_indented(1, file, "{:s}.off = {:g};\n", state, double(value_off_));
+        write_indented(1, file, "{:s}.state = 0;\n", state);
+        return result_ok;
+    }
+
+    result_t code_init_py(sys::File& file, const char* prefix) override {
+        const std::string state = own_state(prefix);
+        write_indented(2, file, "{:s}.on = {:s}\n", state, param_text("valueOn"));
+        write_indented(2, file, "{:s}.off = {:s}\n", state, param_text("valueOff"));
+        write_indented(2, file, "{:s}.state = False\n", state);
+        return result_ok;
+    }
+
+    result_t code_step_c(sys::File& file, const char* prefix) override {
+        const std::string state = own_state(prefix), u = in_value(prefix, 0);
+        const char* type = c_type(inputs_[0]);
+        write_step_c(file, 0, "if ((({:s}){:s}) > {:s}.on)\n", type, u, state);
+        write_step_c(file, 0, "{{\n");
+        write_step_c(file, 1, "{:s}.state = 1;\n", state);
+        write_step_c(file, 0, "}}\n");
+        write_step_c(file, 0, "else if ((({:s}){:s}) < {:s}.off)\n", type, u, state);
+        write_step_c(file, 0, "{{\n");
+        write_step_c(file, 1, "{:s}.state = 0;\n", state);
+        write_step_c(file, 0, "}}\n");
+        write_step_c(file, 0, "{:s} = {:s}.state;\n", own_port(prefix), state);
+        return result_ok;
+    }
+
+    result_t code_step_py(sys::File& file, const char* prefix) override {
+        const std::string state = own_state(prefix), u = in_value(prefix, 0);
+        write_step_py(file, 0, "if {:s} > {:s}.on:\n", u, state);
+        write_step_py(file, 1, "{:s}.state = True\n", state);
+        write_step_py(file, 0, "elif {:s} < {:s}.off:\n", u, state);
+        write_step_py(file, 1, "{:s}.state = False\n", state);
+        write_step_py(file, 0, "{:s} = {:s}.state\n", own_port(prefix), state);
+        return result_ok;
+    }
+
+private:
+    var_t value_off_;
+    var_t value_on_;
 };
 
 }  // namespace
 
-const block_entry_t hysteresis_entry{create_block<Hysteresis>, {}};
+const block_entry_t hysteresis_entry{create_block<Hysteresis>, table};
 
 }  // namespace tessel

@@ -1,19 +1,78 @@
-#include "blocks/table.h"
+// lerp: goes from one value to another.
+//
+//   y = coeffA + u * (coeffB - coeffA)
+//
+// Exact at the ends: coeffA at 0, coeffB at 1, and never past coeffB short of 1. Generated C and Python are the plain
+// formula. Not-a-number gives not-a-number.
+//
+// Inputs     0: u         any type; computed in flt64
+// Output     0: y         type of u to run; flt64 unless typed otherwise
+// Parameters coeffA
+//            coeffB
+// State      none
+#include <cmath>
+
+#include "blocks/coefficients.h"
+#include "blocks/stateful.h"
+#include "core/convert.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
 
-class Lerp final : public MetaBlock {
+// ---- what it computes
+double between(double a, double b, double x) noexcept {
+    if ((a <= 0.0 && b >= 0.0) || (a >= 0.0 && b <= 0.0)) return (1.0 - x) * a + b * x;
+    if (x == 1.0) return b;
+    const double y = std::fma(x, b - a, a);
+    if ((x > 1.0) == (b > a)) return y < b ? b : y;
+    return y > b ? b : y;
+}
+
+template <class T>
+struct Between {
+    using in = inputs<T>;
+    using out = outputs<T>;
+
+    coefficients_t coefficients;
+
+    void configure(const void* record) noexcept { coefficients = *static_cast<const coefficients_t*>(record); }
+    T eval(double, T, T u) const noexcept {
+        return convert<T>(between(coefficients.a, coefficients.b, convert<double>(u)));
+    }
+};
+
+// ---- run time
+constexpr auto table = kernel_table<Between, value_types>();
+static_assert(table.size() == 11);
+
+// ---- design level: runnable, generated text
+class Lerp final : public CoefficientBlock {
 public:
-    using MetaBlock::MetaBlock;
+    using CoefficientBlock::CoefficientBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("lerp"); }
     const char* class_name() const noexcept override { return "lerp"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+
+    std::unique_ptr<ExecBlock> create_exec() override {
+        const coefficients_t record = coefficients();
+        return create_configured(table, *this, &record);
+    }
+
+    result_t code_step_c(sys::File& file, const char* prefix) override {
+        const auto [a, b] = coefficients();
+        write_step_c(file, 0, "{:s} = {:g} + {:s} * ({:g} - {:g});\n", own_port(prefix), a, in_value(prefix, 0), b, a);
+        return result_ok;
+    }
+
+    result_t code_step_py(sys::File& file, const char* prefix) override {
+        const auto [a, b] = coefficients();
+        write_step_py(file, 0, "{:s} = {:g} + {:s} * ({:g} - {:g})\n", own_port(prefix), a, in_value(prefix, 0), b, a);
+        return result_ok;
+    }
 };
 
 }  // namespace
 
-const block_entry_t lerp_entry{create_block<Lerp>, {}};
+const block_entry_t lerp_entry{create_block<Lerp>, table};
 
 }  // namespace tessel

@@ -1,19 +1,138 @@
-#include "blocks/table.h"
+// lut1d: linear interpolation in a table of points.
+//
+//   y = out[i-1] + (u - bp1[i-1]) / (bp1[i] - bp1[i-1]) * (out[i] - out[i-1])    for the first bp1[i] above u
+//       the first or last value of out                                          beyond the ends
+//
+// Inputs     0: u         any type; computed in flt64
+// Output     0: y         type of u; both have the type of the first value of out
+// Parameters bp1          list, strictly rising
+//            out          list, as long
+// State      none
+#include <algorithm>
+
+#include "blocks/lookup.h"
+#include "blocks/stateful.h"
+#include "blocks/text.h"
+#include "core/convert.h"
+#include "core/num.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
 
-class Lut1d final : public MetaBlock {
+// ---- what it computes
+struct points_t {
+    std::vector<double> bp;
+    std::vector<double> out;
+};
+
+template <class T>
+struct Lookup1d {
+    using in = inputs<T>;
+    using out = outputs<T>;
+
+    points_t points;
+    std::size_t count = 0;
+
+    // a table without points is 0 everywhere
+    void configure(const void* record) noexcept {
+        points = *static_cast<const points_t*>(record);
+        count = std::min(points.bp.size(), points.out.size());
+        if (count != 0) return;
+        points = {{0.0}, {0.0}};
+        count = 1;
+    }
+    T eval(double, T, T u) const noexcept {
+        return convert<T>(num::interpolate1d_clip(convert<double>(u), points.bp.data(), points.out.data(), count));
+    }
+};
+
+// ---- run time
+constexpr auto table = kernel_table<Lookup1d, value_types>();
+static_assert(table.size() == 11);
+
+// ---- design level: type rule, runnable, generated text
+class Lut1d final : public LookupBlock {
 public:
-    using MetaBlock::MetaBlock;
+    using LookupBlock::LookupBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("lut1d"); }
     const char* class_name() const noexcept override { return "lut1d"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+
+    result_t calculate_type() override {
+        type_t type = type_flt64;
+        if (points_.out.empty()) {
+            if (const result_t result = read_table(type); result != result_ok) return result;
+        }
+        type_ports(type);
+        return MetaBlock::calculate_type();
+    }
+
+    std::unique_ptr<ExecBlock> create_exec() override { return create_configured(table, *this, &points_); }
+
+    result_t code_struct_c(sys::File& file) override {
+        write_struct_c(file, struct_name(),
+                       {std::string(c_type(outputs_[0])) + " port0", tessel::format("double bp[{}]", points_.bp.size()),
+                        tessel::format("double out[{}]", points_.out.size())});
+        return result_ok;
+    }
+
+    result_t code_struct_py(sys::File& file) override {
+        write_class_py(file, "lut1d_t", {"port0 = 0", "bp = " + param_text("bp1"), "out = " + param_text("out")});
+        return result_ok;
+    }
+
+    result_t code_init_c(sys::File& file, const char* prefix) override {
+        const std::string state = own_state(prefix);
+        for (std::size_t i = 0; i < std::min(points_.bp.size(), points_.out.size()); ++i) {
+            write_element_c(file, state + ".bp", i, points_.bp[i]);
+            write_element_c(file, state + ".out", i, points_.out[i]);
+        }
+        return result_ok;
+    }
+
+    result_t code_init_py(sys::File& file, const char* prefix) override {
+        const std::string state = own_state(prefix);
+        write_indented(2, file, "{}.bp = {}\n", state, param_text("bp1"));
+        write_indented(2, file, "{}.out = {}\n", state, param_text("out"));
+        return result_ok;
+    }
+
+    result_t code_step_c(sys::File& file, const char* prefix) override {
+        const std::string state = own_state(prefix);
+        write_step_c(file, 0, "{} = ({}) interpolate1d({}, {}.bp, {}.out, {});\n", own_port(prefix),
+                     c_type(outputs_[0]), in_value(prefix, 0), state, state, points_.out.size());
+        return result_ok;
+    }
+
+    result_t code_step_py(sys::File& file, const char* prefix) override {
+        const std::string state = own_state(prefix);
+        write_step_py(file, 0, "{} = coder.interpolate1d({}, {}.bp, {}.out)\n", own_port(prefix), in_value(prefix, 0),
+                      state, state);
+        return result_ok;
+    }
+
+private:
+    /// Evaluates both lists; tells the type of the first table value.
+    result_t read_table(type_t& type) {
+        python::var_array_t bp, out;
+        const result_t bp_result = evaluate_list("bp1", "_bp", bp);
+        const result_t out_result = evaluate_list("out", "_out", out);
+        failed_ = true;
+        if (bp.dimensions != out.dimensions) return result_table_mismatch;
+        if (bp_result != result_ok) return bp_result;
+        if (out_result != result_ok) return out_result;
+        failed_ = false;
+        append(points_.bp, bp);
+        append(points_.out, out);
+        if (!out.values.empty()) type = out.values.front().type();
+        return result_ok;
+    }
+
+    points_t points_;
 };
 
 }  // namespace
 
-const block_entry_t lut1d_entry{create_block<Lut1d>, {}};
+const block_entry_t lut1d_entry{create_block<Lut1d>, table};
 
 }  // namespace tessel

@@ -1,19 +1,143 @@
-#include "blocks/table.h"
+// lut2d: bilinear interpolation in a table.
+//
+//   y = (1 - w1) * ((1 - w2) * out[f1][f2] + w2 * out[f1][s2]) + w1 * ((1 - w2) * out[s1][f2] + w2 * out[s1][s2])
+//
+//       f, s = breakpoints around u0 in bp1 and around u1 in bp2,  w = (u - bp[f]) / (bp[s] - bp[f])
+//
+// An input beyond the breakpoints counts as the outermost one; generated C and Python extrapolate there.
+//
+// Inputs     0: u0   1: u1      any types; computed in flt64
+// Output     0: y               highest type among the inputs; all are flt64 unless typed otherwise
+// Parameters bp1                list, strictly rising: rows of the table
+//            bp2                list, strictly rising: columns
+//            out                list of rows
+// State      none
+#include "blocks/lookup.h"
+#include "blocks/stateful.h"
+#include "blocks/text.h"
+#include "core/convert.h"
+#include "core/num.h"
 #include "framework/entries.h"
 
 namespace tessel {
 namespace {
 
-class Lut2d final : public MetaBlock {
+// ---- what it computes
+struct grid_t {
+    std::vector<double> bp1;
+    std::vector<double> bp2;
+    std::vector<double> out;
+};
+
+template <class A, class B>
+struct Lookup2d {
+    using in = inputs<A, B>;
+    using out = outputs<highest<A, B>>;
+
+    grid_t grid;
+
+    // a table without points is 0 everywhere
+    void configure(const void* record) noexcept {
+        grid = *static_cast<const grid_t*>(record);
+        if (grid.out.empty() || grid.out.size() != grid.bp1.size() * grid.bp2.size()) grid = {{0.0}, {0.0}, {0.0}};
+    }
+    highest<A, B> eval(double, highest<A, B>, A u0, B u1) const noexcept {
+        return convert<highest<A, B>>(num::interpolate2d_clip(convert<double>(u0), convert<double>(u1), grid.bp1.data(),
+                                                              grid.bp2.data(), grid.out.data(), grid.bp1.size(),
+                                                              grid.bp2.size()));
+    }
+};
+
+// ---- run time
+constexpr auto table = kernel_table<Lookup2d, value_types, value_types>();
+static_assert(table.size() == 121);
+
+// ---- design level: type rule, runnable, generated text
+class Lut2d final : public LookupBlock {
 public:
-    using MetaBlock::MetaBlock;
+    using LookupBlock::LookupBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("lut2d"); }
     const char* class_name() const noexcept override { return "lut2d"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
+
+    result_t calculate_type() override {
+        if (grid_.out.empty()) {
+            if (const result_t result = read_table(); result != result_ok) return result;
+        }
+        type_ports(type_flt64);
+        return MetaBlock::calculate_type();
+    }
+
+    std::unique_ptr<ExecBlock> create_exec() override { return create_configured(table, *this, &grid_); }
+
+    result_t code_struct_c(sys::File& file) override {
+        write_struct_c(
+            file, struct_name(),
+            {std::string(c_type(outputs_[0])) + " port0", tessel::format("double bp1[{}]", grid_.bp1.size()),
+             tessel::format("double bp2[{}]", grid_.bp2.size()), tessel::format("double out[{}]", grid_.out.size())});
+        return result_ok;
+    }
+
+    result_t code_struct_py(sys::File& file) override {
+        write_class_py(
+            file, "lut2d_t",
+            {"port0 = 0", "bp1 = " + param_text("bp1"), "bp2 = " + param_text("bp2"), "out = " + param_text("out")});
+        return result_ok;
+    }
+
+    result_t code_init_c(sys::File& file, const char* prefix) override {
+        const std::string state = own_state(prefix);
+        for (std::size_t i = 0; i < grid_.bp1.size(); ++i) write_element_c(file, state + ".bp1", i, grid_.bp1[i]);
+        for (std::size_t i = 0; i < grid_.bp2.size(); ++i) write_element_c(file, state + ".bp2", i, grid_.bp2[i]);
+        for (std::size_t i = 0; i < grid_.out.size(); ++i) write_element_c(file, state + ".out", i, grid_.out[i]);
+        return result_ok;
+    }
+
+    result_t code_init_py(sys::File& file, const char* prefix) override {
+        const std::string state = own_state(prefix);
+        write_indented(2, file, "{}.bp1 = {}\n", state, param_text("bp1"));
+        write_indented(2, file, "{}.bp2 = {}\n", state, param_text("bp2"));
+        write_indented(2, file, "{}.out = {}\n", state, param_text("out"));
+        return result_ok;
+    }
+
+    result_t code_step_c(sys::File& file, const char* prefix) override {
+        const std::string state = own_state(prefix);
+        write_step_c(file, 0, "{} = ({}) interpolate2d({}, {}, {}.bp1, {}.bp2, {}.out, {}, {});\n", own_port(prefix),
+                     c_type(outputs_[0]), in_value(prefix, 0), in_value(prefix, 1), state, state, state,
+                     grid_.bp1.size(), grid_.bp2.size());
+        return result_ok;
+    }
+
+    result_t code_step_py(sys::File& file, const char* prefix) override {
+        const std::string state = own_state(prefix);
+        write_step_py(file, 0, "{} = coder.interpolate2d({}, {}, {}.bp1, {}.bp2, {}.out)\n", own_port(prefix),
+                      in_value(prefix, 0), in_value(prefix, 1), state, state, state);
+        return result_ok;
+    }
+
+private:
+    /// Evaluates the three lists.
+    result_t read_table() {
+        python::var_array_t bp1, bp2, out;
+        const result_t results[] = {evaluate_list("bp1", "_bp1", bp1), evaluate_list("bp2", "_bp2", bp2),
+                                    evaluate_list("out", "_out", out)};
+        failed_ = true;
+        if (out.dimensions[0] != bp1.values.size() || out.dimensions[1] != bp2.values.size())
+            return result_table_mismatch;
+        for (const result_t result : results)
+            if (result != result_ok) return result;
+        failed_ = false;
+        append(grid_.bp1, bp1);
+        append(grid_.bp2, bp2);
+        append(grid_.out, out);
+        return result_ok;
+    }
+
+    grid_t grid_;
 };
 
 }  // namespace
 
-const block_entry_t lut2d_entry{create_block<Lut2d>, {}};
+const block_entry_t lut2d_entry{create_block<Lut2d>, table};
 
 }  // namespace tessel

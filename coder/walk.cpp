@@ -1,7 +1,6 @@
 #include "coder/walk.h"
 
 #include <algorithm>
-#include <stdexcept>
 #include <system_error>
 #include <unordered_set>
 
@@ -11,11 +10,6 @@
 
 namespace tessel::coder {
 namespace {
-
-/// A block that could not write its text ends the generation.
-void require(result_t result) {
-    if (result != result_ok) throw std::runtime_error("a block has no text");
-}
 
 /// The signal that drives an `enable` block, as generated code reads it: not a port of the block itself.
 std::string condition_of(const IMetaBlock& enable, const char* prefix) {
@@ -79,16 +73,16 @@ void write_structures(IMetaModel& model, const language_t& language, sys::File& 
     for (const auto& block : model) {
         if (block == nullptr || block->output_count() == 0) continue;
         const std::string name = ((*block).*language.struct_name)();
-        if (written.insert(class_hash_of(name)).second) require(((*block).*language.code_struct)(file));
+        if (written.insert(class_hash_of(name)).second) ((*block).*language.code_struct)(file);
     }
 }
 
 void write_inits(IMetaModel& model, const language_t& language, sys::File& file) {
     for (const auto& block : model) {
         if (block == nullptr) continue;
-        require(((*block).*language.code_comment)(file, language.indent));
+        ((*block).*language.code_comment)(file, language.indent);
         if (language.make_state != nullptr && block->output_count() != 0) language.make_state(file, *block);
-        require(((*block).*language.code_init)(file, language.prefix));
+        ((*block).*language.code_init)(file, language.prefix);
         file.print("\n");
     }
 }
@@ -99,8 +93,8 @@ void write_steps(IMetaModel& model, const language_t& language, sys::File& file)
         if (block == nullptr) continue;
         regions.enter(*block);
         const std::int64_t indent = std::int64_t{regions.level()} + static_cast<std::int64_t>(language.indent);
-        require(((*block).*language.code_comment)(file, static_cast<std::uint64_t>(std::max<std::int64_t>(indent, 0))));
-        require(((*block).*language.code_step)(file, language.prefix));
+        ((*block).*language.code_comment)(file, static_cast<std::uint64_t>(std::max<std::int64_t>(indent, 0)));
+        ((*block).*language.code_step)(file, language.prefix);
         file.print("\n");
     }
     regions.close_all();

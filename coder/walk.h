@@ -1,6 +1,7 @@
 // What the two generators have in common: the target folder and the walks over a compiled model's blocks.
 //
-// Every walk takes the live blocks in list order and passes over null entries.
+// Every walk takes the live blocks in list order and passes over null entries. A block that has no text for its
+// parameters writes none and the walk goes on; what ends a walk is an exception, as a failed write raises it.
 #pragma once
 
 #include <cstdint>

@@ -35,10 +35,17 @@ constexpr std::int32_t truncate32(float v) noexcept { return truncate32(static_c
 }  // namespace portable
 
 #if defined(BLOCKS_NATIVE_CONVERSION)
-inline std::int64_t truncate64(double v) noexcept { return _mm_cvttsd_si64(_mm_set_sd(v)); }
-inline std::int64_t truncate64(float v) noexcept { return _mm_cvttss_si64(_mm_set_ss(v)); }
-inline std::int32_t truncate32(double v) noexcept { return _mm_cvttsd_si32(_mm_set_sd(v)); }
-inline std::int32_t truncate32(float v) noexcept { return _mm_cvttss_si32(_mm_set_ss(v)); }
+/// Hides a value from the optimizer: GCC folds these instructions for constants as if they saturated.
+template <class F>
+inline F opaque(F v) noexcept {
+    asm("" : "+x"(v));
+    return v;
+}
+
+inline std::int64_t truncate64(double v) noexcept { return _mm_cvttsd_si64(_mm_set_sd(opaque(v))); }
+inline std::int64_t truncate64(float v) noexcept { return _mm_cvttss_si64(_mm_set_ss(opaque(v))); }
+inline std::int32_t truncate32(double v) noexcept { return _mm_cvttsd_si32(_mm_set_sd(opaque(v))); }
+inline std::int32_t truncate32(float v) noexcept { return _mm_cvttss_si32(_mm_set_ss(opaque(v))); }
 #else
 using portable::truncate32;
 using portable::truncate64;

@@ -17,23 +17,19 @@ volatile std::sig_atomic_t noted = 0;
 volatile std::sig_atomic_t deferring = 0;
 std::array<char, PATH_MAX> unfinished{};
 
-void remove_unfinished() noexcept {
-    if (unfinished[0] != '\0') unlink(unfinished.data());
-}
-
 void on_interrupt(int) {
     if (deferring != 0 && noted == 0) {
         noted = 1;
         return;
     }
-    remove_unfinished();
+    remove_file_in_the_making();
     static constexpr char text[] = "\nzarn: interrupted\n";
     [[maybe_unused]] const auto written = write(STDERR_FILENO, text, sizeof text - 1);
     _exit(status_interrupted);
 }
 
 void on_end(int signal) {
-    remove_unfinished();
+    remove_file_in_the_making();
     std::signal(signal, SIG_DFL);
     std::raise(signal);
 }
@@ -59,6 +55,10 @@ void install_interrupts() {
 
 DeferInterrupts::DeferInterrupts() { deferring = 1; }
 DeferInterrupts::~DeferInterrupts() { deferring = 0; }
+
+void remove_file_in_the_making() noexcept {
+    if (unfinished[0] != '\0') unlink(unfinished.data());
+}
 
 bool interrupted() noexcept { return noted != 0; }
 

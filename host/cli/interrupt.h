@@ -23,5 +23,7 @@ bool interrupted() noexcept;
 
 /// The file that an abrupt end removes, "" for none.
 void set_file_in_the_making(const std::string& path);
+/// Removes it, from a signal handler too.
+void remove_file_in_the_making() noexcept;
 
 }  // namespace zarn

@@ -15,7 +15,7 @@
 namespace zarn {
 namespace {
 
-constexpr std::int64_t most_ports = 65535;      // of a block: links count in 16 bits
+constexpr std::int64_t most_ports = 65535;           // of a block: links count in 16 bits
 constexpr std::int64_t most_ports_all = 20'000'000;  // of a model: the ports alone take 32 bytes each
 constexpr double most_steps = 1e15;
 
@@ -78,8 +78,8 @@ private:
         }
         if (all || key_ == "inportCount") ports_ += std::max(as_loaded(value), 0);
         if (ports_ > most_ports_all) {
-            problem_ = tessel::format("block '{}' ({}): with its {} ports the model has more than {} ports", name_, class_,
-                                      written(value), most_ports_all);
+            problem_ = tessel::format("block '{}' ({}): with its {} ports the model has more than {} ports", name_,
+                                      class_, written(value), most_ports_all);
             return false;
         }
         return true;
@@ -177,7 +177,8 @@ std::string find_unloadable(const std::filesystem::path& file, strictness_t stri
 std::string find_endless(double ti, double tf, double ts) {
     if (!(ts > 0.0) || !(ti < tf)) return {};
     if (std::isinf(ti) || std::isinf(tf))
-        return tessel::format("a run from {} s to {} s does not end", tessel::str::shortest(ti), tessel::str::shortest(tf));
+        return tessel::format("a run from {} s to {} s does not end", tessel::str::shortest(ti),
+                              tessel::str::shortest(tf));
     const double widest = std::max(std::abs(ti), std::abs(tf));
     const double grain = std::nextafter(widest, std::numeric_limits<double>::infinity()) - widest;
     if (ts <= grain / 2)

@@ -1,8 +1,263 @@
+// zarn run: steps a model and shows, records and draws its signals.
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <optional>
+#include <stdexcept>
+
+#include "core/format.h"
+#include "core/str.h"
+#include "host/cli/fault.h"
+#include "host/cli/interrupt.h"
+#include "host/cli/json_text.h"
+#include "host/cli/monitor.h"
+#include "host/cli/output_file.h"
+#include "host/cli/prepare.h"
+#include "host/cli/probes.h"
+#include "host/cli/results.h"
 #include "host/cli/session.h"
 #include "host/cli/verbs.h"
+#include "host/python/interpreter.h"
 
 namespace zarn {
+namespace {
 
-void add_run(CLI::App&, int&) {}
+struct run_options_t : options_t {
+    std::vector<std::string> probes;
+    bool probe_all = false;
+    std::string output;
+    std::string plot;
+    bool interactive = false;
+    std::string engine = "plan";
+};
+
+/// The ending of a file name, which must be one of two.
+std::string ending_of(const char* option, const std::string& file, const char* a, const char* b) {
+    for (const char* ending : {a, b})
+        if (file.ends_with(ending)) return ending;
+    message(tessel::format("{} {}: the name must end in {} or {}", option, file, a, b));
+    throw Failure{status_usage};
+}
+
+/// A file that the run is going to write.
+struct sink_t {
+    std::string name;
+    std::string ending;
+    std::filesystem::path place;  ///< from the folder in which the user stands
+    std::unique_ptr<OutputFile> file;
+};
+
+std::optional<sink_t> sink_of(const char* option, const std::string& name, const char* a, const char* b) {
+    if (name.empty()) return std::nullopt;
+    return sink_t{name, ending_of(option, name, a, b), std::filesystem::absolute(name), nullptr};
+}
+
+/// Works on a file; what goes wrong ends the verb with a message that names it.
+template <class Work>
+void with_name(const sink_t& sink, Work work) {
+    try {
+        work();
+    } catch (const std::runtime_error& error) {
+        message(tessel::format("{}: {}", sink.name, error.what()));
+        throw Failure{status_model};
+    }
+}
+
+/// Appends what a port holds, a float in the shortest form of its own type.
+void append_cell(std::string& text, tessel::ExecPort& port) {
+    const auto append = [&]<class... T>(tessel::type_list<T...>) {
+        (void)((tessel::type_of<T> == port.type() && (append_number(text, *static_cast<T*>(port.value_ptr())), true)) ||
+               ...);
+    };
+    append(tessel::value_types{});
+}
+
+/// Bytes that the machine can still give, 0 when it does not say.
+double free_memory() {
+    std::ifstream info("/proc/meminfo");
+    for (std::string line; std::getline(info, line);)
+        if (line.starts_with("MemAvailable:")) return std::strtod(line.c_str() + 13, nullptr) * 1024.0;
+    return 0.0;
+}
+
+class Run {
+public:
+    explicit Run(const run_options_t& options)
+        : options_(options),
+          output_(sink_of("-o", options.output, ".csv", ".npz")),
+          plot_(sink_of("--plot", options.plot, ".png", ".svg")) {
+        require_interpreter(output_ && output_->ending == ".npz", "-o FILE.npz");
+        require_interpreter(plot_.has_value(), "--plot");
+        require_interpreter(options.interactive, "-i");
+        session_ = std::make_unique<Session>(options, bridge_t::interpreter);
+    }
+
+    int go();
+
+private:
+    void require_interpreter(bool needed, const char* option) const;
+    void prepare();
+    void choose_signals();
+    void check_memory() const;
+    void open(std::optional<sink_t>& sink) const;
+    void step_all();
+    void write_files();
+    void print_table() const;
+    double setting(const char* key) const { return static_cast<double>(session_->properties().get(key)); }
+    times_t times() const { return {setting("ti"), setting("ts"), clock_.step}; }
+
+    run_options_t options_;
+    std::optional<sink_t> output_, plot_;
+    std::unique_ptr<Session> session_;
+    std::unique_ptr<tessel::ExecModel> exec_;
+    std::vector<signal_t> signals_;  // recorded
+    run_clock_t clock_;
+};
+
+void Run::require_interpreter(bool needed, const char* option) const {
+    if (!needed || !options_.no_python) return;
+    message(tessel::format("{} needs the interpreter: it does not go with --no-python", option));
+    throw Failure{status_usage};
+}
+
+int Run::go() {
+    try {
+        prepare();
+    } catch (const Failure& failure) {
+        if (options_.json && failure.status == status_model)
+            out(tessel::format("{{\"result\": {}, \"series\": {{}}}}\n", static_cast<int>(session_->last_result())));
+        throw;
+    }
+    {
+        const DeferInterrupts deferred;
+        step_all();
+        write_files();
+    }
+    if (options_.json) print_json_results(tessel::result_ok, times(), signals_);
+    else if (!options_.quiet) print_table();
+    if (interrupted()) {
+        message(tessel::format("interrupted at t = {} s", tessel::str::shortest(clock_.time)));
+        return status_interrupted;
+    }
+    if (clock_.exhausted) session_->refuse("the memory for recordings is used up: the run ended early");
+    if (options_.interactive) {
+        flush_out();
+        session_->interpreter()->interact();
+    }
+    return status_ok;
+}
+
+void Run::prepare() {
+    load_and_compile(*session_);
+    exec_ = build_runnable(*session_);
+    choose_signals();
+    check_memory();
+    open(output_);
+    open(plot_);
+    attach_probes(*exec_, signals_, clock_);
+}
+
+void Run::choose_signals() {
+    if (options_.probe_all) signals_ = all_signals(session_->model());
+    else if (!options_.probes.empty()) signals_ = find_signals(session_->model(), options_.probes);
+    else if (output_ || plot_ || options_.json) signals_ = shown_signals(session_->model());
+    if (signals_.empty() && (output_ || plot_) && !options_.quiet)
+        session_->complain("nothing to record: the model has no outport, display or to_workspace; see --probe");
+}
+
+void Run::check_memory() const {
+    double bytes = 0.0;
+    for (const signal_t& signal : signals_) bytes += static_cast<double>(tessel::size_of(signal.type));
+    const double steps = step_count(setting("ti"), setting("tf"), setting("ts"));
+    const double available = free_memory();
+    if (available == 0.0 || bytes * steps < available) return;
+    session_->refuse(
+        tessel::format("recording {} signals over {:.3g} steps takes {:.3g} GiB, and {:.3g} GiB are free; "
+                       "record fewer signals (--probe) or fewer steps (--set)",
+                       signals_.size(), steps, bytes * steps / 0x1p30, available / 0x1p30));
+}
+
+/// Opens a file before the run: what is wrong with its place shows before the work is done.
+void Run::open(std::optional<sink_t>& sink) const {
+    if (sink) with_name(*sink, [&] { sink->file = std::make_unique<OutputFile>(sink->place); });
+}
+
+void Run::step_all() {
+    const bool show_progress = !options_.quiet && isatty(STDERR_FILENO) != 0;
+    const FaultGuard guard(options_.model, session_->model(), *exec_);
+    Monitor monitor(clock_, setting("ti"), setting("tf"), show_progress);
+    exec_->set_monitor(&monitor);
+    exec_->set_engine(options_.engine == "objects" ? tessel::engine_t::objects : tessel::engine_t::plan);
+    exec_->run();
+    exec_->set_monitor(nullptr);
+}
+
+void Run::write_files() {
+    const auto write = [](const sink_t& sink, const auto& how) {
+        with_name(sink, [&] {
+            how(*sink.file);
+            sink.file->commit();
+        });
+    };
+    if (output_)
+        write(*output_, [this](OutputFile& file) {
+            if (output_->ending == ".csv") write_csv(file, times(), signals_);
+            else write_npz(file, times(), signals_, *session_->interpreter());
+        });
+    if (plot_)
+        write(*plot_, [this](OutputFile& file) {
+            write_plot(file, plot_->ending.substr(1), options_.model, times(), signals_, *session_->interpreter());
+        });
+}
+
+void Run::print_table() const {
+    auto shown = shown_signals(session_->model());
+    if (!options_.probe_all)
+        for (const signal_t& signal : signals_) {
+            const auto same = [&](const signal_t& other) {
+                return other.block == signal.block && other.port == signal.port;
+            };
+            if (std::ranges::none_of(shown, same)) shown.push_back(signal);
+        }
+    std::ranges::stable_sort(shown, {}, &signal_t::name);
+    std::size_t width = 0;
+    for (const signal_t& signal : shown) width = std::max(width, signal.name.size());
+    std::string text =
+        tessel::format("{} steps, the last at t = {} s\n", clock_.step, tessel::str::shortest(clock_.time));
+    for (const signal_t& signal : shown) {
+        auto* object = exec_->find_block(signal.block->id());
+        auto* port = signal.is_input ? object->input(signal.port) : object->output(signal.port);
+        if (port == nullptr) continue;
+        text += tessel::format("{:<{}}  ", signal.name, width);
+        append_cell(text, *port);
+        text += '\n';
+    }
+    out(text);
+}
+
+}  // namespace
+
+void add_run(CLI::App& app, int& status) {
+    auto options = std::make_shared<run_options_t>();
+    auto* verb = app.add_subcommand("run", "Run a model and show, record or draw its signals");
+    add_common(*verb, *options);
+    verb->add_option("--probe", options->probes, "Record a signal; PATH is a dotted path or #ID (repeatable)")
+        ->type_name("PATH[:PORT]")
+        ->allow_extra_args(false);
+    verb->add_flag("--probe-all", options->probe_all, "Record every output of every block");
+    verb->add_option("-o,--output", options->output, "Write what was recorded as .csv or .npz")->type_name("FILE");
+    verb->add_option("--plot", options->plot, "Draw what was recorded as .png or .svg")->type_name("FILE");
+    verb->add_flag("-i,--interactive", options->interactive, "Stay in the interpreter after the run");
+    verb->add_option("--engine", options->engine, "How to step: objects or plan; the values are the same")
+        ->check(CLI::IsMember({"objects", "plan"}));
+    verb->footer(
+        "Without --probe the root's outports, displays and to_workspace blocks are recorded. A file has a column\n"
+        "'time' in seconds and one of each signal; a cell is empty where the block did not run.\n\n"
+        "Example:\n  zarn run pump.json -w gains.py --set tf=20 --probe mainsys.motor.speed -o speed.csv");
+    verb->callback([options, &status] { status = guarded([&] { return Run(*options).go(); }); });
+}
 
 }  // namespace zarn

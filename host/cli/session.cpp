@@ -198,16 +198,17 @@ tessel::result_t Session::load(strictness_t strictness) {
     properties_ = std::make_shared<tessel::PropertiesModel>();
     model_->set_properties(properties_);
     const CurrentFolder there(file_.parent_path());
-    const auto result = tessel::json::load(model_.get(), file_.filename().string());
+    last_result_ = tessel::json::load(model_.get(), file_.filename().string());
     for (const auto& [key, value] : settings_) properties_->set(key, value);
-    return result;
+    return last_result_;
 }
 
 tessel::result_t Session::compile(const std::function<void()>& on_loop) {
     at_zones_ = [&] { loop_.enter_zones(*model_, on_loop); };
-    const auto result = model_->compile();
+    last_result_ = model_->compile();
     at_zones_ = nullptr;
-    return loop().empty() ? result : tessel::result_failure;
+    if (!loop().empty()) last_result_ = tessel::result_failure;
+    return last_result_;
 }
 
 void Session::require(tessel::result_t result, std::string_view stage) const {

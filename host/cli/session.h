@@ -83,6 +83,9 @@ public:
     /// Refuses what load or compile came to, unless it is result_ok, with a message that names the blocks at fault.
     void require(tessel::result_t result, std::string_view stage) const;
 
+    /// What the last load or compile came to.
+    tessel::result_t last_result() const { return last_result_; }
+
     tessel::IMetaModel& model() const { return *model_; }
     std::shared_ptr<tessel::IMetaModel> shared_model() const { return model_; }
     tessel::PropertiesModel& properties() const { return *properties_; }
@@ -119,6 +122,7 @@ private:
     std::shared_ptr<tessel::IMetaModel> model_;
     std::vector<std::string> console_;
     std::vector<std::string> log_;
+    tessel::result_t last_result_ = tessel::result_failure;
     bool silent_ = false;
 };
 

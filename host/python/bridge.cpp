@@ -104,58 +104,53 @@ std::shared_ptr<python::ISeries> CPythonBridge::find_series(const char* expressi
     std::shared_ptr<python::ISeries> series;
     answered(
         [] { return ""; }, text, [&] { return functions_.attr("find_series")(text); },
-        [&](const py::tuple& found) {
-            series = std::make_shared<Series>(doubles_of(found[0]), doubles_of(found[1]));
-        });
+        [&](const py::tuple& found) { series = std::make_shared<Series>(doubles_of(found[0]), doubles_of(found[1])); });
     return series;
 }
 
 void CPythonBridge::set_array(std::string_view name, const double* values, std::int32_t count) {
     std::unique_ptr<const double[]> owner(values);
-    answered(
-        [&] { return name; }, "array",
-        [&] {
-            auto samples = py::cast(Samples{std::move(owner), std::max(count, 0)});
-            return functions_.attr("set_array")(name, py::reinterpret_steal<py::object>(
-                                                          PyMemoryView_FromObject(samples.ptr())));
-        },
-        [](const py::tuple&) {});
+    answered([&] { return name; }, "array",
+             [&] {
+                 auto samples = py::cast(Samples{std::move(owner), std::max(count, 0)});
+                 return functions_.attr("set_array")(
+                     name, py::reinterpret_steal<py::object>(PyMemoryView_FromObject(samples.ptr())));
+             },
+             [](const py::tuple&) {});
 }
 
 void CPythonBridge::set_attribute(std::string_view object, std::string_view key, double value) {
-    answered(
-        [&] { return object; }, key, [&] { return functions_.attr("set_attribute")(object, key, value); },
-        [](const py::tuple&) {});
+    answered([&] { return object; }, key, [&] { return functions_.attr("set_attribute")(object, key, value); },
+             [](const py::tuple&) {});
 }
 
 result_t CPythonBridge::evaluate_array(std::string_view name, std::string_view text, python::var_array_t& array) {
     array = {};
-    const bool good = answered(
-        [&] { return block_of(name); }, text, [&] { return functions_.attr("evaluate_array")(name, text); },
-        [&](const py::tuple& found) {
-            const auto elements = found[2].cast<py::list>();
-            array.values.reserve(elements.size());
-            for (const auto& element : elements) {
-                const auto pair = element.cast<py::tuple>();
-                array.values.push_back(value_of(pair[0], pair[1]));
-            }
-            array.dimensions = {found[0].cast<std::uint64_t>(), found[1].cast<std::uint64_t>()};
-        });
+    const bool good =
+        answered([&] { return block_of(name); }, text, [&] { return functions_.attr("evaluate_array")(name, text); },
+                 [&](const py::tuple& found) {
+                     const auto elements = found[2].cast<py::list>();
+                     array.values.reserve(elements.size());
+                     for (const auto& element : elements) {
+                         const auto pair = element.cast<py::tuple>();
+                         array.values.push_back(value_of(pair[0], pair[1]));
+                     }
+                     array.dimensions = {found[0].cast<std::uint64_t>(), found[1].cast<std::uint64_t>()};
+                 });
     if (!good) array = {};
     return good ? result_ok : result_failure;
 }
 
 result_t CPythonBridge::evaluate(std::string_view scope, std::string_view text, var_t* result) {
-    const bool good = answered(
-        [&] { return block_of(scope); }, text, [&] { return functions_.attr("evaluate")(scope, text); },
-        [&](const py::tuple& found) { *result = value_of(found[0], found[1]); });
+    const bool good =
+        answered([&] { return block_of(scope); }, text, [&] { return functions_.attr("evaluate")(scope, text); },
+                 [&](const py::tuple& found) { *result = value_of(found[0], found[1]); });
     return good ? result_ok : result_failure;
 }
 
 void CPythonBridge::assign(std::string_view name, std::string_view expression) {
-    answered(
-        [&] { return name; }, expression, [&] { return functions_.attr("assign")(name, expression); },
-        [](const py::tuple&) {});
+    answered([&] { return name; }, expression, [&] { return functions_.attr("assign")(name, expression); },
+             [](const py::tuple&) {});
 }
 
 }  // namespace zarn

@@ -1,6 +1,7 @@
 #include "host/python/interpreter.h"
 
 #include <pybind11/embed.h>
+#include <pybind11/stl.h>
 
 #include <csignal>
 #include <stdexcept>
@@ -78,18 +79,19 @@ struct Interpreter::impl_t {
     }
 
     template <class Work>
-    void save(const std::string& file, Work work) {
+    static void save(Work work) {
         const py::gil_scoped_acquire lock;
         try {
             work();
         } catch (const py::error_already_set& error) {
-            throw std::runtime_error(tessel::format("{}: {}", file, reason(error)));
+            throw std::runtime_error(reason(error));
         }
     }
 };
 
 Interpreter::Interpreter(const setup_t& setup) : impl_(std::make_unique<impl_t>()) {
-    struct sigaction before {}, pipe {};
+    struct sigaction before {
+    }, pipe{};
     sigaction(SIGINT, nullptr, &before);
     sigaction(SIGPIPE, nullptr, &pipe);
     initialize();
@@ -127,7 +129,7 @@ void Interpreter::interact() {
 }
 
 void Interpreter::save_npz(const std::string& file, const std::vector<column_t>& columns) {
-    impl_->save(file, [&] {
+    impl_t::save([&] {
         py::list names, arrays;
         for (const column_t& column : columns) {
             names.append(column.name);
@@ -144,7 +146,7 @@ void Interpreter::save_npz(const std::string& file, const std::vector<column_t>&
 
 void Interpreter::save_plot(const std::string& file, const std::string& form, const std::string& title,
                             const std::vector<curve_t>& curves) {
-    impl_->save(file, [&] {
+    impl_t::save([&] {
         py::list series;
         for (const curve_t& curve : curves) series.append(py::make_tuple(curve.name, curve.times, curve.values));
         impl_->functions.attr("save_plot")(file, form, title, series);

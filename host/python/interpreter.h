@@ -53,9 +53,9 @@ public:
     /// Lets the user talk to the workspace until the end of input.
     void interact();
 
-    /// Writes the columns as an archive of arrays. Raises `std::runtime_error`.
+    /// Writes the columns into `file` as an archive of arrays. Raises `std::runtime_error`.
     void save_npz(const std::string& file, const std::vector<column_t>& columns);
-    /// Draws the curves into a picture, `form` "png" or "svg". Raises `std::runtime_error`.
+    /// Draws the curves into `file`, `form` "png" or "svg". Raises `std::runtime_error`.
     void save_plot(const std::string& file, const std::string& form, const std::string& title,
                    const std::vector<curve_t>& curves);
 

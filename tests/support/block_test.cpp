@@ -112,10 +112,10 @@ Bench& Bench::typed() {
     return *this;
 }
 
-Bench& Bench::forced(std::initializer_list<type_t> types) {
+Bench& Bench::forced(const std::vector<type_t>& types) {
     if (types.size() != block_->input_count() + block_->output_count())
         throw std::invalid_argument("as many types as ports are needed");
-    const type_t* type = types.begin();
+    auto type = types.begin();
     for (std::size_t i = 0; i < block_->input_count(); ++i)
         block_->input(static_cast<std::int16_t>(i))->set_type(*type++);
     for (std::size_t i = 0; i < block_->output_count(); ++i)

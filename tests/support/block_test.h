@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <cstring>
 #include <functional>
-#include <initializer_list>
 #include <iosfwd>
 #include <memory>
 #include <string>
@@ -77,7 +76,7 @@ public:
     /// Types the ports by the class's own rule.
     Bench& typed();
     /// Types the ports as told, inputs and then outputs, whatever the class's rule says.
-    Bench& forced(std::initializer_list<type_t> types);
+    Bench& forced(const std::vector<type_t>& types);
 
     /// The text that an emission writes, with the prefix of its language.
     std::string struct_c();

@@ -1,0 +1,32 @@
+// The processor's divide fault in a step.
+#pragma once
+
+#include <csignal>
+#include <string>
+#include <vector>
+
+#include "IMetaModel.h"
+#include "exec/ExecModel.h"
+
+namespace zarn {
+
+/// While it is alive, a divide fault ends the process with a message that names the block being stepped, and status 1.
+class FaultGuard {
+public:
+    FaultGuard(const std::string& model_name, tessel::IMetaModel& model, const tessel::ExecModel& exec);
+    FaultGuard(const FaultGuard&) = delete;
+    FaultGuard& operator=(const FaultGuard&) = delete;
+    ~FaultGuard();
+
+    /// A block that can fault.
+    struct suspect_t {
+        tessel::ExecBlock* object;
+        std::string shown;
+        bool divides;  ///< else it draws random numbers
+    };
+
+private:
+    struct sigaction before_ {};
+};
+
+}  // namespace zarn

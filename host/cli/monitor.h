@@ -1,0 +1,36 @@
+// What the command does between the steps of a run.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+
+#include "exec/ExecModel.h"
+#include "host/cli/recorder.h"
+
+namespace zarn {
+
+/// Counts the steps, ends the run on Ctrl-C or when a recording finds no memory, and shows the progress of a run of
+/// over a second where somebody can see it.
+class Monitor final : public tessel::RunMonitor {
+public:
+    Monitor(run_clock_t& clock, double ti, double tf, bool show_progress);
+    ~Monitor() override;
+
+    bool step_done(double t) noexcept override;
+
+private:
+    using steady = std::chrono::steady_clock;
+    void look(double t) noexcept;
+
+    run_clock_t& clock_;
+    double ti_, tf_;
+    bool show_progress_;
+    bool shown_ = false;
+    steady::time_point begin_ = steady::now();
+    steady::time_point last_look_ = begin_;
+    steady::time_point last_shown_ = begin_;
+    std::uint32_t countdown_ = 1;  // steps until the next look at the time of day
+    std::uint32_t stride_ = 1;
+};
+
+}  // namespace zarn

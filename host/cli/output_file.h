@@ -1,0 +1,36 @@
+// Files that appear whole or not at all.
+#pragma once
+
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace zarn {
+
+/// A file in the making, under a name beside the one that it will get; until `commit` an earlier file stays as it is.
+/// A place that is no regular file, such as a pipe, is written to directly. Every operation raises
+/// `std::runtime_error` with the reason, and what was written so far is removed.
+class OutputFile {
+public:
+    explicit OutputFile(const std::filesystem::path& file);
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+    ~OutputFile();
+
+    void write(std::string_view text);
+    /// The name to write to, for a writer of another kind; nothing must have been written before.
+    const std::string& temporary() const { return temporary_; }
+    /// Puts the file in its place.
+    void commit();
+
+private:
+    [[noreturn]] void fail(int error) const;
+
+    std::filesystem::path target_;
+    std::string temporary_;
+    std::FILE* stream_ = nullptr;
+    bool direct_ = false;
+};
+
+}  // namespace zarn

@@ -1,0 +1,55 @@
+#include "host/cli/prepare.h"
+
+#include <algorithm>
+
+#include "core/format.h"
+#include "port.h"
+
+namespace zarn {
+namespace {
+
+/// What the host finds wrong with a loaded model before the library compiles it.
+void refuse_problems(Session& session) {
+    const auto setting = [&session](const char* key) { return static_cast<double>(session.properties().get(key)); };
+    if (const auto problem = find_endless(setting("ti"), setting("tf"), setting("ts")); !problem.empty())
+        session.refuse(problem);
+}
+
+/// "int32, flt64 -> flt64"
+std::string types_of(tessel::IMetaBlock& block) {
+    std::string text;
+    const auto name = [](const tessel::port_t& port) { return port.has_type() ? port.type_name() : "untyped"; };
+    for (std::uint64_t i = 0; i < block.input_count(); ++i)
+        text += tessel::format("{}{}", i != 0 ? ", " : "", name(*block.input(static_cast<std::int16_t>(i))));
+    text += text.empty() ? "->" : " ->";
+    for (std::uint64_t i = 0; i < block.output_count(); ++i)
+        text += tessel::format("{}{}", i != 0 ? ", " : " ", name(*block.output(static_cast<std::int16_t>(i))));
+    return text;
+}
+
+}  // namespace
+
+void load_and_compile(Session& session) {
+    session.require(session.load(), "load");
+    refuse_problems(session);
+    session.require(session.compile(), "compile");
+}
+
+std::unique_ptr<tessel::ExecModel> build_runnable(Session& session) {
+    auto exec = std::make_unique<tessel::ExecModel>();
+    session.model().build_exec(exec.get());
+    auto object = exec->begin();
+    constexpr int most = 10;
+    int found = 0;
+    for (const auto& block : session.model()) {
+        const bool empty = *object++ == nullptr;
+        if (!empty || block == nullptr) continue;
+        if (++found <= most)
+            session.complain(tessel::format("{}: no runnable form for the types {}", shown(*block), types_of(*block)));
+    }
+    if (found > most) session.complain(tessel::format("and {} blocks more", found - most));
+    if (found > 0) throw Failure{status_model};
+    return exec;
+}
+
+}  // namespace zarn

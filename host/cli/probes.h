@@ -1,0 +1,36 @@
+// Which signals of a model are recorded.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "IMetaModel.h"
+#include "PropertiesModel.h"
+#include "exec/ExecModel.h"
+#include "host/cli/recorder.h"
+
+namespace zarn {
+
+/// One signal to record: an output of a block, or the input of a block without outputs.
+struct signal_t {
+    const tessel::IMetaBlock* block = nullptr;
+    std::int16_t port = 0;
+    bool is_input = false;
+    tessel::type_t type = tessel::type_unknown;
+    std::string name;              ///< the block's path, with the port where that is not plain
+    const Probe* probe = nullptr;  ///< once attached
+};
+
+/// All outputs of a compiled model.
+std::vector<signal_t> all_signals(tessel::IMetaModel& model);
+/// What a model shows by itself: root outports, displays and to_workspace blocks.
+std::vector<signal_t> shown_signals(tessel::IMetaModel& model);
+/// The signals of texts PATH[:PORT], where PATH is a dotted path, with or without the root's name, or #id. A text that
+/// names none ends the verb with a message.
+std::vector<signal_t> find_signals(tessel::IMetaModel& model, const std::vector<std::string>& texts);
+
+/// Puts a probe for each signal directly behind its block.
+void attach_probes(tessel::ExecModel& exec, std::vector<signal_t>& signals, run_clock_t& clock);
+
+}  // namespace zarn

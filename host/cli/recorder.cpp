@@ -1,0 +1,175 @@
+#include "host/cli/recorder.h"
+
+#include <algorithm>
+#include <new>
+
+#include "exec/Port.h"
+#include "exec/lowering.h"
+#include "host/cli/json_text.h"
+
+namespace zarn {
+namespace {
+
+/// Values in pieces that double in size up to a limit: no value is ever moved, and few values take little memory.
+template <class T>
+class TypedRecording final : public Recording {
+public:
+    struct chunk_t {
+        std::unique_ptr<T[]> values;
+        std::size_t count;
+    };
+
+    tessel::type_t type() const noexcept override { return tessel::type_of<T>; }
+
+    void add(T value, run_clock_t& clock) noexcept {
+        if (next_ == end_ || clock.step != expected_) {
+            if (!make_room(clock)) return;
+        }
+        *next_++ = value;
+        ++stretches_.back().count;
+        ++expected_;
+    }
+
+    std::vector<chunk_t> const& chunks() const noexcept { return chunks_; }
+
+    std::vector<double> as_doubles() const override {
+        std::vector<double> all;
+        all.reserve(size());
+        for_each([&all](T value) { all.push_back(static_cast<double>(value)); });
+        return all;
+    }
+    std::unique_ptr<char[]> as_bytes() const override {
+        auto all = std::make_unique<char[]>(size() * sizeof(T) + 1);
+        char* at = all.get();
+        for_each([&at](T value) {
+            std::memcpy(at, &value, sizeof value);
+            at += sizeof value;
+        });
+        return all;
+    }
+
+private:
+    static constexpr std::size_t first_chunk = 16;
+    static constexpr std::size_t last_chunk = 65536;
+
+    bool make_room(run_clock_t& clock) noexcept {
+        try {
+            if (next_ == end_) {
+                const std::size_t count =
+                    chunks_.empty() ? first_chunk : std::min(chunks_.back().count * 2, last_chunk);
+                chunks_.push_back({std::unique_ptr<T[]>(new T[count]), count});
+                next_ = chunks_.back().values.get();
+                end_ = next_ + count;
+            }
+            if (stretches_.empty() || clock.step != expected_) {
+                stretches_.push_back({clock.step, 0});
+                expected_ = clock.step;
+            }
+            return true;
+        } catch (const std::bad_alloc&) {
+            clock.exhausted = true;
+            return false;
+        }
+    }
+
+    template <class Use>
+    void for_each(Use use) const {
+        std::uint64_t left = size();
+        for (const chunk_t& chunk : chunks_)
+            for (std::size_t i = 0; i < chunk.count && left != 0; ++i, --left) use(chunk.values[i]);
+    }
+
+    std::vector<chunk_t> chunks_;
+    T* next_ = nullptr;
+    T* end_ = nullptr;
+    std::uint64_t expected_ = 0;  // the step that continues the last stretch
+};
+
+template <class T>
+class TypedReader final : public Reader {
+public:
+    explicit TypedReader(const TypedRecording<T>& recording) : recording_(recording) {}
+
+    bool has(std::uint64_t step) noexcept override {
+        const auto& stretches = recording_.stretches();
+        while (stretch_ < stretches.size() && step >= stretches[stretch_].first + stretches[stretch_].count) ++stretch_;
+        return stretch_ < stretches.size() && step >= stretches[stretch_].first;
+    }
+    void append(std::string& text) override { append_number(text, next(), "\""); }
+    void append_plain(std::string& text) override { append_number(text, next()); }
+
+private:
+    T next() {
+        const auto& chunks = recording_.chunks();
+        if (at_ == chunks[chunk_].count) {
+            ++chunk_;
+            at_ = 0;
+        }
+        return chunks[chunk_].values[at_++];
+    }
+
+    const TypedRecording<T>& recording_;
+    std::size_t stretch_ = 0;
+    std::size_t chunk_ = 0;
+    std::size_t at_ = 0;
+};
+
+template <class T>
+class TypedProbe final : public Probe {
+public:
+    explicit TypedProbe(run_clock_t& clock) : clock_(clock) {}
+
+    const Recording& recording() const noexcept override { return recording_; }
+    std::unique_ptr<Reader> reader() const override { return std::make_unique<TypedReader<T>>(recording_); }
+    tessel::ExecPort& port() noexcept override { return in0_; }
+
+    tessel::ExecPort* input(std::int16_t index) noexcept override { return index == 0 ? &in0_ : nullptr; }
+    const tessel::ExecPort* input(std::int16_t index) const noexcept override { return index == 0 ? &in0_ : nullptr; }
+    tessel::ExecPort* output(std::int16_t index) noexcept override { return index == -1 ? &in0_ : nullptr; }
+    const tessel::ExecPort* output(std::int16_t index) const noexcept override { return index == -1 ? &in0_ : nullptr; }
+    void sample() noexcept override { in0_.pull(); }
+    void step() noexcept override { recording_.add(in0_.value, clock_); }
+    const tessel::lowering_t* lowering() const noexcept override { return &lowered; }
+
+private:
+    static void run(const void* const* operands, std::size_t count, double) noexcept {
+        for (; count != 0; --count, operands += 2) {
+            auto& probe = *static_cast<TypedProbe*>(static_cast<ExecBlock*>(const_cast<void*>(operands[0])));
+            probe.recording_.add(*static_cast<const T*>(operands[1]), probe.clock_);
+        }
+    }
+    static constexpr tessel::lowering_t lowered{&TypedProbe::run, 1};
+
+    run_clock_t& clock_;
+    tessel::Port<T> in0_;
+    TypedRecording<T> recording_;
+};
+
+template <class... T>
+std::unique_ptr<Probe> make_probe_of(tessel::type_t type, run_clock_t& clock, tessel::type_list<T...>) {
+    std::unique_ptr<Probe> probe;
+    const auto make = [&]<class V>(V) {
+        if (tessel::type_of<V> == type) probe = std::make_unique<TypedProbe<V>>(clock);
+    };
+    (make(T{}), ...);
+    return probe;
+}
+
+}  // namespace
+
+std::uint64_t Recording::size() const noexcept {
+    std::uint64_t count = 0;
+    for (const stretch_t& stretch : stretches_) count += stretch.count;
+    return count;
+}
+
+bool Recording::is_complete(std::uint64_t steps) const noexcept {
+    if (steps == 0) return stretches_.empty();
+    return stretches_.size() == 1 && stretches_[0].first == 0 && stretches_[0].count == steps;
+}
+
+std::unique_ptr<Probe> make_probe(tessel::type_t type, run_clock_t& clock) {
+    return make_probe_of(type, clock, tessel::value_types{});
+}
+
+}  // namespace zarn

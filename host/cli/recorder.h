@@ -1,0 +1,68 @@
+// Recording of signals during a run.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ExecBlock.h"
+#include "core/type.h"
+
+namespace zarn {
+
+/// The step that a run is at, for all its probes.
+struct run_clock_t {
+    std::uint64_t step = 0;  ///< counts up behind each step
+    double time = 0.0;       ///< of the last step, in seconds
+    bool exhausted = false;  ///< a probe found no memory
+};
+
+/// A stretch of neighbouring steps.
+struct stretch_t {
+    std::uint64_t first;
+    std::uint64_t count;
+};
+
+/// What was recorded of one signal: values of one type, and the steps that they belong to.
+class Recording {
+public:
+    virtual ~Recording() = default;
+    virtual tessel::type_t type() const noexcept = 0;
+    std::uint64_t size() const noexcept;
+    const std::vector<stretch_t>& stretches() const noexcept { return stretches_; }
+    /// Whether a value was recorded in each of the first `steps` steps.
+    bool is_complete(std::uint64_t steps) const noexcept;
+    /// All values, one behind the other.
+    virtual std::vector<double> as_doubles() const = 0;
+    virtual std::unique_ptr<char[]> as_bytes() const = 0;
+
+protected:
+    std::vector<stretch_t> stretches_;
+};
+
+/// Reads a recording from its begin, in the order of the steps.
+class Reader {
+public:
+    virtual ~Reader() = default;
+    /// Whether there is a value for the step; a later step than in the call before.
+    virtual bool has(std::uint64_t step) noexcept = 0;
+    /// Appends the next value as JSON text.
+    virtual void append(std::string& text) = 0;
+    /// Appends the next value as plain text, without quotes around what is not finite.
+    virtual void append_plain(std::string& text) = 0;
+};
+
+/// An object of the host's own that records one output, or what a block without outputs samples. It stands behind the
+/// probed block and is gated as that is.
+class Probe : public tessel::ExecBlock {
+public:
+    virtual const Recording& recording() const noexcept = 0;
+    virtual std::unique_ptr<Reader> reader() const = 0;
+    virtual tessel::ExecPort& port() noexcept = 0;
+};
+
+/// A probe for values of a type, which counts its steps by `clock`.
+std::unique_ptr<Probe> make_probe(tessel::type_t type, run_clock_t& clock);
+
+}  // namespace zarn

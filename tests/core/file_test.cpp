@@ -1,0 +1,191 @@
+#include "core/file.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <fstream>
+#include <sstream>
+#include <system_error>
+
+namespace tessel::sys {
+namespace {
+
+/// A folder of its own for each test.
+class FileTest : public testing::Test {
+protected:
+    void SetUp() override {
+        const auto* test = testing::UnitTest::GetInstance()->current_test_info();
+        folder = std::filesystem::temp_directory_path() /
+                 ("blocks_file_" + std::string(test->name()) + std::to_string(::getpid()));
+        std::filesystem::create_directories(folder);
+    }
+    void TearDown() override { std::filesystem::remove_all(folder); }
+
+    std::filesystem::path given(std::string_view content) const {
+        const auto path = folder / "given";
+        std::ofstream(path, std::ios::binary) << content;
+        return path;
+    }
+    static std::string content(const std::filesystem::path& path) {
+        std::ostringstream text;
+        text << std::ifstream(path, std::ios::binary).rdbuf();
+        return text.str();
+    }
+    static int error_of(const std::filesystem::path& path, int mode) {
+        try {
+            const File file(path, mode);
+        } catch (const std::system_error& error) {
+            return error.code().value();
+        }
+        return 0;
+    }
+
+    std::filesystem::path folder;
+};
+
+TEST_F(FileTest, ReadsLineByLine) {
+    File file(given("one\n\nthree\r\nlast"), file_read);
+    EXPECT_STREQ(file.readline(), "one\n");
+    EXPECT_EQ(file.line_length(), 4u);
+    EXPECT_STREQ(file.readline(), "\n");
+    EXPECT_STREQ(file.readline(), "three\r\n");
+    EXPECT_STREQ(file.readline(), "last");
+    EXPECT_EQ(file.line_length(), 4u);
+    EXPECT_EQ(file.readline(), nullptr);
+    EXPECT_EQ(file.line_length(), 0u);
+    EXPECT_EQ(file.readline(), nullptr);
+}
+
+TEST_F(FileTest, AnEmptyFileHasNoLine) {
+    File file(given(""), file_read);
+    EXPECT_EQ(file.readline(), nullptr);
+}
+
+TEST_F(FileTest, ZeroBytesStayInTheLine) {
+    File file(given(std::string_view("a\0b\nc", 5)), file_read);
+    const char* line = file.readline();
+    EXPECT_EQ(std::string_view(line, file.line_length()), std::string_view("a\0b\n", 4));
+    EXPECT_STREQ(file.readline(), "c");
+}
+
+TEST_F(FileTest, ALineOfAMegabyte) {
+    const std::string text(1 << 20, 'x');
+    File file(given(text + "\ny"), file_read);
+    EXPECT_EQ(file.readline(), text + '\n');
+    EXPECT_STREQ(file.readline(), "y");
+}
+
+TEST_F(FileTest, CreateReplacesWhatWasThere) {
+    const auto path = given("older text");
+    {
+        File file(path, file_create);
+        file.print("{:s} {:d}{{\n", "n", 5);
+        file.write("raw {:d}\n");
+    }
+    EXPECT_EQ(content(path), "n 5{\nraw {:d}\n");
+}
+
+TEST_F(FileTest, AppendKeepsWhatWasThere) {
+    const auto path = given("first\n");
+    { File(path, file_append).print("second\n"); }
+    { File(folder / "fresh", file_append).print("alone"); }
+    EXPECT_EQ(content(path), "first\nsecond\n");
+    EXPECT_EQ(content(folder / "fresh"), "alone");
+}
+
+TEST_F(FileTest, PendingTextGoesInFrontOfTheNextWriteOnce) {
+    const auto path = folder / "pending";
+    {
+        File file(path, file_create);
+        file.set_pending("A");
+        file.print("b{}", 1);
+        file.print("c");
+        file.set_pending("D");
+        file.set_pending("E");
+        file.write("f");
+        file.set_pending("last");
+    }
+    EXPECT_EQ(content(path), "Ab1cEflast");
+}
+
+TEST_F(FileTest, PendingTextReachesTheDiskOnClose) {
+    File file(folder / "closed", file_create);
+    file.set_pending("text");
+    file.close();
+    EXPECT_EQ(content(folder / "closed"), "text");
+    EXPECT_NO_THROW(file.close());
+}
+
+TEST_F(FileTest, OpeningFailureIsASystemError) {
+    EXPECT_EQ(error_of(folder / "absent", file_read), ENOENT);
+    EXPECT_EQ(error_of(folder / "no folder" / "x", file_create), ENOENT);
+    EXPECT_EQ(error_of(folder, file_create), EISDIR);
+    EXPECT_EQ(error_of("", file_read), ENOENT);
+    EXPECT_EQ(error_of(given("x"), 3), EINVAL);
+    EXPECT_EQ(error_of(given("x"), 0), EINVAL);
+    EXPECT_EQ(content(folder / "given"), "x");
+}
+
+TEST_F(FileTest, OpeningFailureNamesTheFile) {
+    try {
+        const File file(folder / "absent", file_read);
+        FAIL();
+    } catch (const std::exception& error) {
+        EXPECT_NE(std::string(error.what()).find("absent"), std::string::npos) << error.what();
+    }
+}
+
+TEST_F(FileTest, AFolderCannotBeRead) {
+    File file(folder, file_read);
+    EXPECT_THROW(file.readline(), std::system_error);
+}
+
+TEST_F(FileTest, AFileOpenForWritingCannotBeRead) {
+    File file(folder / "out", file_create);
+    EXPECT_THROW(file.readline(), std::system_error);
+}
+
+TEST_F(FileTest, WritingAFileOpenForReadingFails) {
+    File file(given("x"), file_read);
+    EXPECT_THROW(file.write("y"), std::system_error);
+}
+
+TEST_F(FileTest, AFullDeviceFailsAtTheLatestOnClose) {
+    if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no device that is always full";
+    File file("/dev/full", file_create);
+    try {
+        file.print("text");
+        file.close();
+        FAIL();
+    } catch (const std::system_error& error) {
+        EXPECT_EQ(error.code().value(), ENOSPC);
+    }
+}
+
+TEST_F(FileTest, AFullDeviceFailsInALongWrite) {
+    if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no device that is always full";
+    File file("/dev/full", file_create);
+    EXPECT_THROW(file.write(std::string(1 << 20, 'x')), std::system_error);
+}
+
+TEST_F(FileTest, AFullDeviceDoesNotThrowOutOfTheDestructor) {
+    if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no device that is always full";
+    EXPECT_NO_THROW({
+        File file("/dev/full", file_append);
+        file.print("text");
+    });
+}
+
+TEST_F(FileTest, AFormatFailureWritesNothing) {
+    const auto path = folder / "format";
+    {
+        File file(path, file_create);
+        file.set_pending("kept");
+        EXPECT_THROW(file.print("{:{}}", 1, -5), std::exception);
+    }
+    EXPECT_EQ(content(path), "kept");
+}
+
+}  // namespace
+}  // namespace tessel::sys
