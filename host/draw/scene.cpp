@@ -92,6 +92,8 @@ public:
         place_contents();
         Taken taken;
         for (const Node& node : page.scene.nodes) taken.add(node.bounds());
+        for (std::size_t i = 0; i < page.links.size(); ++i)
+            if (!page.bends[i].empty()) taken.add(drawn_path(page.links[i], page.bends[i]));
         name_blocks(taken);
         lay_wires();
         lay_strays();
@@ -198,6 +200,14 @@ private:
         }
     }
 
+    /// From port to port along the bends that a person has drawn.
+    Polyline drawn_path(const PageLink& link, const Polyline& bends) const {
+        Polyline path{page.scene.nodes[link.from].outputs[link.output].at};
+        path.insert(path.end(), bends.begin(), bends.end());
+        path.push_back(page.scene.nodes[link.to].inputs[link.input].at);
+        return simplified(path);
+    }
+
     bool broken(const PageLink& link) const {
         return page.scene.nodes[link.from].outputs[link.output].broken ||
                page.scene.nodes[link.to].inputs[link.input].broken;
@@ -230,10 +240,7 @@ private:
                 members[entry->second].push_back(i);
                 continue;
             }
-            Polyline path{out.at};
-            path.insert(path.end(), page.bends[i].begin(), page.bends[i].end());
-            path.push_back(in.at);
-            net.fixed.push_back(simplified(path));
+            net.fixed.push_back(drawn_path(link, page.bends[i]));
             page.scene.wires.push_back(wire_of(link, net.fixed.back()));
             wire_links_.push_back(link.link);
         }
