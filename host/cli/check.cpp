@@ -36,7 +36,8 @@ int check(const check_arguments_t& arguments) {
     Session session(arguments.common, bridge_t::literal);
     check_options_t options;
     options.final_bridge = session.interpreter() != nullptr;
-    options.confirm = true;
+    // what must not be loaded is not, not even to confirm
+    options.confirm = find_unloadable(session.file(), strictness_t::loadable).empty();
     options.settings = session.settings();
     auto findings = diagnose(arguments.common.model, options);
     const bool failed = has_errors(findings);

@@ -28,8 +28,9 @@ using cells_t = std::vector<std::string_view>;
 /// Reads a CSV file line by line.
 class Table {
 public:
-    explicit Table(const std::string& file) : file_(file), in_(file, std::ios::binary) {
+    explicit Table(const std::string& file) : file_(file) {
         errno = 0;
+        in_.open(file, std::ios::binary);
         if (!in_ || in_.peek() == std::ifstream::traits_type::eof()) {
             message(tessel::format("{}: {}", file, errno != 0 ? std::strerror(errno) : "an empty file"));
             throw Failure{status_usage};

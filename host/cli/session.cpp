@@ -1,6 +1,9 @@
 #include "host/cli/session.h"
 
+#include <unistd.h>
+
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -42,10 +45,14 @@ std::pair<std::string, double> parse_setting(const std::string& text) {
     const std::string number = equals != std::string::npos ? text.substr(equals + 1) : "";
     char* end = nullptr;
     const double value = std::strtod(number.c_str(), &end);
-    if ((key == "ti" || key == "tf" || key == "ts") && !number.empty() && *end == '\0') return {key, value};
+    if ((key == "ti" || key == "tf" || key == "ts") && !number.empty() && *end == '\0' && std::isfinite(value))
+        return {key, value};
     message(tessel::format("--set {}: expected ti=NUMBER, tf=NUMBER or ts=NUMBER, in seconds", text));
     throw Failure{status_usage};
 }
+
+constexpr std::size_t out_piece = 1u << 16;
+std::string out_buffer;
 
 /// What a result of the library means to the user.
 const char* explanation(tessel::result_t result) {
@@ -95,25 +102,33 @@ void message(std::string_view text) {
     std::fprintf(stderr, "zarn: %.*s\n", static_cast<int>(text.size()), text.data());
 }
 
+// A buffer of the command's own: the interpreter flushes that of the C library when it ends, and drops what fails.
 void out(std::string_view text) {
-    if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size()) return;
-    message(tessel::format("standard output: {}", std::strerror(errno)));
-    throw Failure{status_model};
+    out_buffer += text;
+    if (out_buffer.size() >= out_piece) flush_out();
 }
 
 void flush_out() {
-    if (std::fflush(stdout) == 0) return;
-    message(tessel::format("standard output: {}", std::strerror(errno)));
-    throw Failure{status_model};
+    std::string_view rest = out_buffer;
+    while (!rest.empty()) {
+        const auto written = write(STDOUT_FILENO, rest.data(), rest.size());
+        if (written < 0 && errno == EINTR) continue;
+        if (written < 0) {
+            message(tessel::format("standard output: {}", std::strerror(errno)));
+            out_buffer.clear();
+            throw Failure{status_model};
+        }
+        rest.remove_prefix(static_cast<std::size_t>(written));
+    }
+    out_buffer.clear();
 }
 
-int guarded(const std::function<int()>& work) {
+namespace {
+
+int status_of(const std::function<int()>& work) {
     try {
-        const int status = work();
-        flush_out();
-        return status;
+        return work();
     } catch (const Failure& failure) {
-        std::fflush(stdout);
         return failure.status;
     } catch (const std::bad_alloc&) {
         message("not enough memory");
@@ -121,6 +136,18 @@ int guarded(const std::function<int()>& work) {
         message(error.what());
     }
     return status_model;
+}
+
+}  // namespace
+
+int guarded(const std::function<int()>& work) {
+    const int status = status_of(work);
+    try {
+        flush_out();
+    } catch (const Failure& failure) {
+        return status != status_ok ? status : failure.status;
+    }
+    return status;
 }
 
 Session::Session(options_t options, bridge_t bridge)
@@ -174,6 +201,7 @@ void Session::run_workspace() {
         message(tessel::format("{}: {}", what, stopped ? "interrupted" : "the workspace code failed"));
         throw Failure{stopped ? status_interrupted : status_model};
     };
+    const CurrentFolder back("");  // wherever the code goes
     for (const std::string& script : options_.scripts) end(interpreter_->run_file(script), script);
     for (const std::string& code : options_.code) end(interpreter_->run_code(code), "-e");
 }

@@ -102,7 +102,8 @@ trace_t run_once(Session& session, engine_t engine, observe_t observe, std::uint
     Observer* observer = nullptr;
     if (observe == observe_t::folds) {
         std::int32_t last_zone = 0;
-        for (const auto& object : exec->blocks) last_zone = std::max(last_zone, object->zone());
+        for (const auto& object : exec->blocks)
+            if (object != nullptr) last_zone = std::max(last_zone, object->zone());
         auto object = std::make_unique<Observer>(trace.ports, keep_step);
         observer = object.get();
         observer->set_identity(tessel::num::create_id(), last_zone + 1);
