@@ -70,7 +70,10 @@ std::string control_loop(std::size_t steps) {
     join(p, e, two);
     join(q, e, small);
     join(i, i_prev, q);
-    f.link(i, i_prev);
+    // a loop takes its type from a cast in it; casts are gone before the run
+    const auto i_type = f.block("cast", 1), y_type = f.block("cast", 1);
+    f.link(i, i_type);
+    f.link(i_type, i_prev);
     f.link(e, e_prev);
     join(de, e, e_prev);
     join(d, de, twenty);
@@ -79,7 +82,8 @@ std::string control_loop(std::size_t steps) {
     join(du, u, y);
     join(bd, du, gain);
     join(yn, y, bd);
-    f.link(yn, y);
+    f.link(yn, y_type);
+    f.link(y_type, y);
     return f.text(final_time(steps));
 }
 
