@@ -16,8 +16,10 @@ int main(int argc, char** argv) {
 
     int status = zarn::status_ok;
     zarn::add_run(app, status);
+    zarn::add_check(app, status);
     zarn::add_inspect(app, status);
     zarn::add_generate(app, status);
+    zarn::add_draw(app, status);
     zarn::add_blocks(app, status);
     zarn::add_diff(app, status);
     zarn::add_verify_engines(app, status);
