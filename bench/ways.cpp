@@ -114,9 +114,10 @@ void compare_ways(const case_t& model) {
         model.by_hand();
         return (bench::seconds() - begin) / static_cast<double>(model.steps);
     };
-    const auto t = time_in_turn({by_hand, way_of(objects, engine_t::objects, model.steps, clocked ? &clocks[0] : nullptr),
-                                 way_of(plan, engine_t::plan, model.steps, clocked ? &clocks[1] : nullptr)},
-                                quick ? 3 : 7);
+    const auto t =
+        time_in_turn({by_hand, way_of(objects, engine_t::objects, model.steps, clocked ? &clocks[0] : nullptr),
+                      way_of(plan, engine_t::plan, model.steps, clocked ? &clocks[1] : nullptr)},
+                     quick ? 3 : 7);
     const double unit = 1e9 / static_cast<double>(model.blocks);
     const char* ways[] = {"hand-written C", "objects", "plan"};
     for (std::size_t i = 0; i < 3; ++i)
@@ -279,7 +280,9 @@ int main(int argc, char** argv) {
     const std::size_t wide_steps = quick ? 20 : 100;
 
     line("## Set-up, in seconds\n");
-    line("Chains of 8 blocks; the growth is that of the total per tenfold; memory is the peak beyond the file's text.\n");
+    line(
+        "Chains of 8 blocks; the growth is that of the total per tenfold; memory is the peak beyond the file's "
+        "text.\n");
     line("| chains | load | compile | build | wire and first step | total | growth | bytes a block |");
     line("|---|---|---|---|---|---|---|---|");
     measure_setups();
@@ -292,12 +295,13 @@ int main(int argc, char** argv) {
     line("|---|---|---|---|---|");
     compare_ways({"M1: loop of 18 blocks", bench::control_loop(loop_steps), 18, loop_steps,
                   [=] { consume(reference_loop(loop_steps, bench::step_s, nullptr)); }});
-    for (const auto& [name, chains, steps] :
-         {std::tuple{"M2: 800 blocks", std::size_t{100}, farm_steps}, std::tuple{"M3: 80,000 blocks", std::size_t{10000}, wide_steps}}) {
+    for (const auto& [name, chains, steps] : {std::tuple{"M2: 800 blocks", std::size_t{100}, farm_steps},
+                                              std::tuple{"M3: 80,000 blocks", std::size_t{10000}, wide_steps}}) {
         std::vector<chain_t> state(chains);
         for (std::size_t i = 0; i < chains; ++i) reference_chain_init(&state[i], i);
-        compare_ways({name, bench::chain_farm(chains, steps), 8 * chains, steps,
-                      [&, steps = steps] { consume(reference_chains(state.data(), state.size(), steps, bench::step_s, nullptr)); }});
+        compare_ways({name, bench::chain_farm(chains, steps), 8 * chains, steps, [&, steps = steps] {
+                          consume(reference_chains(state.data(), state.size(), steps, bench::step_s, nullptr));
+                      }});
     }
 
     line("\n## Types, 600 blocks of arithmetic, plan\n");

@@ -3,9 +3,9 @@
 #include <map>
 #include <numeric>
 #include <span>
-#include <unordered_map>
 #include <utility>
 
+#include "core/flat_map.h"
 #include "exec/parallel_for_each.h"
 #include "exec/plan.h"
 
@@ -30,12 +30,18 @@ bool is_output(ExecBlock& block, const ExecPort* port) noexcept {
     return output != nullptr;
 }
 
-std::unordered_map<std::uint64_t, ExecBlock*> index_of(const std::vector<std::unique_ptr<ExecBlock>>& blocks) {
-    std::unordered_map<std::uint64_t, ExecBlock*> index;
-    index.reserve(blocks.size());
+using index_t = FlatMap<std::uint64_t, ExecBlock*>;
+
+index_t index_of(const std::vector<std::unique_ptr<ExecBlock>>& blocks) {
+    index_t index(blocks.size());
     for (const auto& block : blocks)
         if (block != nullptr) index.try_emplace(block->id(), block.get());
     return index;
+}
+
+ExecBlock* find_in(const index_t& index, std::uint64_t id) noexcept {
+    ExecBlock* const* found = index.find(id);
+    return found != nullptr ? *found : nullptr;
 }
 
 }  // namespace
@@ -71,7 +77,6 @@ ExecBlock* ExecModel::find_block(std::uint64_t id) const noexcept {
 
 result_t ExecModel::run() noexcept {
     wire();
-    set_enables();
     const auto setting = [this](const char* key) { return properties->get(key).payload<double>(); };
     const double ti = setting("ti"), tf = setting("tf"), ts = setting("ts");
     return blocks.size() < parallel_objects ? run_serial(ti, tf, ts) : run_parallel(ti, tf, ts);
@@ -80,41 +85,37 @@ result_t ExecModel::run() noexcept {
 void ExecModel::wire() {
     const auto index = index_of(blocks);
     for (const link_t& link : properties->links) {
-        const auto src = index.find(link.srcId);
-        const auto dst = index.find(link.dstId);
-        if (src == index.end() || dst == index.end() || link.dstPort < 0 || link.srcPort < 0) continue;
-        ExecPort* port = dst->second->input(link.dstPort);
-        if (port == nullptr || is_output(*dst->second, port) || src->second->output(link.srcPort) == nullptr) continue;
-        port->connect(*src->second, static_cast<std::uint16_t>(link.srcPort));
+        if (link.dstPort < 0 || link.srcPort < 0) continue;
+        ExecBlock* const src = find_in(index, link.srcId);
+        ExecBlock* const dst = find_in(index, link.dstId);
+        if (src == nullptr || dst == nullptr) continue;
+        if (ExecPort* port = dst->input(link.dstPort); port != nullptr)
+            port->connect(*src, static_cast<std::uint16_t>(link.srcPort));
     }
-}
-
-void ExecModel::set_enables() {
-    const auto index = index_of(blocks);
     enable_blocks.clear();
     gates_.assign(blocks.size(), nullptr);
     for (std::size_t i = 0; i < blocks.size(); ++i) {
         if (blocks[i] == nullptr) continue;
-        const std::uint64_t gate = properties->enables_of(blocks[i]->id()).second;
-        const auto found = gate != 0 ? index.find(gate) : index.end();
-        ExecPort* flag = found != index.end() ? found->second->input(0) : nullptr;
+        const std::uint64_t gate = properties->enable_map.at(blocks[i]->id()).second;
+        ExecBlock* const enable = gate != 0 ? find_in(index, gate) : nullptr;
+        ExecPort* const flag = enable != nullptr ? enable->input(0) : nullptr;
         if (flag == nullptr) {
             blocks[i]->set_enable(&always_enabled);
             continue;
         }
         blocks[i]->set_enable(static_cast<const bool*>(flag->value_ptr()));
-        enable_blocks.insert(found->second);
-        gates_[i] = found->second;
+        enable_blocks.insert(enable);
+        gates_[i] = enable;
     }
 }
 
 PlanContext ExecModel::plan_context() const {
-    std::unordered_map<const ExecBlock*, std::size_t> positions;  // of enable blocks, among the objects
+    FlatMap<const ExecBlock*, std::size_t> positions;  // of enable blocks, among the objects
     std::vector<planned_t> objects;
     objects.reserve(blocks.size());
     for (const auto& block : blocks) {
         if (block == nullptr) continue;
-        if (enable_blocks.contains(block.get())) positions.emplace(block.get(), objects.size());
+        if (enable_blocks.contains(block.get())) positions.try_emplace(block.get(), objects.size());
         objects.push_back({block.get(), &always_enabled, 0});
     }
     std::size_t n = 0;
@@ -123,7 +124,7 @@ PlanContext ExecModel::plan_context() const {
         planned_t& object = objects[n++];
         if (gates_[i] == nullptr) continue;
         object.gate = static_cast<const bool*>(const_cast<ExecBlock*>(gates_[i])->input(0)->value_ptr());
-        object.enable_position = positions.at(gates_[i]);
+        object.enable_position = *positions.find(gates_[i]);
     }
     return {std::move(objects), &always_enabled};
 }
@@ -193,7 +194,8 @@ result_t ExecModel::run_parallel(double ti, double tf, double ts) {
             const auto part = partition_t::of(all.size(), sys::hardware_threads());
             plans.push_back({part, {}});
             for (std::size_t i = 0; i < part.chunks; ++i)
-                plans.back().chunks.emplace_back(context, all.subspan(part.begin_of(i), part.end_of(i) - part.begin_of(i)));
+                plans.back().chunks.emplace_back(context,
+                                                 all.subspan(part.begin_of(i), part.end_of(i) - part.begin_of(i)));
         }
         run_steps(ti, tf, ts, [&plans](double t) {
             for (zone_plan_t& zone : plans)

@@ -64,8 +64,8 @@ private:
     void run_steps(double ti, double tf, double ts, const Step& step);
     PlanContext plan_context() const;
 
+    /// Connects the ports by the links and gives each object its flag.
     void wire();
-    void set_enables();
     result_t run_serial(double ti, double tf, double ts);
     result_t run_parallel(double ti, double tf, double ts);
 

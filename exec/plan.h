@@ -4,10 +4,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <unordered_map>
 #include <vector>
 
 #include "ExecBlock.h"
+#include "core/flat_map.h"
 
 namespace tessel {
 
@@ -41,7 +41,7 @@ private:
     std::vector<planned_t> objects_;
     const bool* always_;
     bool watched_ = false;
-    std::unordered_map<const ExecPort*, std::size_t> owners_;
+    FlatMap<const ExecPort*, std::size_t> owners_;
     std::vector<const void*> gates_;  // sorted
 };
 

@@ -6,18 +6,18 @@
 namespace tessel {
 
 Agenda::Agenda(const blocks_t& blocks) : first_(blocks.size() + 1), noted_(blocks.size()) {
-    std::unordered_map<const IMetaBlock*, std::size_t> position;
-    position.reserve(blocks.size());
+    FlatMap<const IMetaBlock*, std::size_t> position(blocks.size());
     for (std::size_t i = 0; i < blocks.size(); ++i)
-        if (blocks[i] != nullptr) position.emplace(blocks[i].get(), i);
+        if (blocks[i] != nullptr) position.try_emplace(blocks[i].get(), i);
 
     const auto for_each_edge = [&](auto visit) {
         for (std::size_t i = 0; i < blocks.size(); ++i) {
             if (blocks[i] == nullptr) continue;
             const std::uint64_t count = blocks[i]->input_count();
             for (std::uint64_t n = 0; n < count; ++n) {
-                const auto source = position.find(blocks[i]->input(static_cast<std::int16_t>(n))->source_block());
-                if (source != position.end()) visit(source->second, i);
+                const IMetaBlock* source = blocks[i]->input(static_cast<std::int16_t>(n))->source_block();
+                const std::size_t* from = source != nullptr ? position.find(source) : nullptr;
+                if (from != nullptr) visit(*from, i);
             }
         }
     };

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "IMetaBlock.h"
+#include "core/flat_map.h"
 #include "core/hash.h"
 
 namespace tessel {
@@ -28,21 +29,26 @@ inline bool is_subsystem(const IMetaBlock& block) noexcept {
     return block.class_hash() == hash_subsys || block.class_hash() == hash_refsys;
 }
 
+/// Whether some block of a list satisfies `is`.
+template <class Is>
+bool any_block(const blocks_t& blocks, Is is) {
+    return std::ranges::any_of(blocks, [&is](const auto& block) { return block != nullptr && is(*block); });
+}
+
 /// From an id to the first block of a list that has it: what a walk from the front would find, without the walk.
 class BlockIndex {
 public:
-    explicit BlockIndex(const blocks_t& blocks) {
-        index_.reserve(blocks.size());
+    explicit BlockIndex(const blocks_t& blocks) : index_(blocks.size()) {
         for (const auto& block : blocks)
             if (block != nullptr) index_.try_emplace(block->id(), block.get());
     }
     IMetaBlock* find(std::uint64_t id) const noexcept {
-        const auto found = index_.find(id);
-        return found != index_.end() ? found->second : nullptr;
+        IMetaBlock* const* found = index_.find(id);
+        return found != nullptr ? *found : nullptr;
     }
 
 private:
-    std::unordered_map<std::uint64_t, IMetaBlock*> index_;
+    FlatMap<std::uint64_t, IMetaBlock*> index_;
 };
 
 /// A value for each level of the subsystem tree, worked out from that of the level around it, each once. A parent that

@@ -105,6 +105,7 @@ result_t join_links(const blocks_t& blocks, LinkTable& links) {
 
 result_t MetaModel::reroute_due_to_goto() noexcept {
     const PassLog pass("reroute_due_to_goto");
+    if (!any_block(blocks, is_goto_or_from)) return result_ok;
     {
         LinkTable links(properties->links);
         const result_t result = join_links(blocks, links);

@@ -181,9 +181,10 @@ void Run::limit_memory() {
     for (const signal_t& signal : signals_) bytes += static_cast<double>(tessel::size_of(signal.type));
     const double wanted = bytes * step_count(setting("ti"), setting("tf"), setting("ts"));
     if (wanted > available)
-        session_->complain(tessel::format("the recordings of the whole run take {:.3g} GiB; it will end when {:.3g} GiB "
-                                          "are used up",
-                                          wanted / 0x1p30, available / 0x1p30));
+        session_->complain(
+            tessel::format("the recordings of the whole run take {:.3g} GiB; it will end when {:.3g} GiB "
+                           "are used up",
+                           wanted / 0x1p30, available / 0x1p30));
 }
 
 /// Opens a file before the run: what is wrong with its place shows before the work is done.
