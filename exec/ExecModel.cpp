@@ -3,9 +3,9 @@
 #include <map>
 #include <numeric>
 #include <span>
+#include <unordered_map>
 #include <utility>
 
-#include "core/flat_map.h"
 #include "exec/parallel_for_each.h"
 #include "exec/plan.h"
 
@@ -28,20 +28,6 @@ bool is_output(ExecBlock& block, const ExecPort* port) noexcept {
     const ExecPort* output = block.output(i);
     while (output != nullptr && output != port) output = block.output(++i);
     return output != nullptr;
-}
-
-using index_t = FlatMap<std::uint64_t, ExecBlock*>;
-
-index_t index_of(const std::vector<std::unique_ptr<ExecBlock>>& blocks) {
-    index_t index(blocks.size());
-    for (const auto& block : blocks)
-        if (block != nullptr) index.try_emplace(block->id(), block.get());
-    return index;
-}
-
-ExecBlock* find_in(const index_t& index, std::uint64_t id) noexcept {
-    ExecBlock* const* found = index.find(id);
-    return found != nullptr ? *found : nullptr;
 }
 
 }  // namespace
@@ -76,29 +62,35 @@ ExecBlock* ExecModel::find_block(std::uint64_t id) const noexcept {
 }
 
 result_t ExecModel::run() noexcept {
-    wire();
+    IdIndex<ExecBlock> index(blocks.size());
+    for (const auto& block : blocks)
+        if (block != nullptr) index.add(block->id(), block.get());
+    wire(index);
+    set_enables(index);
     const auto setting = [this](const char* key) { return properties->get(key).payload<double>(); };
     const double ti = setting("ti"), tf = setting("tf"), ts = setting("ts");
     return blocks.size() < parallel_objects ? run_serial(ti, tf, ts) : run_parallel(ti, tf, ts);
 }
 
-void ExecModel::wire() {
-    const auto index = index_of(blocks);
+void ExecModel::wire(const IdIndex<ExecBlock>& index) {
     for (const link_t& link : properties->links) {
-        if (link.dstPort < 0 || link.srcPort < 0) continue;
-        ExecBlock* const src = find_in(index, link.srcId);
-        ExecBlock* const dst = find_in(index, link.dstId);
-        if (src == nullptr || dst == nullptr) continue;
-        if (ExecPort* port = dst->input(link.dstPort); port != nullptr)
-            port->connect(*src, static_cast<std::uint16_t>(link.srcPort));
+        ExecBlock* src = index.find(link.srcId);
+        ExecBlock* dst = index.find(link.dstId);
+        if (src == nullptr || dst == nullptr || link.dstPort < 0 || link.srcPort < 0) continue;
+        ExecPort* port = dst->input(link.dstPort);
+        if (port == nullptr || is_output(*dst, port) || src->output(link.srcPort) == nullptr) continue;
+        port->connect(*src, static_cast<std::uint16_t>(link.srcPort));
     }
+}
+
+void ExecModel::set_enables(const IdIndex<ExecBlock>& index) {
     enable_blocks.clear();
     gates_.assign(blocks.size(), nullptr);
     for (std::size_t i = 0; i < blocks.size(); ++i) {
         if (blocks[i] == nullptr) continue;
-        const std::uint64_t gate = properties->enable_map.at(blocks[i]->id()).second;
-        ExecBlock* const enable = gate != 0 ? find_in(index, gate) : nullptr;
-        ExecPort* const flag = enable != nullptr ? enable->input(0) : nullptr;
+        const std::uint64_t gate = properties->enables_of(blocks[i]->id()).second;
+        ExecBlock* enable = gate != 0 ? index.find(gate) : nullptr;
+        ExecPort* flag = enable != nullptr ? enable->input(0) : nullptr;
         if (flag == nullptr) {
             blocks[i]->set_enable(&always_enabled);
             continue;
@@ -110,12 +102,12 @@ void ExecModel::wire() {
 }
 
 PlanContext ExecModel::plan_context() const {
-    FlatMap<const ExecBlock*, std::size_t> positions;  // of enable blocks, among the objects
+    std::unordered_map<const ExecBlock*, std::size_t> positions;  // of enable blocks, among the objects
     std::vector<planned_t> objects;
     objects.reserve(blocks.size());
     for (const auto& block : blocks) {
         if (block == nullptr) continue;
-        if (enable_blocks.contains(block.get())) positions.try_emplace(block.get(), objects.size());
+        if (enable_blocks.contains(block.get())) positions.emplace(block.get(), objects.size());
         objects.push_back({block.get(), &always_enabled, 0});
     }
     std::size_t n = 0;
@@ -124,7 +116,7 @@ PlanContext ExecModel::plan_context() const {
         planned_t& object = objects[n++];
         if (gates_[i] == nullptr) continue;
         object.gate = static_cast<const bool*>(const_cast<ExecBlock*>(gates_[i])->input(0)->value_ptr());
-        object.enable_position = *positions.find(gates_[i]);
+        object.enable_position = positions.at(gates_[i]);
     }
     return {std::move(objects), &always_enabled};
 }

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "ExecBlock.h"
-#include "core/flat_map.h"
+#include "core/id_index.h"
 
 namespace tessel {
 
@@ -41,7 +41,7 @@ private:
     std::vector<planned_t> objects_;
     const bool* always_;
     bool watched_ = false;
-    FlatMap<const ExecPort*, std::size_t> owners_;
+    IdIndex<const planned_t> owners_;  // by the address of the output port
     std::vector<const void*> gates_;  // sorted
 };
 

@@ -21,11 +21,12 @@ bool is_cast(const IMetaBlock& block) { return block.class_hash() == hash_cast; 
 
 result_t MetaModel::reroute_due_to_cast() noexcept {
     const PassLog pass("reroute_due_to_cast");
-    if (!any_block(blocks, is_cast)) return result_ok;
+    auto casts = which(blocks, is_cast);
+    if (std::ranges::find(casts, true) == casts.end()) return result_ok;
     const BlockIndex index(blocks);
     auto& links = properties->links;
 
-    FlatMap<std::uint64_t, const link_t*> first_into(links.size());
+    std::unordered_map<std::uint64_t, const link_t*> first_into;
     for (const link_t& link : links) first_into.try_emplace(link.dstId, &link);
 
     std::set<std::pair<std::uint64_t, std::uint64_t>> gone;
@@ -33,9 +34,9 @@ result_t MetaModel::reroute_due_to_cast() noexcept {
     for (const link_t& link : links) {
         const IMetaBlock* const cast = index.find(link.srcId);
         if (cast == nullptr || !is_cast(*cast)) continue;
-        const link_t* const* found = first_into.find(link.srcId);
-        if (found == nullptr) return result_cast_unresolved;
-        const link_t& in = **found;
+        const auto found = first_into.find(link.srcId);
+        if (found == first_into.end()) return result_cast_unresolved;
+        const link_t& in = *found->second;
         gone.emplace(link.srcId, link.dstId);
         gone.emplace(in.srcId, in.dstId);
         joined.push_back(
@@ -55,7 +56,7 @@ result_t MetaModel::reroute_due_to_cast() noexcept {
         }
     }
 
-    blocks.erase(swap_partition(blocks, is_cast), blocks.end());
+    blocks.erase(swap_partition(blocks, std::move(casts)), blocks.end());
     return result_ok;
 }
 
