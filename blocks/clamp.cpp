@@ -4,8 +4,9 @@
 //       lo  where lo > u
 //       u   elsewhere          (not-a-number passes; lo above hi is not checked)
 //
-// Inputs     0: u   1: lo   2: hi                u of any type; bounds of any type not ranked above u's, converted to
-// it Output     0: y                                type of u State      none
+// Inputs     0: u   1: lo   2: hi                u of any type; bounds of any type not ranked above it, converted to it
+// Output     0: y                                type of u
+// State      none
 #include "blocks/table.h"
 #include "core/convert.h"
 #include "framework/entries.h"

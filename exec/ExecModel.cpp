@@ -22,6 +22,14 @@ void step_object(ExecBlock& block, double t) noexcept {
     block.step();
 }
 
+/// Whether a port that `input` gave, which knows the flat list of all ports, is an output.
+bool is_output(ExecBlock& block, const ExecPort* port) noexcept {
+    std::int16_t i = 0;
+    const ExecPort* output = block.output(i);
+    while (output != nullptr && output != port) output = block.output(++i);
+    return output != nullptr;
+}
+
 std::unordered_map<std::uint64_t, ExecBlock*> index_of(const std::vector<std::unique_ptr<ExecBlock>>& blocks) {
     std::unordered_map<std::uint64_t, ExecBlock*> index;
     index.reserve(blocks.size());
@@ -75,8 +83,9 @@ void ExecModel::wire() {
         const auto src = index.find(link.srcId);
         const auto dst = index.find(link.dstId);
         if (src == index.end() || dst == index.end() || link.dstPort < 0 || link.srcPort < 0) continue;
-        if (ExecPort* port = dst->second->input(link.dstPort); port != nullptr)
-            port->connect(*src->second, static_cast<std::uint16_t>(link.srcPort));
+        ExecPort* port = dst->second->input(link.dstPort);
+        if (port == nullptr || is_output(*dst->second, port) || src->second->output(link.srcPort) == nullptr) continue;
+        port->connect(*src->second, static_cast<std::uint16_t>(link.srcPort));
     }
 }
 
@@ -86,7 +95,7 @@ void ExecModel::set_enables() {
     gates_.assign(blocks.size(), nullptr);
     for (std::size_t i = 0; i < blocks.size(); ++i) {
         if (blocks[i] == nullptr) continue;
-        const std::uint64_t gate = properties->enable_map.at(blocks[i]->id()).second;
+        const std::uint64_t gate = properties->enables_of(blocks[i]->id()).second;
         const auto found = gate != 0 ? index.find(gate) : index.end();
         ExecPort* flag = found != index.end() ? found->second->input(0) : nullptr;
         if (flag == nullptr) {

@@ -46,36 +46,68 @@ private:
 };
 
 /// A value for each level of the subsystem tree, worked out from that of the level around it, each once. A parent that
-/// names no block counts as the root; a ring of parents is cut where the walk up meets itself.
+/// names no block stands directly in the root. A ring of parents has no way out: the value of its members comes of
+/// going round it twice, beginning with `ring`.
 template <class Value>
 class Levels {
 public:
-    Levels(const BlockIndex& index, Value root) : index_(index), root_(std::move(root)) {}
+    Levels(const BlockIndex& index, Value root, Value ring)
+        : index_(index), root_(std::move(root)), ring_(std::move(ring)) {}
 
-    /// The value for blocks with the parent `id`; `step(outer, subsystem)` gives a subsystem's from that around it.
+    /// The value for blocks with the parent `id`. `step(outer, id, subsystem)` gives that of a subsystem, which is null
+    /// where no block has the id, from that of the level around it.
     template <class Step>
     const Value& inside(std::uint64_t id, Step step) {
         way_.clear();
-        while (id != 0) {
-            if (!values_.try_emplace(id, root_).second) break;  // known, or on this very way up
-            const IMetaBlock* block = index_.find(id);
-            if (block == nullptr) break;
-            way_.push_back(block);
-            id = block->parent_id();
+        const Value* outer = &root_;
+        for (; id != 0; id = way_.back()->parent_id()) {
+            const auto [entry, fresh] = levels_.try_emplace(id);
+            const IMetaBlock* subsystem = fresh ? index_.find(id) : nullptr;
+            if (subsystem != nullptr) {
+                way_.push_back(subsystem);
+                continue;
+            }
+            level_t& level = entry->second;
+            if (fresh) set(level, step(root_, id, subsystem));
+            else if (!level.known) go_round(id, step);
+            outer = &level.value;
+            break;
         }
-        const Value* value = id == 0 ? &root_ : &values_.at(id);
-        for (auto block = way_.rbegin(); block != way_.rend(); ++block) {
-            Value& own = values_.at((*block)->id());
-            own = step(*value, **block);
-            value = &own;
+        for (; !way_.empty(); way_.pop_back()) {
+            level_t& own = levels_.at(way_.back()->id());
+            set(own, step(*outer, way_.back()->id(), way_.back()));
+            outer = &own.value;
         }
-        return *value;
+        return *outer;
     }
 
 private:
+    struct level_t {
+        Value value{};
+        bool known = false;
+    };
+    static void set(level_t& level, Value value) {
+        level.value = std::move(value);
+        level.known = true;
+    }
+
+    /// The value of the member `id` of a ring that ends the way up.
+    template <class Step>
+    void go_round(std::uint64_t id, Step step) {
+        Value value = ring_;
+        for (int round = 0; round < 2; ++round) {
+            for (auto member = way_.rbegin();; ++member) {
+                value = step(value, (*member)->id(), *member);
+                if ((*member)->id() == id) break;
+            }
+        }
+        set(levels_.at(id), std::move(value));
+    }
+
     const BlockIndex& index_;
     Value root_;
-    std::unordered_map<std::uint64_t, Value> values_;
+    Value ring_;
+    std::unordered_map<std::uint64_t, level_t> levels_;
     std::vector<const IMetaBlock*> way_;
 };
 

@@ -89,8 +89,8 @@ result_t join_links(const blocks_t& blocks, LinkTable& links) {
                 for (const std::size_t i : links.from(from->id())) {
                     const link_t& out = links.at(i);
                     gone.emplace_back(out.srcId, out.dstId);
-                    joined.push_back({in.srcId, out.dstId, in.srcPort, out.dstPort, in.label + '#' + out.label, {},
-                                      false, false});
+                    joined.push_back(
+                        {in.srcId, out.dstId, in.srcPort, out.dstPort, in.label + '#' + out.label, {}, false, false});
                 }
             }
         }
@@ -114,8 +114,11 @@ result_t MetaModel::reroute_due_to_goto() noexcept {
 
     const BlockIndex index(blocks);
     for (const link_t& link : properties->links) {
-        for (IMetaBlock* end : {index.find(link.srcId), index.find(link.dstId)}) {
-            if (end == nullptr || !is_goto_or_from(*end)) continue;
+        IMetaBlock* const src = index.find(link.srcId);
+        IMetaBlock* const dst = index.find(link.dstId);
+        if (src == nullptr || dst == nullptr) continue;
+        for (IMetaBlock* end : {src, dst}) {
+            if (!is_goto_or_from(*end)) continue;
             end->set_failed(true);
             return end->class_hash() == hash_from ? result_from_unresolved : result_goto_unresolved;
         }

@@ -68,11 +68,13 @@ void with_name(const sink_t& sink, Work work) {
 
 /// Appends what a port holds, a float in the shortest form of its own type.
 void append_cell(std::string& text, tessel::ExecPort& port) {
-    const auto append = [&]<class... T>(tessel::type_list<T...>) {
-        (void)((tessel::type_of<T> == port.type() && (append_number(text, *static_cast<T*>(port.value_ptr())), true)) ||
-               ...);
+    const auto append = [&]<class T>(T) {
+        if (tessel::type_of<T> != port.type()) return;
+        const T value = *static_cast<const T*>(port.value_ptr());
+        if constexpr (std::is_same_v<T, float>) text += tessel::str::shortest(value);
+        else append_number(text, value);
     };
-    append(tessel::value_types{});
+    [&]<class... T>(tessel::type_list<T...>) { (append(T{}), ...); }(tessel::value_types{});
 }
 
 /// Bytes that the machine can still give, 0 when it does not say.
@@ -101,7 +103,7 @@ private:
     void require_interpreter(bool needed, const char* option) const;
     void prepare();
     void choose_signals();
-    void check_memory() const;
+    void limit_memory();
     void open(std::optional<sink_t>& sink) const;
     void step_all();
     void write_files();
@@ -142,7 +144,9 @@ int Run::go() {
         message(tessel::format("interrupted at t = {} s", tessel::str::shortest(clock_.time)));
         return status_interrupted;
     }
-    if (clock_.exhausted) session_->refuse("the memory for recordings is used up: the run ended early");
+    if (clock_.exhausted)
+        session_->refuse(tessel::format("the memory for recordings is used up: the run ended at t = {} s",
+                                        tessel::str::shortest(clock_.time)));
     if (options_.interactive) {
         flush_out();
         session_->interpreter()->interact();
@@ -154,7 +158,7 @@ void Run::prepare() {
     load_and_compile(*session_);
     exec_ = build_runnable(*session_);
     choose_signals();
-    check_memory();
+    limit_memory();
     open(output_);
     open(plot_);
     attach_probes(*exec_, signals_, clock_);
@@ -168,16 +172,18 @@ void Run::choose_signals() {
         session_->complain("nothing to record: the model has no outport, display or to_workspace; see --probe");
 }
 
-void Run::check_memory() const {
+/// Gives recordings most of the memory that is free: a run that wants more ends when it is used up.
+void Run::limit_memory() {
+    const double available = free_memory() * 0.8;
+    if (available == 0.0) return;
+    clock_.room = static_cast<std::int64_t>(available);
     double bytes = 0.0;
     for (const signal_t& signal : signals_) bytes += static_cast<double>(tessel::size_of(signal.type));
-    const double steps = step_count(setting("ti"), setting("tf"), setting("ts"));
-    const double available = free_memory();
-    if (available == 0.0 || bytes * steps < available) return;
-    session_->refuse(
-        tessel::format("recording {} signals over {:.3g} steps takes {:.3g} GiB, and {:.3g} GiB are free; "
-                       "record fewer signals (--probe) or fewer steps (--set)",
-                       signals_.size(), steps, bytes * steps / 0x1p30, available / 0x1p30));
+    const double wanted = bytes * step_count(setting("ti"), setting("tf"), setting("ts"));
+    if (wanted > available)
+        session_->complain(tessel::format("the recordings of the whole run take {:.3g} GiB; it will end when {:.3g} GiB "
+                                          "are used up",
+                                          wanted / 0x1p30, available / 0x1p30));
 }
 
 /// Opens a file before the run: what is wrong with its place shows before the work is done.

@@ -90,6 +90,8 @@ public:
     std::shared_ptr<tessel::IMetaModel> shared_model() const { return model_; }
     tessel::PropertiesModel& properties() const { return *properties_; }
     const options_t& options() const { return options_; }
+    /// What --set gave.
+    const std::vector<std::pair<std::string, double>>& settings() const { return settings_; }
     /// Absolute path of the model file.
     const std::filesystem::path& file() const { return file_; }
     /// Null when the literal bridge is in use.

@@ -134,11 +134,11 @@ void Interpreter::save_npz(const std::string& file, const std::vector<column_t>&
         for (const column_t& column : columns) {
             names.append(column.name);
             static constexpr const char* formats[] = {"", "?", "", "b", "B", "h", "H", "i", "I", "q", "Q", "f", "d"};
+            static const double nothing = 0.0;  // an empty array lies somewhere, too
+            const void* data = column.count != 0 ? column.data : &nothing;
             const auto size = static_cast<py::ssize_t>(tessel::size_of(column.type));
-            const py::buffer_info info(const_cast<void*>(column.data), size, formats[column.type], 1,
-                                       {static_cast<py::ssize_t>(column.count)}, {size}, true);
-            arrays.append(py::memoryview::from_buffer(const_cast<void*>(column.data), size, info.format.c_str(),
-                                                      info.shape, info.strides, true));
+            arrays.append(py::memoryview::from_buffer(const_cast<void*>(data), size, formats[column.type],
+                                                      {static_cast<py::ssize_t>(column.count)}, {size}, true));
         }
         impl_->functions.attr("save_npz")(file, names, arrays);
     });

@@ -85,6 +85,14 @@ TEST(Extremes, NotANumberLeavesTheOutput) {
     }
 }
 
+TEST(Extremes, EqualValuesLeaveTheOutput) {
+    Bench min("min", {type_flt64}), max("max", {type_flt64});
+    Runnable lower(min.typed()), upper(max.typed());
+    EXPECT_FALSE(std::signbit(lower.put(0.0).step().put(-0.0).step().out<double>()));
+    Runnable::write(upper->output(0), value(-0.0));
+    EXPECT_TRUE(std::signbit(upper.put(0.0).step().out<double>()));
+}
+
 // An unfed input holds 0: below the start value of a float max, above nothing else.
 TEST(Max, UnfedStaysAtTheStartValue) {
     Bench bench("max", {});
@@ -142,6 +150,8 @@ TEST(Extremes, StepText) {
     EXPECT_EQ(max.step_py(),
               "            if (self.In0_100.port0 > self.Blk_42.port0) self.Blk_42.port0 = self.In0_100.port0\n");
     EXPECT_EQ(min.struct_c(), "typedef struct\n{\n    double port0;\n} min_flt64_t;\n\n");
+    EXPECT_EQ(min.struct_py(), "class min_t():\n    def __init__(self):\n        self.port0 = 0\n\n");
+    EXPECT_EQ(max.struct_c(), "typedef struct\n{\n    double port0;\n} max_flt64_t;\n\n");
     EXPECT_EQ(max.struct_py(), "class max_t():\n    def __init__(self):\n        self.port0 = 0\n\n");
 }
 

@@ -188,6 +188,30 @@ TEST(Logical, UnknownOperatorWritesNothing) {
     EXPECT_EQ(static_cast<std::uint8_t>(bench.code_result()), 255);
 }
 
+TEST(Logic, StructAndInitAreTheCommonOnes) {
+    const std::vector<type_t> three{type_bool, type_flt32, type_flt32};
+    struct case_t {
+        std::string name;
+        std::vector<type_t> sources;
+        std::string c_type, type;
+    };
+    const case_t cases[] = {{"logical", three, "bool", "bool"},
+                            {"not", {type_bool}, "bool", "bool"},
+                            {"relational", {type_int8, type_int8}, "bool", "bool"},
+                            {"if", three, "float", "flt32"},
+                            {"switch", three, "float", "flt32"}};
+    for (const case_t& each : cases) {
+        Bench bench(each.name.c_str(), each.sources);
+        bench.typed().set_tier(2);
+        EXPECT_EQ(bench.struct_c(),
+                  "typedef struct\n{\n    " + each.c_type + " port0;\n} " + each.name + "_" + each.type + "_t;\n\n");
+        EXPECT_EQ(bench.struct_py(),
+                  "class " + each.name + "_t():\n    def __init__(self):\n        self.port0 = 0\n\n");
+        EXPECT_EQ(bench.init_c(), "    // no initialization is required\n");
+        EXPECT_EQ(bench.init_py(), "        # no initialization is required\n");
+    }
+}
+
 // ---- not
 TEST(Not, EveryCombination) {
     EXPECT_EQ(accepted("not").size(), 11u);
@@ -416,10 +440,10 @@ TEST(Switch, FiveInputs) {
 }
 
 TEST(Switch, FillsUntypedInputs) {
-    Bench bench("switch", {type_int8, type_flt32, type_unknown, type_unknown});
+    Bench bench("switch", {type_int8, type_unknown, type_flt32, type_unknown});
     bench.block().output(0)->set_type(type_flt32);
     bench.typed();
-    EXPECT_EQ(bench.input_type(2), type_unknown);
+    EXPECT_EQ(bench.input_type(1), type_unknown);
     EXPECT_TRUE(Runnable(bench));
     EXPECT_EQ(bench.input_type(0), type_int8);
     EXPECT_EQ(bench.input_type(1), type_flt32);

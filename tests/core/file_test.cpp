@@ -1,37 +1,18 @@
 #include "core/file.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cerrno>
-#include <fstream>
-#include <sstream>
 #include <system_error>
+
+#include "tests/support/temp_folder.h"
 
 namespace tessel::sys {
 namespace {
 
-/// A folder of its own for each test.
 class FileTest : public testing::Test {
 protected:
-    void SetUp() override {
-        const auto* test = testing::UnitTest::GetInstance()->current_test_info();
-        folder = std::filesystem::temp_directory_path() /
-                 ("blocks_file_" + std::string(test->name()) + std::to_string(::getpid()));
-        std::filesystem::create_directories(folder);
-    }
-    void TearDown() override { std::filesystem::remove_all(folder); }
-
-    std::filesystem::path given(std::string_view content) const {
-        const auto path = folder / "given";
-        std::ofstream(path, std::ios::binary) << content;
-        return path;
-    }
-    static std::string content(const std::filesystem::path& path) {
-        std::ostringstream text;
-        text << std::ifstream(path, std::ios::binary).rdbuf();
-        return text.str();
-    }
+    std::filesystem::path given(std::string_view content) const { return temp.write("given", content); }
     static int error_of(const std::filesystem::path& path, int mode) {
         try {
             const File file(path, mode);
@@ -41,7 +22,8 @@ protected:
         return 0;
     }
 
-    std::filesystem::path folder;
+    test::TempFolder temp;
+    const std::filesystem::path& folder = temp.path();
 };
 
 TEST_F(FileTest, ReadsLineByLine) {
@@ -83,15 +65,15 @@ TEST_F(FileTest, CreateReplacesWhatWasThere) {
         file.print("{:s} {:d}{{\n", "n", 5);
         file.write("raw {:d}\n");
     }
-    EXPECT_EQ(content(path), "n 5{\nraw {:d}\n");
+    EXPECT_EQ(temp.read("given"), "n 5{\nraw {:d}\n");
 }
 
 TEST_F(FileTest, AppendKeepsWhatWasThere) {
     const auto path = given("first\n");
     { File(path, file_append).print("second\n"); }
     { File(folder / "fresh", file_append).print("alone"); }
-    EXPECT_EQ(content(path), "first\nsecond\n");
-    EXPECT_EQ(content(folder / "fresh"), "alone");
+    EXPECT_EQ(temp.read("given"), "first\nsecond\n");
+    EXPECT_EQ(temp.read("fresh"), "alone");
 }
 
 TEST_F(FileTest, PendingTextGoesInFrontOfTheNextWriteOnce) {
@@ -106,14 +88,14 @@ TEST_F(FileTest, PendingTextGoesInFrontOfTheNextWriteOnce) {
         file.write("f");
         file.set_pending("last");
     }
-    EXPECT_EQ(content(path), "Ab1cEflast");
+    EXPECT_EQ(temp.read("pending"), "Ab1cEflast");
 }
 
 TEST_F(FileTest, PendingTextReachesTheDiskOnClose) {
     File file(folder / "closed", file_create);
     file.set_pending("text");
     file.close();
-    EXPECT_EQ(content(folder / "closed"), "text");
+    EXPECT_EQ(temp.read("closed"), "text");
     EXPECT_NO_THROW(file.close());
 }
 
@@ -124,7 +106,7 @@ TEST_F(FileTest, OpeningFailureIsASystemError) {
     EXPECT_EQ(error_of("", file_read), ENOENT);
     EXPECT_EQ(error_of(given("x"), 3), EINVAL);
     EXPECT_EQ(error_of(given("x"), 0), EINVAL);
-    EXPECT_EQ(content(folder / "given"), "x");
+    EXPECT_EQ(temp.read("given"), "x");
 }
 
 TEST_F(FileTest, OpeningFailureNamesTheFile) {
@@ -184,7 +166,7 @@ TEST_F(FileTest, AFormatFailureWritesNothing) {
         file.set_pending("kept");
         EXPECT_THROW(file.print("{:{}}", 1, -5), std::exception);
     }
-    EXPECT_EQ(content(path), "kept");
+    EXPECT_EQ(temp.read("format"), "kept");
 }
 
 }  // namespace

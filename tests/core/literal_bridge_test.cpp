@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/console.h"
+
 namespace python {
 namespace {
 
@@ -17,11 +19,6 @@ using tessel::var_t;
 /// A bridge of its own and the console's texts.
 class LiteralBridgeTest : public testing::Test {
 protected:
-    void SetUp() override {
-        before = set_console([this](std::string_view text) { console.emplace_back(text); });
-    }
-    void TearDown() override { set_console(before); }
-
     /// Type and text of a value ("int32 5"), "refused" with one line on the console.
     std::string read(std::string_view text) {
         var_t value;
@@ -52,10 +49,8 @@ protected:
     }
 
     LiteralBridge bridge;
-    std::vector<std::string> console;
-
-private:
-    console_t before;
+    test::Console captured;
+    std::vector<std::string>& console = captured.texts;
 };
 
 struct reading_t {

@@ -123,6 +123,10 @@ Bench& Bench::forced(const std::vector<type_t>& types) {
     return *this;
 }
 
+Bench& Bench::forced_as(const signature_t& row) {
+    return forced(std::vector<type_t>{row.types.begin(), row.types.begin() + row.inputs + row.outputs});
+}
+
 std::string Bench::struct_c() {
     return written([this](sys::File& file) { code_result_ = block_->code_struct_c(file); });
 }
@@ -148,31 +152,36 @@ Runnable::Runnable(std::unique_ptr<ExecBlock> exec) : exec_(std::move(exec)) {
     if (exec_ != nullptr) exec_->set_enable(&enabled);
 }
 
+ExecBlock& Runnable::operator*() const {
+    if (exec_ == nullptr) throw std::logic_error("the block has no runnable object");
+    return *exec_;
+}
+
 Runnable& Runnable::set(std::size_t input, const value_t& v) {
-    write(exec_->input(static_cast<std::int16_t>(input)), v);
+    write((*this)->input(static_cast<std::int16_t>(input)), v);
     return *this;
 }
 
 Runnable& Runnable::start(double t) {
-    exec_->set_time(t);
-    exec_->start();
+    (*this)->set_time(t);
+    (*this)->start();
     return *this;
 }
 
 Runnable& Runnable::step(double t) {
-    exec_->set_time(t);
-    exec_->sample();
-    exec_->step();
+    (*this)->set_time(t);
+    (*this)->sample();
+    (*this)->step();
     return *this;
 }
 
 Runnable& Runnable::step_lowered(const std::vector<value_t>& inputs, double t) {
-    const lowering_t* lowered = exec_->lowering();
+    const lowering_t* lowered = (*this)->lowering();
     if (lowered == nullptr) throw std::logic_error("the object has no lowered form");
     if (lowered->inputs != inputs.size()) throw std::invalid_argument("the lowered form has other inputs");
-    std::vector<const void*> operands{exec_.get()};
+    std::vector<const void*> operands{&**this};
     for (const value_t& v : inputs) operands.push_back(&v.bits);
-    exec_->set_time(t);
+    (*this)->set_time(t);
     if (lowered->run != nullptr) lowered->run(operands.data(), 1, t);
     return *this;
 }

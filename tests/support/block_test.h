@@ -77,6 +77,8 @@ public:
     Bench& typed();
     /// Types the ports as told, inputs and then outputs, whatever the class's rule says.
     Bench& forced(const std::vector<type_t>& types);
+    /// The same as a row of accepted combinations tells.
+    Bench& forced_as(const signature_t& row);
 
     /// The text that an emission writes, with the prefix of its language.
     std::string struct_c();
@@ -103,8 +105,9 @@ public:
     explicit Runnable(Bench& bench) : Runnable(bench.block()) {}
 
     explicit operator bool() const { return exec_ != nullptr; }
-    ExecBlock& operator*() { return *exec_; }
-    ExecBlock* operator->() { return exec_.get(); }
+    /// The object; an empty one throws.
+    ExecBlock& operator*() const;
+    ExecBlock* operator->() const { return &**this; }
 
     /// Fills an input's cell; the type must be that of the port.
     Runnable& set(std::size_t input, const value_t& v);
@@ -119,8 +122,8 @@ public:
     Runnable& step(double t = 0.0);
     /// One step of the lowered form, which reads the values from cells of the test.
     Runnable& step_lowered(const std::vector<value_t>& inputs, double t = 0.0);
-    value_t input(std::size_t index = 0) const { return read(exec_->input(static_cast<std::int16_t>(index))); }
-    value_t output(std::size_t index = 0) const { return read(exec_->output(static_cast<std::int16_t>(index))); }
+    value_t input(std::size_t index = 0) const { return read((**this).input(static_cast<std::int16_t>(index))); }
+    value_t output(std::size_t index = 0) const { return read((**this).output(static_cast<std::int16_t>(index))); }
     /// Output 0 as a T, which its type must be.
     template <class T>
     T out() const {

@@ -1,0 +1,80 @@
+// zarn check: every problem of a model in one go.
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <iostream>
+#include <sstream>
+
+#include "core/format.h"
+#include "host/cli/session.h"
+#include "host/cli/verbs.h"
+#include "host/diagnose/diagnose.h"
+
+namespace zarn {
+namespace {
+
+struct check_arguments_t {
+    options_t common;
+    std::string code;  // --explain
+    bool markdown = false;
+    bool sarif = false;
+};
+
+int explain(const check_arguments_t& arguments) {
+    const std::string text =
+        arguments.code == "all" ? all_codes_markdown() : explain_code(arguments.code, arguments.markdown);
+    if (text.empty()) {
+        message(tessel::format("there is no code '{}'; docs/checks.md has all of them", arguments.code));
+        return status_usage;
+    }
+    out(text);
+    return status_ok;
+}
+
+int check(const check_arguments_t& arguments) {
+    Session session(arguments.common, bridge_t::literal);
+    check_options_t options;
+    options.final_bridge = session.interpreter() != nullptr;
+    options.confirm = true;
+    options.settings = session.settings();
+    auto findings = diagnose(arguments.common.model, options);
+    const bool failed = has_errors(findings);
+    if (arguments.common.quiet)
+        std::erase_if(findings, [](const finding_t& f) { return f.severity != severity_t::error; });
+    if (arguments.sarif) {
+        out(to_sarif(findings, ZARN_VERSION));
+    } else if (arguments.common.json) {
+        out(to_json(arguments.common.model, findings));
+    } else {
+        std::ostringstream text;
+        print(findings, text, isatty(STDOUT_FILENO) != 0 && std::getenv("NO_COLOR") == nullptr);
+        out(text.str());
+        if (!arguments.common.quiet) out(arguments.common.model + ": " + summary(findings) + "\n");
+    }
+    return failed ? status_model : status_ok;
+}
+
+}  // namespace
+
+void add_check(CLI::App& app, int& status) {
+    auto* verb = app.add_subcommand("check", "Find every problem of a model");
+    auto arguments = std::make_shared<check_arguments_t>();
+    add_common(*verb, arguments->common);
+    auto* model = verb->get_option("MODEL");
+    model->required(false);
+    auto* page = verb->add_option("--explain", arguments->code, "Show the page of a code, such as Z203");
+    verb->add_flag("--sarif", arguments->sarif, "A SARIF 2.1.0 log on standard output");
+    verb->add_flag("--markdown", arguments->markdown)->group("");  // how docs/checks.md is made
+    verb->footer(
+        "Exit status: 0 without errors, 1 with.\n"
+        "Example: zarn check motor.json\n"
+        "         zarn check motor.json -w workspace.py --sarif > motor.sarif\n"
+        "         zarn check --explain Z217");
+    verb->callback([=, &status] {
+        if (model->count() == 0 && page->count() == 0) throw CLI::RequiredError("MODEL or --explain");
+        status = guarded([&] { return page->count() != 0 ? explain(*arguments) : check(*arguments); });
+    });
+}
+
+}  // namespace zarn

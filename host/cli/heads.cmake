@@ -1,0 +1,18 @@
+# Writes the head comments of block files as a C++ source: cmake -DOUT=FILE -DFILES=a.cpp,b.cpp -P heads.cmake
+string(REPLACE "," ";" FILES "${FILES}")
+set(rows "")
+foreach (file IN LISTS FILES)
+    get_filename_component(name ${file} NAME_WE)
+    file(STRINGS ${file} lines)
+    set(text "")
+    foreach (line IN LISTS lines)
+        if (NOT line MATCHES "^//")
+            break()
+        endif ()
+        string(REGEX REPLACE "^// ?" "" line "${line}")
+        string(APPEND text "${line}\n")
+    endforeach ()
+    string(APPEND rows "    {\"${name}\", R\"head(${text})head\"},\n")
+endforeach ()
+file(WRITE ${OUT} "#include \"host/cli/heads.h\"\n\nnamespace zarn {\nnamespace {\n\nconstexpr head_t heads[] = {\n${rows}};\n
+}  // namespace\n\nstd::span<const head_t> block_heads() { return heads; }\n\n}  // namespace zarn\n")

@@ -1,0 +1,69 @@
+#include "host/diagnose/analysis.h"
+
+#include <algorithm>
+
+#include "core/python.h"
+#include "host/diagnose/source.h"
+
+namespace zarn {
+namespace {
+
+/// What a compile makes in the workspace before it evaluates the first parameter.
+void make_namespaces(const graph_t& graph) {
+    Recorder keep_silent;
+    for (const node_t& node : graph.nodes)
+        if (is_subsystem(node) && node.hangs)
+            keep_silent.assign(node.id() == 0 ? node.properties->name : node.properties->python_path, "zarn.Result()");
+    keep_silent.set_attribute("mainsys", "ti", graph.ti);
+    keep_silent.set_attribute("mainsys", "tf", graph.tf);
+    keep_silent.set_attribute("mainsys", "ts", graph.ts);
+}
+
+void sort_for_run(analysis_t& analysis) {
+    for (const std::size_t position : analysis.wiring.live) {
+        const node_t& node = analysis.graph.nodes[position];
+        if (node.block->zone() >= 0 && !is_subsystem(node)) analysis.order.push_back(position);
+    }
+    std::ranges::stable_sort(analysis.order, {}, [&analysis](std::size_t position) {
+        const tessel::IMetaBlock& block = *analysis.graph.nodes[position].block;
+        return std::pair(block.zone(), block.class_hash());
+    });
+}
+
+}  // namespace
+
+void analyse(analysis_t& analysis, Report& report, const std::filesystem::path& model, const check_options_t& options) {
+    graph_t& graph = analysis.graph;
+    load_graph(graph, report, model);
+    for (const auto& [key, value] : options.settings)
+        (key == "ti" ? graph.ti : key == "tf" ? graph.tf : graph.ts) = value;
+    if (graph.files.empty() || graph.files[0].json.is_discarded() || graph.files[0].json.is_null()) return;
+
+    analysis.tiers = tiers_of(graph);
+    for (std::size_t i = 0; i < graph.nodes.size(); ++i) graph.nodes[i].block->set_tier(analysis.tiers[i]);
+    analysis.gates = gates_of(graph);
+    check_settings(graph, report);
+    check_tree(graph, report);
+
+    wiring_t& wiring = analysis.wiring;
+    wiring = draw(graph);
+    dissolve_gotos(graph, wiring, report);
+    check_port_numbers(graph, wiring, report);
+    bind_links(graph, wiring, report);
+    check_sources(graph, wiring, report);
+
+    make_namespaces(graph);
+    analysis.typing = work_out_types(graph, wiring, report);
+    check_signatures(graph, wiring, analysis.typing, report);
+    check_parameters(analysis, report, options);
+    analysis.waiting = work_out_zones(graph, wiring);
+    check_loops(graph, wiring, analysis.waiting, report);
+    dissolve_casts(graph, wiring, report);
+    check_double_feeds(graph, wiring, report);
+
+    sort_for_run(analysis);
+    check_behaviour(analysis, report);
+    check_names(analysis, report);
+}
+
+}  // namespace zarn

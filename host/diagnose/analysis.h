@@ -1,0 +1,43 @@
+// All that is known of a model once it is checked.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <vector>
+
+#include "host/diagnose/loops.h"
+#include "host/diagnose/tree.h"
+#include "host/diagnose/typing.h"
+
+namespace zarn {
+
+struct analysis_t {
+    graph_t graph;
+    wiring_t wiring;
+    typing_t typing;
+    std::vector<std::int32_t> tiers;
+    std::vector<gate_t> gates;
+    std::vector<std::size_t> waiting;  // blocks without a zone
+    std::vector<std::size_t> order;    // blocks with a zone, in the order in which a run steps them
+};
+
+/// Runs every check.
+void analyse(analysis_t& analysis, Report& report, const std::filesystem::path& model, const check_options_t& options);
+
+// ---- the checks, one source each
+
+/// Ids that two blocks share, parents that are none, models without links, overfull blocks.
+void check_tree(const graph_t& graph, Report& report);
+/// Start, end and step of the time.
+void check_settings(const graph_t& graph, Report& report);
+/// Parameters that the bridge refused, and values that no block can work with.
+void check_parameters(const analysis_t& analysis, Report& report, const check_options_t& options);
+/// What will not run, or not as drawn: gates, and divisions that the processor refuses.
+void check_behaviour(const analysis_t& analysis, Report& report);
+/// Names: what they become in the workspace and in generated code.
+void check_names(const analysis_t& analysis, Report& report);
+
+/// For each position in `order` whether the block is never stepped, since its gate opens behind it or never.
+std::vector<bool> never_run(const analysis_t& analysis);
+
+}  // namespace zarn

@@ -1,0 +1,147 @@
+// What compiles and yet does not run, or not as it is drawn.
+
+#include <algorithm>
+#include <limits>
+#include <optional>
+#include <unordered_set>
+
+#include "core/type.h"
+#include "host/diagnose/analysis.h"
+#include "host/diagnose/source.h"
+#include "port.h"
+
+namespace zarn {
+namespace {
+
+/// Where blocks stand in the order of a run, by id.
+std::unordered_map<std::uint64_t, std::size_t> ranks_of(const analysis_t& analysis) {
+    std::unordered_map<std::uint64_t, std::size_t> ranks;
+    for (std::size_t i = 0; i < analysis.order.size(); ++i)
+        ranks.try_emplace(analysis.graph.nodes[analysis.order[i]].id(), i);
+    return ranks;
+}
+
+void check_enables(const analysis_t& analysis, Report& report) {
+    std::unordered_map<std::uint64_t, const node_t*> first;  // enable of each subsystem
+    std::unordered_set<std::uint64_t> gating;
+    for (const std::size_t position : analysis.order) gating.insert(analysis.gates[position].gate);
+    for (const node_t& node : analysis.graph.nodes) {
+        if (!node.is(hash_enable)) continue;
+        const node_t* around = analysis.graph.find(node.parent());
+        const auto [entry, fresh] = first.try_emplace(node.parent(), &node);
+        if (node.parent() == 0)
+            report.at_block("Z410", severity_t::warning, node, "an enable block in the root gates nothing",
+                            "move it into the subsystem that it is to gate, or take it out");
+        else if (!fresh)
+            report.at_block(
+                "Z410", severity_t::warning, node,
+                tessel::format("this enable gates nothing: {} gates this subsystem already", entry->second->path),
+                "keep one enable block in a subsystem");
+        else if (around != nullptr && is_subsystem(*around) && !gating.contains(node.id()))
+            report.at_block("Z410", severity_t::warning, node,
+                            tessel::format("this enable gates nothing: no other block runs inside {}", around->path),
+                            "move the blocks that it is to gate into the subsystem, or take it out");
+    }
+}
+
+/// Whether never being stepped changes nothing: a constant has its value from the start.
+bool needs_no_step(const node_t& node) { return node.is(hash_constant); }
+
+void check_never(const analysis_t& analysis, Report& report) {
+    const auto ranks = ranks_of(analysis);
+    const auto never = never_run(analysis);
+    for (std::size_t i = 0; i < analysis.order.size(); ++i) {
+        const std::size_t position = analysis.order[i];
+        const node_t& node = analysis.graph.nodes[position];
+        if (!never[i] || needs_no_step(node)) continue;
+        const node_t& gate = *analysis.graph.find(analysis.gates[position].gate);
+        const std::int32_t zone = node.block->zone(), gate_zone = gate.block->zone();
+        std::string what;
+        if (i > ranks.at(gate.id()))
+            what = tessel::format("this block never runs: its enable {} never runs", gate.path);
+        else if (zone == gate_zone)
+            what = tessel::format(
+                "this block never runs: it and its enable {} have zone {}, and by the order of their "
+                "classes it comes first",
+                gate.path, zone);
+        else
+            what = tessel::format("this block never runs: it has zone {}, and its enable {} comes later, in zone {}",
+                                  zone, gate.path, gate_zone);
+        const bool from_inside = zone == 0;
+        report.at_block("Z409", severity_t::warning, node, what,
+                        from_inside ? "move it out of the subsystem, and bring its signal in through an inport"
+                                    : "feed it, or the blocks before it, through an inport of the subsystem");
+    }
+}
+
+/// The value that a constant gives to an input of an integer type, nothing when the source is no constant.
+std::optional<std::int64_t> constant_at(const analysis_t& analysis, std::size_t position, std::size_t input) {
+    const feed_t& feed = analysis.wiring.running[position][input];
+    if (feed.source == none || !analysis.graph.nodes[feed.source].is(hash_constant)) return std::nullopt;
+    const node_t& source = analysis.graph.nodes[feed.source];
+    const tessel::var_t value =
+        value_of(source, analysis.typing.evaluations[feed.source], "expression", source.properties->python_path);
+    if (value.type() == tessel::type_unknown || value.is_text()) return std::nullopt;
+    switch (analysis.graph.nodes[position].block->input(static_cast<std::int16_t>(input))->type()) {
+        case tessel::type_bool: return bool(value) ? 1 : 0;
+        case tessel::type_int8: return static_cast<signed char>(value);
+        case tessel::type_uint8: return static_cast<unsigned char>(value);
+        case tessel::type_int16: return static_cast<short>(value);
+        case tessel::type_uint16: return static_cast<unsigned short>(value);
+        case tessel::type_int32: return static_cast<int>(value);
+        default: return static_cast<long long>(value);
+    }
+}
+
+void check_divisions(const analysis_t& analysis, Report& report) {
+    constexpr std::uint32_t hash_divide = tessel::class_hash_of("divide"), hash_mod = tessel::class_hash_of("mod");
+    for (const std::size_t position : analysis.order) {
+        const node_t& node = analysis.graph.nodes[position];
+        if ((!node.is(hash_divide) && !node.is(hash_mod)) || node.inputs() != 2) continue;
+        const tessel::type_t type = node.block->output(0)->type();
+        if (type != tessel::type_int32 && type != tessel::type_int64) continue;
+        const std::int64_t lowest = type == tessel::type_int32 ? std::numeric_limits<std::int32_t>::min()
+                                                               : std::numeric_limits<std::int64_t>::min();
+        // the lowest value reaches only an input of the common type itself
+        if (node.block->input(0)->type() != type) continue;
+        const auto dividend = constant_at(analysis, position, 0), divisor = constant_at(analysis, position, 1);
+        if ((divisor && *divisor != -1) || (dividend && *dividend != lowest)) continue;
+        const tessel::type_t right = node.block->input(1)->type();
+        if (right == tessel::type_bool || right == tessel::type_uint8 || right == tessel::type_uint16 ||
+            right == tessel::type_uint32)
+            continue;  // never -1
+        const bool certain = divisor && dividend && analysis.gates[position].gate == 0;
+        report.at_block("Z411", certain ? severity_t::error : severity_t::note, node,
+                        tessel::format("{} {} by -1 is a fault of the processor, which ends the program{}",
+                                       tessel::short_name(type), lowest, certain ? "" : "; nothing rules it out here"),
+                        "use a float type, or keep -1 away from input 1");
+    }
+}
+
+}  // namespace
+
+std::vector<bool> never_run(const analysis_t& analysis) {
+    const auto ranks = ranks_of(analysis);
+    const std::size_t count = analysis.order.size();
+    std::vector<bool> never(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        // up through the gates, from the block's own to the outermost
+        std::size_t at = i;
+        for (std::size_t level = 0; level <= count && !never[i]; ++level) {
+            const std::uint64_t gate = analysis.gates[analysis.order[at]].gate;
+            const auto rank = gate != 0 ? ranks.find(gate) : ranks.end();
+            if (rank == ranks.end()) break;
+            never[i] = at < rank->second;
+            at = rank->second;
+        }
+    }
+    return never;
+}
+
+void check_behaviour(const analysis_t& analysis, Report& report) {
+    check_enables(analysis, report);
+    check_never(analysis, report);
+    check_divisions(analysis, report);
+}
+
+}  // namespace zarn

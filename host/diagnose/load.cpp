@@ -1,0 +1,227 @@
+#include "host/diagnose/loader.h"
+
+#include <system_error>
+
+#include "PropertiesModel.h"
+#include "core/file.h"
+#include "core/hash.h"
+#include "factory.h"
+#include "host/diagnose/classes.h"
+#include "host/diagnose/tree.h"
+#include "host/diagnose/values.h"
+
+namespace zarn {
+
+using nlohmann::json;
+
+bool Loader::read(const std::filesystem::path& path, std::string shown, unread_t& unread) {
+    file_t file{path, std::move(shown), {}, {}};
+    try {
+        tessel::sys::File stream(path, tessel::sys::file_read);
+        while (const char* line = stream.readline()) file.text.append(line, stream.line_length());
+    } catch (const std::system_error& error) {
+        unread = {"Z101", tessel::format("the file cannot be read: {}", error.code().message()), {}};
+        graph_.files.push_back(std::move(file));
+        return false;
+    }
+    try {
+        file.json = json::parse(file.text);
+    } catch (const json::parse_error& error) {
+        // behind "[json.exception.parse_error.101] parse error at line 1, column 2: "
+        std::string what = error.what();
+        if (const auto colon = what.find(": "); colon != std::string::npos) what.erase(0, colon + 2);
+        unread = {"Z102", "the text is not JSON: " + what, place_at(file.text, error.byte > 0 ? error.byte - 1 : 0)};
+    } catch (const std::exception& error) {
+        std::string what = error.what();
+        if (const auto bracket = what.find("] "); bracket != std::string::npos) what.erase(0, bracket + 2);
+        unread = {"Z102", "the text is not JSON that can be held: " + what, {}};
+    }
+    graph_.files.push_back(std::move(file));
+    return unread.code.empty();
+}
+
+std::vector<std::pair<std::string, json*>> Loader::elements_of(json& file) {
+    std::vector<std::pair<std::string, json*>> elements;
+    json& blocks = file["blocks"];
+    if (blocks.is_object()) {
+        for (auto& [key, value] : blocks.items()) elements.emplace_back("/blocks" + segment(key), &value);
+    } else if (blocks.is_array()) {
+        for (std::size_t i = 0; i < blocks.size(); ++i) elements.emplace_back("/blocks" + segment(i), &blocks[i]);
+    } else if (!blocks.is_null()) {
+        elements.emplace_back("/blocks", &blocks);
+    }
+    return elements;
+}
+
+bool Loader::check_element(const std::string& pointer, json& element, std::size_t file, severity_t weight,
+                           element_t& out) {
+    constexpr const char* mend = "write an object with one key, the class name, whose value is the block's object";
+    if (!element.is_object() || element.empty()) {
+        report_.at_place("Z104", weight, file, pointer,
+                         element.is_object() ? "this element of \"blocks\" has no class name"
+                                             : tessel::format("this element of \"blocks\" is {}, but must be an object",
+                                                              kind_of(element)),
+                         mend);
+        return false;
+    }
+    const auto first = element.begin();
+    out = {pointer + segment(first.key()), first.key(), &*first, nullptr};
+    if (element.size() > 1)
+        report_.at_place("Z105", severity_t::warning, file, pointer,
+                         tessel::format("this element of \"blocks\" has {} keys, and only the first in the order of "
+                                        "the alphabet counts: \"{}\"",
+                                        element.size(), first.key()),
+                         "give each block an element of its own");
+    const std::string name = first.key().c_str();  // as the library reads it, up to a zero byte
+    out.row = tessel::factory::find_class(tessel::class_hash_of(name));
+    if (out.row == nullptr || name.empty()) {
+        out.row = nullptr;
+        std::vector<std::string> known;
+        for (const auto& row : tessel::factory::class_rows()) known.emplace_back(row.name);
+        const std::string near = nearest_name(name, known);
+        report_.at_place("Z108", weight, file, out.pointer, tessel::format("there is no block class \"{}\"", name),
+                         near.empty() ? "'zarn blocks' lists the classes" : tessel::format("write \"{}\"", near));
+        return false;
+    }
+    if (!first->is_object()) {
+        report_.at_place(
+            "Z104", weight, file, out.pointer,
+            tessel::format("the value of \"{}\" is {}, but must be the block's object", name, kind_of(*first)), mend);
+        return false;
+    }
+    return true;
+}
+
+void Loader::skip(const json& object) {
+    if (!object.is_object() || !object.contains("id") || !object["id"].is_number()) return;
+    tessel::PropertiesBlock properties;
+    properties.import_json(json{{"id", object["id"]}});
+    graph_.skipped.insert(properties.id);
+}
+
+bool Loader::insert(const element_t& element, std::size_t file, std::size_t reference, severity_t weight) {
+    bool refused = false;
+    const json kept =
+        check_block_values(report_, *element.object, *element.row, file, element.pointer, refused, weight);
+    node_t node;
+    node.properties = std::make_shared<tessel::PropertiesBlock>();
+    node.block = tessel::factory::create(element.row->name, node.properties);
+    node.block->import_json(kept);
+    node.row = element.row;
+    node.written_id = node.properties->id;
+    node.file = file;
+    node.reference = reference;
+    node.pointer = element.pointer;
+    constexpr std::size_t most = std::size_t{1} << 26;  // 2 GiB of ports
+    total_ports_ += node.inputs();
+    if (total_ports_ > most) {
+        report_.at_place("Z115", severity_t::error, file, element.pointer,
+                         tessel::format("the blocks up to this one have {} inputs together", total_ports_),
+                         "write the number of inputs that each block has, at most 8");
+        node.properties->inportCount = 0;
+        node.block = tessel::factory::create(element.row->name, node.properties);
+        total_ports_ = 0;
+    }
+    graph_.nodes.push_back(std::move(node));
+    return !refused;
+}
+
+void Loader::insert_root() {
+    node_t root;
+    root.properties = std::make_shared<tessel::PropertiesBlock>();
+    root.block = tessel::factory::create("subsys", root.properties);
+    root.block->set_name("mainsys");
+    root.row = tessel::factory::find_class(hash_subsys);
+    graph_.nodes.push_back(std::move(root));
+    graph_.has_root = true;
+}
+
+void Loader::main_file(const std::filesystem::path& path) {
+    unread_t unread;
+    if (!read(path, path.string(), unread)) {
+        const finding_id id = report_.at_place(
+            unread.code.c_str(), severity_t::error, 0, "", unread.what,
+            unread.code == "Z101" ? "name a file that exists and that you may read" : "mend the text at this place");
+        report_[id].line = unread.place.line;
+        report_[id].column = unread.place.column;
+        return;
+    }
+    json& file = graph_.files[0].json;
+    if (!file.is_object() || !file.contains("blocks")) {
+        report_.at_place("Z103", severity_t::warning, 0, "",
+                         file.is_object()
+                             ? "the file has no \"blocks\", so there is nothing to run"
+                             : tessel::format("the file holds {}, but a model is an object", kind_of(file)),
+                         "write an object with \"blocks\", \"links\" and \"model\"");
+    } else {
+        insert_root();
+        for (auto& [pointer, value] : elements_of(file)) {
+            element_t element;
+            if (!check_element(pointer, *value, 0, severity_t::error, element)) {
+                if (element.object != nullptr) skip(*element.object);
+                continue;
+            }
+            const std::size_t before = graph_.nodes.size();
+            const bool well = insert(element, 0, none, severity_t::error);
+            if (!well && !element.object->value("id", json()).is_number()) {
+                graph_.nodes.pop_back();  // nothing could be said of it that is not said
+                continue;
+            }
+            if (!graph_.nodes[before].is(hash_refsys)) continue;
+            // the content of a reference stands before the block that names it
+            refer(before);
+        }
+    }
+    links(0, none, {}, severity_t::error);
+    settings(0);
+}
+
+void Loader::links(std::size_t file, std::size_t reference, const fresh_ids& ids, severity_t weight) {
+    const json& root = graph_.files[file].json;
+    const auto found = root.find("links");
+    if (!root.is_object() || found == root.end()) return;
+    const auto fresh = [&ids](std::uint64_t id) {
+        const auto other = ids.find(id);
+        return other != ids.end() ? other->second : id;
+    };
+    // what is no array is read as its values, or as itself
+    std::vector<std::pair<std::string, const json*>> elements;
+    if (found->is_object())
+        for (const auto& [key, value] : found->items()) elements.emplace_back("/links" + segment(key), &value);
+    else if (found->is_array())
+        for (std::size_t i = 0; i < found->size(); ++i) elements.emplace_back("/links" + segment(i), &(*found)[i]);
+    else if (!found->is_null()) elements.emplace_back("/links", &*found);
+
+    for (const auto& [pointer, value] : elements) {
+        bool refused = false;
+        const json kept = check_link_values(report_, *value, file, pointer, refused, weight);
+        if (refused && reference != none) {  // the loader stops here
+            spoil(reference, report_.last());
+            return;
+        }
+        if (!value->is_object()) continue;
+        tessel::PropertiesModel one;
+        one.import_json(json{{"links", json::array({kept})}}, true);
+        const auto& link = one.links.front();
+        graph_.edges.push_back({fresh(link.srcId), fresh(link.dstId), link.srcPort, link.dstPort, file, pointer});
+    }
+}
+
+void Loader::settings(std::size_t file) {
+    const json& root = graph_.files[file].json;
+    const auto found = root.find("model");
+    if (!root.is_object() || found == root.end() || !check_setting_values(report_, *found, file)) return;
+    tessel::PropertiesModel properties;
+    properties.import_json(json{{"model", *found}}, false);
+    graph_.ti = double(properties.get("ti"));
+    graph_.tf = double(properties.get("tf"));
+    graph_.ts = double(properties.get("ts"));
+}
+
+void load_graph(graph_t& graph, Report& report, const std::filesystem::path& model) {
+    Loader(graph, report).main_file(model);
+    for (std::size_t i = 0; i < graph.nodes.size(); ++i) graph.index.try_emplace(graph.nodes[i].id(), i);
+    name_paths(graph);
+}
+
+}  // namespace zarn

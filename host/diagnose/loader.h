@@ -1,0 +1,67 @@
+// Reads a model as the library's loader does, but goes on where that stops.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "framework/classes.h"
+#include "host/diagnose/report.h"
+#include "host/diagnose/source.h"
+
+namespace zarn {
+
+/// Fills a graph from a model file and the files that it refers to.
+class Loader {
+public:
+    Loader(graph_t& graph, Report& report) : graph_(graph), report_(report) {}
+
+    void main_file(const std::filesystem::path& path);
+
+private:
+    /// The ids of a referenced file: those in the text and those that stand for them.
+    using fresh_ids = std::unordered_map<std::uint64_t, std::uint64_t>;
+
+    /// One element of "blocks" while it is read.
+    struct element_t {
+        std::string pointer;
+        std::string class_name;
+        nlohmann::json* object = nullptr;
+        const tessel::class_row_t* row = nullptr;
+    };
+
+    struct unread_t {
+        std::string code;
+        std::string what;
+        place_t place;
+    };
+
+    void insert_root();
+    bool read(const std::filesystem::path& path, std::string shown, unread_t& unread);
+    /// The elements of "blocks" with their pointers.
+    static std::vector<std::pair<std::string, nlohmann::json*>> elements_of(nlohmann::json& file);
+    bool check_element(const std::string& pointer, nlohmann::json& element, std::size_t file, severity_t weight,
+                       element_t& out);
+    /// Makes a block of an element and inserts it. Returns whether the library can read the element.
+    bool insert(const element_t& element, std::size_t file, std::size_t reference, severity_t weight);
+    /// Remembers the id of an element that no block is made of.
+    void skip(const nlohmann::json& object);
+    void links(std::size_t file, std::size_t reference, const fresh_ids& ids, severity_t weight);
+    void settings(std::size_t file);
+    void refer(std::size_t refsys);
+    void referenced_file(std::size_t file, std::size_t reference);
+    std::vector<std::uint64_t> written_ids(nlohmann::json& file, std::size_t position, std::size_t reference,
+                                           bool& well);
+    bool garble(std::size_t file, const std::vector<std::uint64_t>& ids, fresh_ids& inside);
+    void spoil(std::size_t reference, finding_id finding) {
+        if (graph_.references[reference].finding == none) graph_.references[reference].finding = finding;
+    }
+
+    graph_t& graph_;
+    Report& report_;
+    std::size_t total_ports_ = 0;
+};
+
+}  // namespace zarn

@@ -1,0 +1,138 @@
+// Findings as text, as JSON and as a SARIF log.
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <ostream>
+
+#include "core/format.h"
+#include "host/diagnose/codes.h"
+#include "host/diagnose/diagnose.h"
+#include "host/diagnose/source.h"
+
+namespace zarn {
+namespace {
+
+using nlohmann::json;
+
+std::string dumped(const json& value) { return value.dump(2, ' ', false, json::error_handler_t::replace) + "\n"; }
+
+std::array<std::size_t, 3> count(std::span<const finding_t> findings) {
+    std::array<std::size_t, 3> counts{};
+    for (const finding_t& finding : findings) ++counts[static_cast<std::size_t>(finding.severity)];
+    return counts;
+}
+
+/// "mainsys.sum (add)", or the file of a finding about no block.
+std::string subject(const finding_t& finding) {
+    return finding.path.empty() ? finding.file : finding.path + " (" + finding.block_class + ")";
+}
+
+/// A path as the URI reference that SARIF wants.
+std::string uri(const std::string& path) {
+    constexpr std::string_view plain = "-._~/";
+    std::string text;
+    for (const char c : path) {
+        const auto byte = static_cast<unsigned char>(c);
+        const bool alphanumeric = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+        if (alphanumeric || plain.find(c) != std::string_view::npos) text += c;
+        else text += tessel::format("%{:02X}", byte);
+    }
+    return text;
+}
+
+json sarif_rule(const code_t& code) {
+    return {{"id", code.code},
+            {"name", code.name},
+            {"shortDescription", {{"text", code.title}}},
+            {"fullDescription", {{"text", code.meaning}}},
+            {"help", {{"text", code.mend}}}};
+}
+
+json sarif_result(const finding_t& finding, std::size_t rule) {
+    json physical = {{"artifactLocation", {{"uri", uri(finding.file)}}}};
+    if (finding.line != 0) physical["region"] = {{"startLine", finding.line}, {"startColumn", finding.column}};
+    json location = {{"physicalLocation", std::move(physical)}};
+    json logical = json::array();
+    if (!finding.path.empty()) logical.push_back({{"fullyQualifiedName", finding.path}, {"kind", "element"}});
+    if (!finding.pointer.empty()) logical.push_back({{"fullyQualifiedName", finding.pointer}, {"kind", "value"}});
+    if (!logical.empty()) location["logicalLocations"] = std::move(logical);
+    json result = {{"ruleId", finding.code},
+                   {"ruleIndex", rule},
+                   {"level", severity_name(finding.severity)},
+                   {"message", {{"text", subject(finding) + ": " + finding.what + "; " + finding.mend}}},
+                   {"locations", json::array({std::move(location)})}};
+    if (!finding.steps.empty()) result["properties"] = {{"steps", finding.steps}};
+    return result;
+}
+
+}  // namespace
+
+void print(std::span<const finding_t> findings, std::ostream& out, bool colors) {
+    constexpr std::size_t most_steps = 40;
+    constexpr const char* color[] = {"\033[36m", "\033[33m", "\033[31m"};
+    for (const finding_t& finding : findings) {
+        const char* on = colors ? color[static_cast<std::size_t>(finding.severity)] : "";
+        const char* off = colors ? "\033[0m" : "";
+        out << on << severity_name(finding.severity) << ' ' << finding.code << off << ' ' << subject(finding) << ": "
+            << finding.what << '\n';
+        out << "    at   " << finding.file;
+        if (finding.line != 0) out << ':' << finding.line << ':' << finding.column;
+        if (!finding.pointer.empty()) out << ' ' << finding.pointer;
+        out << '\n';
+        for (std::size_t i = 0; i < std::min(finding.steps.size(), most_steps); ++i)
+            out << "         " << finding.steps[i] << '\n';
+        if (finding.steps.size() > most_steps)
+            out << "         ... and " << finding.steps.size() - most_steps << " more (all with --json)\n";
+        out << "    mend " << finding.mend << '\n';
+    }
+}
+
+std::string summary(std::span<const finding_t> findings) {
+    const auto counts = count(findings);
+    if (findings.empty()) return "no problem found";
+    return counted(counts[2], "error") + ", " + counted(counts[1], "warning") + ", " + counted(counts[0], "note");
+}
+
+std::string to_json(const std::string& model, std::span<const finding_t> findings) {
+    const auto counts = count(findings);
+    json list = json::array();
+    for (const finding_t& finding : findings)
+        list.push_back({{"code", finding.code},
+                        {"severity", severity_name(finding.severity)},
+                        {"file", finding.file},
+                        {"pointer", finding.pointer},
+                        {"line", finding.line == 0 ? json() : json(finding.line)},
+                        {"column", finding.line == 0 ? json() : json(finding.column)},
+                        {"path", finding.path.empty() ? json() : json(finding.path)},
+                        {"class", finding.path.empty() ? json() : json(finding.block_class)},
+                        {"what", finding.what},
+                        {"mend", finding.mend},
+                        {"steps", finding.steps}});
+    return dumped({{"model", model},
+                   {"errors", counts[2]},
+                   {"warnings", counts[1]},
+                   {"notes", counts[0]},
+                   {"findings", std::move(list)}});
+}
+
+std::string to_sarif(std::span<const finding_t> findings, const std::string& version) {
+    std::map<std::string, std::size_t> used;
+    for (const finding_t& finding : findings) used.emplace(finding.code, 0);
+    json rules = json::array();
+    for (auto& [code, index] : used) {
+        index = rules.size();
+        if (const code_t* entry = find_code(code); entry != nullptr) rules.push_back(sarif_rule(*entry));
+        else rules.push_back({{"id", code}});
+    }
+    json results = json::array();
+    for (const finding_t& finding : findings) results.push_back(sarif_result(finding, used.at(finding.code)));
+    json driver = {{"name", "zarn"}, {"semanticVersion", version}, {"rules", std::move(rules)}};
+    return dumped(
+        {{"$schema", "https://json.schemastore.org/sarif-2.1.0.json"},
+         {"version", "2.1.0"},
+         {"runs", json::array({{{"tool", {{"driver", std::move(driver)}}}, {"results", std::move(results)}}})}});
+}
+
+}  // namespace zarn

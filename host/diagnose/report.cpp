@@ -1,0 +1,96 @@
+#include "host/diagnose/report.h"
+
+#include <algorithm>
+#include <numeric>
+
+#include "host/diagnose/classes.h"
+#include "host/diagnose/source.h"
+
+namespace zarn {
+
+finding_id Report::at_place(const char* code, severity_t severity, std::size_t file, std::string pointer,
+                            std::string what, std::string mend) {
+    finding_t finding;
+    finding.code = code;
+    finding.severity = severity;
+    finding.pointer = std::move(pointer);
+    finding.what = std::move(what);
+    finding.mend = std::move(mend);
+    if (file < graph_.files.size()) finding.file = graph_.files[file].shown;
+    findings_.push_back(std::move(finding));
+    files_.push_back(file);
+    return findings_.size() - 1;
+}
+
+finding_id Report::at_block(const char* code, severity_t severity, const node_t& node, std::string what,
+                            std::string mend) {
+    if (severity == severity_t::error && node.reference != none && graph_.references[node.reference].garbled) {
+        const finding_id cause = graph_.references[node.reference].finding;
+        findings_[cause].severity = severity_t::error;
+        return cause;
+    }
+    const finding_id id = at_place(code, severity, node.file, node.pointer, std::move(what), std::move(mend));
+    findings_[id].path = node.path;
+    findings_[id].block_class = node.class_name();
+    return id;
+}
+
+finding_id Report::at_link(const char* code, severity_t severity, const edge_t& edge, const node_t* node,
+                           std::string what, std::string mend) {
+    if (node == nullptr) return at_place(code, severity, edge.file, edge.pointer, std::move(what), std::move(mend));
+    const finding_id id = at_block(code, severity, *node, std::move(what), std::move(mend));
+    if (findings_[id].code != code) return id;  // told of the reference instead
+    findings_[id].pointer = edge.pointer;
+    findings_[id].file = graph_.files[edge.file].shown;
+    files_[id] = edge.file;
+    return id;
+}
+
+bool Report::blame_reference(const node_t& node) {
+    std::size_t cause = none;
+    if (node.reference != none) cause = graph_.references[node.reference].finding;
+    if (cause == none && node.is(hash_refsys)) {
+        for (const reference_t& reference : graph_.references)
+            if (reference.id == node.id() && reference.finding != none) cause = reference.finding;
+    }
+    if (cause == none) return false;
+    findings_[cause].severity = severity_t::error;
+    return true;
+}
+
+std::vector<finding_t> Report::take() {
+    for (std::size_t file = 0; file < graph_.files.size(); ++file) {
+        std::vector<std::string> wanted;
+        for (std::size_t i = 0; i < findings_.size(); ++i) {
+            if (files_[i] != file || findings_[i].line != 0) continue;
+            for (std::string at = findings_[i].pointer; !at.empty(); at.erase(at.rfind('/'))) wanted.push_back(at);
+        }
+        const auto places = places_of(graph_.files[file].text, wanted);
+        for (std::size_t i = 0; i < findings_.size(); ++i) {
+            finding_t& finding = findings_[i];
+            if (files_[i] != file || finding.line != 0) continue;
+            // a key that the file leaves out is told at the object that it belongs to
+            for (std::string at = finding.pointer; !at.empty(); at.erase(at.rfind('/'))) {
+                const auto found = places.find(at);
+                if (found == places.end()) continue;
+                finding.pointer = at;
+                finding.line = found->second.line;
+                finding.column = found->second.column;
+                break;
+            }
+        }
+    }
+    std::vector<std::size_t> order(findings_.size());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    std::ranges::stable_sort(order, {}, [this](std::size_t i) {
+        return std::tuple(files_[i], findings_[i].line, findings_[i].column, findings_[i].code);
+    });
+    std::vector<finding_t> sorted;
+    sorted.reserve(order.size());
+    for (const std::size_t i : order) sorted.push_back(std::move(findings_[i]));
+    findings_.clear();
+    files_.clear();
+    return sorted;
+}
+
+}  // namespace zarn

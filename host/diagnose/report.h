@@ -1,0 +1,54 @@
+// Where the checks put what they find.
+#pragma once
+
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "core/format.h"
+#include "host/diagnose/diagnose.h"
+#include "host/diagnose/graph.h"
+
+namespace zarn {
+
+/// A reference to a finding that more may be learned about.
+using finding_id = std::size_t;
+
+/// Collects findings about one graph. What follows from a reference that could not be read whole is not told link by
+/// link: it makes the finding about that reference an error.
+class Report {
+public:
+    explicit Report(const graph_t& graph) : graph_(graph) {}
+
+    /// About a place of a file.
+    finding_id at_place(const char* code, severity_t severity, std::size_t file, std::string pointer, std::string what,
+                        std::string mend);
+    /// About a block.
+    finding_id at_block(const char* code, severity_t severity, const node_t& node, std::string what, std::string mend);
+    /// About a link, told with the block at one of its ends; null when neither exists.
+    finding_id at_link(const char* code, severity_t severity, const edge_t& edge, const node_t* node, std::string what,
+                       std::string mend);
+
+    finding_t& operator[](finding_id id) { return findings_[id]; }
+    std::size_t size() const noexcept { return findings_.size(); }
+    /// The finding told last.
+    finding_id last() const noexcept { return findings_.size() - 1; }
+
+    /// Whether what is missing at this block is the work of a reference that could not be read whole; then that
+    /// finding becomes an error.
+    bool blame_reference(const node_t& node);
+
+    /// The findings so far.
+    std::span<const finding_t> peek() const noexcept { return findings_; }
+
+    /// All findings in order of files and places, with lines and columns.
+    std::vector<finding_t> take();
+
+private:
+    const graph_t& graph_;
+    std::vector<finding_t> findings_;
+    std::vector<std::size_t> files_;  // of each finding, its file
+};
+
+}  // namespace zarn

@@ -1,0 +1,278 @@
+#include "host/diagnose/typing.h"
+
+#include <algorithm>
+#include <functional>
+
+#include "core/hash.h"
+#include "core/type.h"
+#include "factory.h"
+#include "host/diagnose/source.h"
+#include "host/diagnose/tree.h"
+#include "port.h"
+
+namespace zarn {
+namespace {
+
+using tessel::class_hash_of;
+
+/// Classes that give their output this type whatever their parameters hold.
+bool gives_flt64(const node_t& node) {
+    constexpr std::uint32_t classes[] = {
+        class_hash_of("step"),   class_hash_of("sinewave"), class_hash_of("squarewave"),
+        class_hash_of("random"), class_hash_of("lerp"),     class_hash_of("poly1st"),
+        class_hash_of("unpack"), class_hash_of("lut2d"),    hash_from_workspace};
+    return std::ranges::find(classes, node.block->class_hash()) != std::end(classes);
+}
+
+bool typed_outputs(const tessel::IMetaBlock& block) {
+    for (std::uint64_t i = 0; i < block.output_count(); ++i)
+        if (!block.output(static_cast<std::int16_t>(i))->has_type()) return false;
+    return true;
+}
+
+class Typer {
+public:
+    Typer(const graph_t& graph, const wiring_t& wiring, Report& report)
+        : graph_(graph), wiring_(wiring), report_(report), consumers_(graph.nodes.size()) {
+        typing_.evaluations.resize(graph.nodes.size());
+        typing_.results.resize(graph.nodes.size());
+        typing_.unknown.resize(graph.nodes.size());
+        typing_.ghost = tessel::factory::create("from");
+        typing_.ghost->calculate_zone();
+    }
+
+    typing_t run() {
+        bind();
+        sweep();
+        spread_unknown();
+        tell_unresolved();
+        return std::move(typing_);
+    }
+
+private:
+    tessel::IMetaBlock& block(std::size_t position) { return *graph_.nodes[position].block; }
+
+    void bind() {
+        for (const std::size_t position : wiring_.live) {
+            const node_t& node = graph_.nodes[position];
+            for (std::size_t i = 0; i < node.inputs(); ++i) {
+                const auto port = static_cast<std::int16_t>(i);
+                if (const feed_t* feed = wiring_.feed(position, i); feed != nullptr) {
+                    node.block->input(port)->link(graph_.nodes[feed->source].block.get(), feed->port);
+                    consumers_[feed->source].push_back(position);
+                } else if (!(node.is(hash_inport) && node.parent() == 0)) {
+                    node.block->input(port)->link(typing_.ghost.get(), 0);
+                    typing_.unknown[position] = true;
+                }
+            }
+        }
+    }
+
+    /// The sweeps of the compile: a block is called when a source's type has come since its last turn.
+    void sweep() {
+        Recorder recorder;
+        std::vector<std::size_t> now, later;
+        std::vector<bool> noted(graph_.nodes.size());
+        std::vector<std::size_t> rank(graph_.nodes.size(), none);
+        for (std::size_t i = 0; i < wiring_.live.size(); ++i) rank[wiring_.live[i]] = i;
+        for (std::size_t i = 0; i < wiring_.live.size(); ++i) {
+            if (block(wiring_.live[i]).has_all_types()) continue;
+            later.push_back(i);
+            noted[i] = true;
+        }
+        while (!later.empty()) {
+            now.swap(later);
+            std::ranges::make_heap(now, std::greater{});
+            bool completed = false;
+            while (!now.empty()) {
+                std::ranges::pop_heap(now, std::greater{});
+                const std::size_t at = now.back();
+                now.pop_back();
+                noted[at] = false;
+                const std::size_t position = wiring_.live[at];
+                if (block(position).has_all_types() || typing_.results[position] != tessel::result_ok) continue;
+                const bool typed = typed_outputs(block(position));
+                calculate(position, recorder);
+                completed = completed || block(position).has_all_types();
+                if (typed || !typed_outputs(block(position))) continue;
+                for (const std::size_t consumer : consumers_[position]) {
+                    const std::size_t next = rank[consumer];
+                    if (next == none || noted[next]) continue;
+                    noted[next] = true;
+                    if (next > at) {
+                        now.push_back(next);
+                        std::ranges::push_heap(now, std::greater{});
+                    } else {
+                        later.push_back(next);
+                    }
+                }
+            }
+            stalled_ = stalled_ || (!completed && open());
+        }
+    }
+
+    bool open() {
+        return std::ranges::any_of(wiring_.live, [this](std::size_t i) { return !block(i).has_all_types(); });
+    }
+
+    void calculate(std::size_t position, Recorder& recorder) {
+        tessel::IMetaBlock& own = block(position);
+        const tessel::result_t result = own.calculate_type();
+        evaluations_t asked = recorder.take();
+        evaluations_t& all = typing_.evaluations[position];
+        all.insert(all.end(), std::make_move_iterator(asked.begin()), std::make_move_iterator(asked.end()));
+        if (result == tessel::result_ok) return;
+        typing_.results[position] = result;
+        typing_.unknown[position] = true;
+        if (gives_flt64(graph_.nodes[position])) own.output(0)->set_type_if_unset(tessel::type_flt64);
+    }
+
+    /// What lies behind a block of unknown type and has none itself.
+    void spread_unknown() {
+        std::vector<std::size_t> todo;
+        for (const std::size_t position : wiring_.live)
+            if (typing_.unknown[position] && !typed_outputs(block(position))) todo.push_back(position);
+        while (!todo.empty()) {
+            const std::size_t position = todo.back();
+            todo.pop_back();
+            for (const std::size_t consumer : consumers_[position]) {
+                if (typing_.unknown[consumer] || block(consumer).has_all_types()) continue;
+                typing_.unknown[consumer] = true;
+                if (!typed_outputs(block(consumer))) todo.push_back(consumer);
+            }
+        }
+    }
+
+    void tell_unresolved() {
+        std::vector<std::size_t> open;
+        bool any_unknown = false;
+        for (const std::size_t position : wiring_.live) {
+            any_unknown = any_unknown || typing_.unknown[position];
+            if (!block(position).has_all_types() && !typing_.unknown[position]) open.push_back(position);
+        }
+        if (!open.empty()) tell_loops(open);
+        else if (stalled_ && !any_unknown) tell_stall();
+    }
+
+    /// Loops that no type enters. What lies behind one is counted there.
+    void tell_loops(const std::vector<std::size_t>& open) {
+        std::vector<std::size_t> local(graph_.nodes.size(), none);
+        for (std::size_t i = 0; i < open.size(); ++i) local[open[i]] = i;
+        std::vector<std::vector<std::size_t>> before(open.size());  // untyped sources
+        for (std::size_t i = 0; i < open.size(); ++i)
+            for (const feed_t& feed : wiring_.typed[open[i]])
+                if (feed.source != none && local[feed.source] != none &&
+                    !block(feed.source).output(feed.port)->has_type())
+                    before[i].push_back(local[feed.source]);
+        const auto parts = parts_of(before);
+        std::vector<bool> root(open.size(), true);
+        for (std::size_t i = 0; i < open.size(); ++i)
+            for (const std::size_t source : before[i])
+                if (parts[source] != parts[i]) root[parts[i]] = false;
+        std::vector<bool> told(open.size());
+        for (std::size_t i = 0; i < open.size(); ++i) {
+            if (!root[parts[i]] || told[parts[i]]) continue;
+            told[parts[i]] = true;
+            tell_loop(open, before, parts, i);
+        }
+    }
+
+    void tell_loop(const std::vector<std::size_t>& open, const std::vector<std::vector<std::size_t>>& before,
+                   const std::vector<std::size_t>& parts, std::size_t first) {
+        // walk against the links until a block comes again
+        std::vector<std::size_t> way;
+        std::vector<std::size_t> seen(open.size(), none);
+        for (std::size_t at = first; seen[at] == none;) {
+            seen[at] = way.size();
+            way.push_back(at);
+            const auto next = std::ranges::find_if(before[at], [&](std::size_t s) { return parts[s] == parts[first]; });
+            if (next == before[at].end()) break;
+            at = *next;
+            if (seen[at] != none) way.erase(way.begin(), way.begin() + static_cast<std::ptrdiff_t>(seen[at]));
+        }
+        std::ranges::reverse(way);
+        std::rotate(way.begin(), std::ranges::min_element(way), way.end());
+        std::string chain;
+        for (const std::size_t i : way) chain += graph_.nodes[open[i]].path + " -> ";
+        const node_t& node = graph_.nodes[open[way.front()]];
+        const std::size_t behind = open.size() - way.size();
+        const finding_id id = report_.at_block(
+            "Z301", tessel_error, node,
+            tessel::format("no type can be worked out: {}{}; none of these blocks has a type of its own{}", chain,
+                           node.path, behind == 0 ? "" : ", and " + counted(behind, "block") + " behind them wait"),
+            "put a cast into this loop");
+        for (const std::size_t i : way) report_[id].steps.push_back(graph_.nodes[open[i]].path);
+    }
+
+    void tell_stall() {
+        for (const std::size_t position : wiring_.live) {
+            if (block(position).input_count() == 0) continue;
+            report_.at_block("Z302", tessel_error, graph_.nodes[position],
+                             "types come to a standstill: in one sweep over the blocks some ports get their types, but "
+                             "no block gets all of its own, and the compile gives up there",
+                             "put a cast into the loop that this block belongs to, or list the blocks of the file in "
+                             "the order of the signal");
+            return;
+        }
+    }
+
+    static constexpr severity_t tessel_error = severity_t::error;
+    const graph_t& graph_;
+    const wiring_t& wiring_;
+    Report& report_;
+    typing_t typing_;
+    std::vector<std::vector<std::size_t>> consumers_;
+    bool stalled_ = false;
+};
+
+}  // namespace
+
+typing_t work_out_types(const graph_t& graph, const wiring_t& wiring, Report& report) {
+    return Typer(graph, wiring, report).run();
+}
+
+std::vector<std::size_t> parts_of(const std::vector<std::vector<std::size_t>>& successors) {
+    struct frame_t {
+        std::size_t node;
+        std::size_t next;
+    };
+    const std::size_t count = successors.size();
+    std::vector<std::size_t> number(count, none), low(count), part(count, none), open;
+    std::vector<frame_t> way;
+    std::size_t counter = 0, parts = 0;
+    for (std::size_t start = 0; start < count; ++start) {
+        if (number[start] != none) continue;
+        way.push_back({start, 0});
+        while (!way.empty()) {
+            const std::size_t node = way.back().node;
+            if (way.back().next == 0) {
+                number[node] = low[node] = counter++;
+                open.push_back(node);
+            }
+            bool deeper = false;
+            while (way.back().next < successors[node].size()) {
+                const std::size_t other = successors[node][way.back().next++];
+                if (number[other] == none) {
+                    way.push_back({other, 0});
+                    deeper = true;
+                    break;
+                }
+                if (part[other] == none) low[node] = std::min(low[node], number[other]);
+            }
+            if (deeper) continue;
+            if (low[node] == number[node]) {
+                for (std::size_t member = none; member != node;) {
+                    member = open.back();
+                    open.pop_back();
+                    part[member] = parts;
+                }
+                ++parts;
+            }
+            way.pop_back();
+            if (!way.empty()) low[way.back().node] = std::min(low[way.back().node], low[node]);
+        }
+    }
+    return part;
+}
+
+}  // namespace zarn

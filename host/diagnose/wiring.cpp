@@ -1,0 +1,41 @@
+#include "host/diagnose/wiring.h"
+
+#include <numeric>
+
+#include "host/diagnose/tree.h"
+
+namespace zarn {
+
+live_index_t index_of(const graph_t& graph, const std::vector<std::size_t>& live) {
+    live_index_t index;
+    index.reserve(live.size());
+    for (const std::size_t position : live) index.try_emplace(graph.nodes[position].id(), position);
+    return index;
+}
+
+wiring_t draw(const graph_t& graph) {
+    wiring_t wiring;
+    wiring.live.resize(graph.nodes.size());
+    std::iota(wiring.live.begin(), wiring.live.end(), std::size_t{0});
+    wiring.wires.reserve(graph.edges.size());
+    for (const edge_t& edge : graph.edges)
+        wiring.wires.push_back({edge.src, edge.dst, edge.src_port, edge.dst_port, &edge, &edge});
+    wiring.typed.resize(graph.nodes.size());
+    wiring.excused.resize(graph.nodes.size());
+    for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
+        wiring.typed[i].resize(graph.nodes[i].inputs());
+        wiring.excused[i].resize(graph.nodes[i].inputs());
+    }
+    wiring.running = wiring.typed;
+    return wiring;
+}
+
+std::string input_text(const node_t& node, std::int16_t port) {
+    return tessel::format("input {} of {} ({})", port, node.path, node.class_name());
+}
+
+std::string output_text(const node_t& node, std::int16_t port) {
+    return tessel::format("output {} of {} ({})", port, node.path, node.class_name());
+}
+
+}  // namespace zarn

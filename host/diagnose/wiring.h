@@ -1,0 +1,96 @@
+// The links of a model on their way through the compile: what the passes that rewrite them make of the diagram.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "host/diagnose/report.h"
+
+namespace zarn {
+
+/// A link between blocks, as the passes rewrite it.
+struct wire_t {
+    std::uint64_t src = 0, dst = 0;
+    std::int16_t src_port = 0, dst_port = 0;
+    const edge_t* from = nullptr;  // the drawn link at its source end
+    const edge_t* to = nullptr;    // the drawn link at its destination end; the same unless goto or cast stood between
+    bool told = false;             // why it carries nothing is reported
+    bool lost = false;             // a goto or from at its source could not be dissolved
+};
+
+/// What feeds an input.
+struct feed_t {
+    std::size_t source = none;  // position of the block
+    std::int16_t port = 0;
+    const edge_t* edge = nullptr;
+};
+
+/// The state of the diagram between passes. Positions are those of `graph_t::nodes`.
+struct wiring_t {
+    std::vector<std::size_t> live;  // in the order of the library's list
+    std::vector<wire_t> wires;
+    std::vector<std::vector<feed_t>> typed;    // of each block's inputs, while types and zones are worked out
+    std::vector<std::vector<feed_t>> running;  // of each block's inputs, in the run
+    std::vector<std::vector<bool>> excused;    // inputs that lack a source for a reason that is told
+    bool subsystems_left = false;              // whether the subsystems have left the live list
+
+    const feed_t* feed(std::size_t node, std::size_t input) const {
+        const feed_t& found = typed[node][input];
+        return found.source != none ? &found : nullptr;
+    }
+};
+
+/// From an id to the first block of a list that has it.
+using live_index_t = std::unordered_map<std::uint64_t, std::size_t>;
+live_index_t index_of(const graph_t& graph, const std::vector<std::size_t>& live);
+
+/// Moves what satisfies `goes` behind the rest by swapping from both ends, as the library's passes do, and drops it.
+template <class Goes>
+void drop_by_swapping(std::vector<std::size_t>& live, Goes goes) {
+    std::size_t front = 0, back = live.size();
+    for (;;) {
+        while (front != back && !goes(live[front])) ++front;
+        if (front == back) break;
+        do {
+            --back;
+        } while (front != back && goes(live[back]));
+        if (front == back) break;
+        std::swap(live[front], live[back]);
+        ++front;
+    }
+    live.resize(front);
+}
+
+/// All blocks and links as drawn.
+wiring_t draw(const graph_t& graph);
+
+/// goto and from blocks become direct links.
+void dissolve_gotos(const graph_t& graph, wiring_t& wiring, Report& report);
+
+/// The numbers by which inports and outports stand for the ports of their subsystem.
+void check_port_numbers(const graph_t& graph, wiring_t& wiring, Report& report);
+
+/// Links end at real blocks, inputs get their sources, subsystems leave.
+void bind_links(const graph_t& graph, wiring_t& wiring, Report& report);
+
+/// Inputs that nothing feeds.
+void check_sources(const graph_t& graph, const wiring_t& wiring, Report& report);
+
+/// cast blocks become direct links, inputs get the sources that they have in the run.
+void dissolve_casts(const graph_t& graph, wiring_t& wiring, Report& report);
+
+/// Inputs that more than one link leads to.
+void check_double_feeds(const graph_t& graph, const wiring_t& wiring, Report& report);
+
+/// The "portNumber" of an inport or outport; of one that is written as text, the number that is meant.
+std::int16_t port_number(const node_t& node);
+
+/// "input 3 of mainsys.sum (add)", "output 0 of ...".
+std::string input_text(const node_t& node, std::int16_t port);
+std::string output_text(const node_t& node, std::int16_t port);
+
+}  // namespace zarn
