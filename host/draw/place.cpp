@@ -231,7 +231,7 @@ void place_sum_inputs(Page& page, std::size_t index) {
     }
 }
 
-constexpr double most_slide = 10;
+constexpr double most_slide = 12;
 constexpr double port_distance = 8;
 
 /// Moves a port along its side, if it stays clear of the corners and of other ports.

@@ -189,7 +189,8 @@ std::vector<std::string> input_labels(const Block& block) {
     if (const auto found = fixed.find(block.class_name); found != fixed.end()) return found->second;
     std::vector<std::string> labels(static_cast<std::size_t>(block.inputs));
     for (std::size_t i = 0; i < labels.size(); ++i) {
-        if (block.is("add") || (block.is("subtract") && i == 0)) labels[i] = "+";
+        // differences fold from the right: u0 - (u1 - u2)
+        if (block.is("add") || (block.is("subtract") && i % 2 == 0)) labels[i] = "+";
         else if (block.is("subtract")) labels[i] = "\xE2\x88\x92";
         else if (block.is("switch")) labels[i] = i == 0 ? "sel" : i == 1 ? "else" : std::to_string(i - 2);
     }
