@@ -23,6 +23,8 @@ class PlanContext {
 public:
     /// `always` is the flag of objects that nothing gates. The objects must be wired.
     PlanContext(std::vector<planned_t> objects, const bool* always);
+    PlanContext(const PlanContext&) = delete;
+    PlanContext& operator=(const PlanContext&) = delete;
 
     const std::vector<planned_t>& objects() const noexcept { return objects_; }
     /// Whether an object without a lowering takes part: it may look at any cell when its turn comes.
