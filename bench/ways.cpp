@@ -2,6 +2,7 @@
 // ratio to hand-written C of the same run.
 //
 //   bench_ways [--quick] [--out FILE]
+//   bench_ways --alone M1|M2|M3 c|objects|plan STEPS
 
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -263,9 +264,27 @@ void measure_setups() {
     }
 }
 
+/// One way alone, for instruction counts: two runs that differ in their steps tell what a step costs.
+int run_alone(const std::string& model, const std::string& way, std::size_t steps) {
+    const std::size_t chains = model == "M2" ? 100 : 10000;
+    if (way == "c") {
+        std::vector<chain_t> state(chains);
+        for (std::size_t i = 0; i < chains; ++i) reference_chain_init(&state[i], i);
+        if (model == "M1") consume(reference_loop(steps, bench::step_s, nullptr));
+        else consume(reference_chains(state.data(), chains, steps, bench::step_s, nullptr));
+        return 0;
+    }
+    const bench::TemporaryFile file(model == "M1" ? bench::control_loop(steps) : bench::chain_farm(chains, steps));
+    Ready ready(file.path());
+    ready.model().set_engine(way == "plan" ? engine_t::plan : engine_t::objects);
+    ready.exec->run();
+    return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (argc == 5 && std::string(argv[1]) == "--alone") return run_alone(argv[2], argv[3], std::stoul(argv[4]));
     std::string out;
     for (int i = 1; i < argc; ++i) {
         const std::string option = argv[i];

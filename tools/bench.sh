@@ -14,6 +14,14 @@ out=bench/results.md
 } > "$out"
 # shellcheck disable=SC2086
 "$build/bench/bench_ways" $quick --out "$out"
+if command -v valgrind > /dev/null; then
+    {
+        echo
+        echo "## Instructions per block and step, by callgrind"
+        echo
+        tools/instructions.sh "$build"
+    } | tee -a "$out"
+fi
 {
     echo
     echo "## Cost of each pass, chains of five blocks"
