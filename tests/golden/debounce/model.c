@@ -1,8 +1,9 @@
 
-#include "model.h"
 #include "coder.h"
+#include "model.h"
 
-void init(model_t* p_model) {
+void init(model_t *p_model)
+{
     p_model->time_now_sec = 0.0;
     p_model->time_step_sec = 0.0;
 
@@ -28,9 +29,11 @@ void init(model_t* p_model) {
      * id: 44, parent: 0, tier: 0, zone: 2
      */
     // no initialization is required
+
 }
 
-void step(model_t* p_model) {
+void step(model_t *p_model)
+{
     /*
      * path: mainsys.In0
      * class: constant
@@ -43,22 +46,33 @@ void step(model_t* p_model) {
      * class: debounce
      * id: 42, parent: 0, tier: 0, zone: 1
      */
-    if (p_model->In0_11.port0) {
-        if (p_model->Blk_42.count < 0.0) {
+    if (p_model->In0_11.port0)
+    {
+        if (p_model->Blk_42.count < 0.0)
+        {
             p_model->Blk_42.count = 0.0;
         }
-        if (p_model->Blk_42.count >= p_model->Blk_42.rise) {
+        if (p_model->Blk_42.count >= p_model->Blk_42.rise)
+        {
             p_model->Blk_42.port0 = 1;
-        } else {
+        }
+        else
+        {
             p_model->Blk_42.count += p_model->time_step_sec;
         }
-    } else {
-        if (p_model->Blk_42.count > 0.0) {
+        }
+        else
+        {
+        if (p_model->Blk_42.count > 0.0)
+        {
             p_model->Blk_42.count = 0.0;
         }
-        if (p_model->Blk_42.count <= p_model->Blk_42.fall) {
+        if (p_model->Blk_42.count <= p_model->Blk_42.fall)
+        {
             p_model->Blk_42.port0 = 0;
-        } else {
+        }
+        else
+        {
             p_model->Blk_42.count -= p_model->time_step_sec;
         }
     }
@@ -69,4 +83,5 @@ void step(model_t* p_model) {
      * id: 44, parent: 0, tier: 0, zone: 2
      */
     // no code generated
+
 }

@@ -1,8 +1,9 @@
 
-#include "model.h"
 #include "coder.h"
+#include "model.h"
 
-void init(model_t* p_model) {
+void init(model_t *p_model)
+{
     p_model->time_now_sec = 0.0;
     p_model->time_step_sec = 0.0;
 
@@ -47,9 +48,11 @@ void init(model_t* p_model) {
      * id: 44, parent: 70, tier: 1, zone: 1002
      */
     // no initialization is required
+
 }
 
-void step(model_t* p_model) {
+void step(model_t *p_model)
+{
     /*
      * path: mainsys.Clock
      * class: time
@@ -78,7 +81,8 @@ void step(model_t* p_model) {
      */
     // no code generated
 
-    if (p_model->Late_22.port0) {
+    if (p_model->Late_22.port0)
+    {
         /*
          * path: mainsys.Sub.Blk
          * class: sin
@@ -92,5 +96,6 @@ void step(model_t* p_model) {
          * id: 44, parent: 70, tier: 1, zone: 1002
          */
         // no code generated
+
     }
 }
