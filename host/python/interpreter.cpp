@@ -157,7 +157,9 @@ void Interpreter::save_plot(const std::string& file, const std::string& form, co
     impl_t::save([&] {
         py::list signals;
         for (const curve_t& curve : curves) {
-            const char* kind = curve.type == tessel::type_bool ? "bool" : curve.type < tessel::type_flt32 ? "integer" : "float";
+            const char* kind = curve.type == tessel::type_bool   ? "bool"
+                               : curve.type < tessel::type_flt32 ? "integer"
+                                                                 : "float";
             signals.append(py::make_tuple(curve.name, kind,
                                           view_of(tessel::type_flt64, curve.times.data(), curve.times.size()),
                                           view_of(tessel::type_flt64, curve.values.data(), curve.values.size())));
