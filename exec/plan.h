@@ -43,8 +43,8 @@ private:
     std::vector<planned_t> objects_;
     const bool* always_;
     bool watched_ = false;
-    IdIndex<const planned_t> owners_;  // by the address of the output
-    std::vector<const void*> gates_;   // sorted
+    IdIndex<const planned_t> owners_;  // by the address of the output port
+    std::vector<const void*> gates_;  // sorted
 };
 
 /// A sequence of objects lowered to loops over cells. Values, states and times are those of calling the objects one by

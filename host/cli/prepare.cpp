@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/format.h"
+#include "core/hash.h"
 #include "port.h"
 
 namespace zarn {
@@ -27,6 +28,12 @@ std::string types_of(tessel::IMetaBlock& block) {
     return text;
 }
 
+/// A model without links keeps the root and the subsystems among its blocks, and a run passes over them.
+bool is_subsystem(const tessel::IMetaBlock& block) {
+    const auto hash = block.class_hash();
+    return hash == tessel::class_hash_of("subsys") || hash == tessel::class_hash_of("refsys");
+}
+
 }  // namespace
 
 void load_and_compile(Session& session) {
@@ -43,7 +50,7 @@ std::unique_ptr<tessel::ExecModel> build_runnable(Session& session) {
     int found = 0;
     for (const auto& block : session.model()) {
         const bool empty = *object++ == nullptr;
-        if (!empty || block == nullptr) continue;
+        if (!empty || block == nullptr || is_subsystem(*block)) continue;
         if (++found <= most)
             session.complain(tessel::format("{}: no runnable form for the types {}", shown(*block), types_of(*block)));
     }
