@@ -44,7 +44,7 @@ private:
     const bool* always_;
     bool watched_ = false;
     IdIndex<const planned_t> owners_;  // by the address of the output port
-    std::vector<const void*> gates_;  // sorted
+    std::vector<const void*> gates_;   // sorted
 };
 
 /// A sequence of objects lowered to loops over cells. Values, states and times are those of calling the objects one by
