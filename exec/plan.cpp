@@ -39,7 +39,7 @@ void run_foreign(const void* const* p, std::size_t count, double t) noexcept {
     }
 }
 
-std::uint64_t address_of(const ExecPort* port) noexcept { return reinterpret_cast<std::uintptr_t>(port); }
+std::uint64_t address(const ExecPort* port) noexcept { return reinterpret_cast<std::uintptr_t>(port); }
 
 constexpr std::size_t type_count = value_types::size;
 
@@ -79,8 +79,7 @@ PlanContext::PlanContext(std::vector<planned_t> objects, const bool* always)
     : objects_(std::move(objects)), always_(always), owners_(objects_.size()) {
     for (std::size_t i = 0; i < objects_.size(); ++i) {
         if (objects_[i].block->lowering() == nullptr) watched_ = true;
-        else if (const ExecPort* out = objects_[i].block->output(0); out != nullptr)
-            owners_.add(address_of(out), &objects_[i]);
+        else if (const ExecPort* out = objects_[i].block->output(0); out != nullptr) owners_.add(address(out), &objects_[i]);
         if (objects_[i].gate != always_ && (i == 0 || objects_[i].gate != objects_[i - 1].gate))
             gates_.push_back(objects_[i].gate);
     }
@@ -89,7 +88,7 @@ PlanContext::PlanContext(std::vector<planned_t> objects, const bool* always)
         const lowering_t* lowering = object.block->lowering();
         for (std::int16_t n = 0; lowering != nullptr && n < lowering->inputs; ++n) {
             ExecPort* source = object.block->input(n)->source();
-            if (source != nullptr && owners_.find(address_of(source)) == nullptr) gates_.push_back(source->value_ptr());
+            if (source != nullptr && owners_.find(address(source)) == nullptr) gates_.push_back(source->value_ptr());
         }
     }
     std::ranges::sort(gates_);
@@ -99,8 +98,8 @@ PlanContext::PlanContext(std::vector<planned_t> objects, const bool* always)
 bool PlanContext::is_gate(const void* cell) const noexcept { return std::ranges::binary_search(gates_, cell); }
 
 std::size_t PlanContext::owner_of(const ExecPort* port) const noexcept {
-    const planned_t* owner = owners_.find(address_of(port));
-    return owner != nullptr ? static_cast<std::size_t>(owner - objects_.data()) : nowhere;
+    const planned_t* found = owners_.find(address(port));
+    return found != nullptr ? static_cast<std::size_t>(found - objects_.data()) : nowhere;
 }
 
 bool PlanContext::keeps_sample(std::size_t from, std::size_t to) const noexcept {

@@ -43,7 +43,7 @@ private:
     std::vector<planned_t> objects_;
     const bool* always_;
     bool watched_ = false;
-    IdIndex<const planned_t> owners_;  // by the address of the output
+    IdIndex<const planned_t> owners_;  // by the address of the output port
     std::vector<const void*> gates_;   // sorted
 };
 
