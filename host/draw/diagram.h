@@ -59,6 +59,8 @@ struct Diagram {
 
     /// The names from the root down to a block, with dots.
     std::string path(std::size_t block) const;
+    /// The same, but of a long way only both ends.
+    std::string short_path(std::size_t block) const;
     /// The blocks whose parent a block is, in the file's order, for all blocks.
     std::vector<std::vector<std::size_t>> children() const;
 };

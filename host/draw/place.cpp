@@ -178,19 +178,19 @@ void follow_outline(const Node& node, Port& port) {
     port.at.x = port.out.x < 0 ? b.x + inset : b.right() - inset;
 }
 
-/// Where the signals of a summing point's inputs come from, one point for each input.
+/// Where the signal of a summing point's input comes from.
 struct Origin {
     double y = 0;
     bool sideways = false;  ///< a drawn wire arrives from the left
 };
 
-std::vector<Origin> origins_of(const Page& page, std::size_t index) {
+std::vector<Origin> origins_of(const Page& page, std::size_t index, const std::vector<std::size_t>& arriving) {
     const Node& node = page.scene.nodes[index];
     const Point center = node.box.center();
     std::vector<Origin> origins(node.inputs.size(), {center.y, false});
-    for (std::size_t i = 0; i < page.links.size(); ++i) {
+    for (const std::size_t i : arriving) {
         const PageLink& link = page.links[i];
-        if (link.to != index || link.input >= origins.size()) continue;
+        if (link.input >= origins.size()) continue;
         const Rect source = page.scene.nodes[link.from].box;
         if (!page.bends[i].empty()) {
             const Point last = turned(page.bends[i].back(), center, -node.rotation);
@@ -206,10 +206,10 @@ std::vector<Origin> origins_of(const Page& page, std::size_t index) {
 }
 
 /// The first input of a summing point is on its left, the others where their signals come from.
-void place_sum_inputs(Page& page, std::size_t index) {
+void place_sum_inputs(Page& page, std::size_t index, const std::vector<std::size_t>& arriving) {
     Node& node = page.scene.nodes[index];
     const Point center = node.box.center();
-    const auto origins = origins_of(page, index);
+    const auto origins = origins_of(page, index, arriving);
     const auto set = [&](std::size_t i, Point side) {
         node.inputs[i].at = {center.x + side.x * node.box.w / 2, center.y + side.y * node.box.h / 2};
         node.inputs[i].out = side;
@@ -345,6 +345,8 @@ void accept_layout(const LayoutGraph& graph, const Positions& positions, Page& p
 }
 
 void place_ports(Page& page) {
+    std::vector<std::vector<std::size_t>> arriving(page.scene.nodes.size());
+    for (std::size_t i = 0; i < page.links.size(); ++i) arriving[page.links[i].to].push_back(i);
     for (std::size_t index = 0; index < page.scene.nodes.size(); ++index) {
         Node& node = page.scene.nodes[index];
         const Rect& box = node.box;
@@ -360,7 +362,7 @@ void place_ports(Page& page) {
         };
         line_up(node.inputs, box.x, {-1, 0});
         line_up(node.outputs, box.right(), {1, 0});
-        if (node.symbol.shape == Shape::circle) place_sum_inputs(page, index);
+        if (node.symbol.shape == Shape::circle) place_sum_inputs(page, index, arriving[index]);
         for (auto* ports : {&node.inputs, &node.outputs}) {
             for (Port& port : *ports) {
                 port.at = turned(port.at, box.center(), node.rotation);

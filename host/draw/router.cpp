@@ -480,6 +480,8 @@ Polyline simplified(const Polyline& line) {
     return corners;
 }
 
-void route(const RoutingArea& area, std::vector<Net>& nets) { Router(area, nets).run(); }
+void route(const RoutingArea& area, std::vector<Net>& nets) {
+    if (!nets.empty()) Router(area, nets).run();
+}
 
 }  // namespace zarn::draw

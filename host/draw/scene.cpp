@@ -227,6 +227,7 @@ private:
         for (const Label& label : page.scene.labels) area.texts.push_back(label.box);
         std::vector<Net> nets;
         std::vector<std::vector<std::size_t>> members;
+        std::vector<std::string> types;
         std::map<std::pair<std::size_t, std::size_t>, std::size_t> by_output;
         for (std::size_t i = 0; i < page.links.size(); ++i) {
             const PageLink& link = page.links[i];
@@ -236,6 +237,7 @@ private:
             if (added) {
                 nets.push_back({{out.at, out.out}, {}, {}, {}, {}});
                 members.emplace_back();
+                types.push_back(wire_of(link, {}).type);
             }
             Net& net = nets[entry->second];
             if (page.bends[i].empty()) {
@@ -254,7 +256,7 @@ private:
                 page.scene.wires.push_back(wire_of(link, std::move(nets[n].routes[i])));
                 wire_links_.push_back(link.link);
             }
-            page.scene.joints.insert(page.scene.joints.end(), nets[n].joints.begin(), nets[n].joints.end());
+            for (const Point joint : nets[n].joints) page.scene.joints.push_back({joint, types[n]});
         }
     }
 
@@ -279,8 +281,8 @@ private:
             wire.arrow = true;
             page.scene.wires.push_back(wire);
             wire_links_.push_back(none);
-            const std::string text =
-                other == none ? tessel::format("no block {}", id) : (leaves ? "to " : "from ") + diagram_.path(other);
+            const std::string text = other == none ? tessel::format("no block {}", id)
+                                                   : (leaves ? "to " : "from ") + diagram_.short_path(other);
             Label label = make_label(wire.broken ? Label::Kind::broken : Label::Kind::link, text, type_size, 190);
             const double x = port.out.x < 0 ? end.x - label.box.w - 3 : end.x + 3;
             const Point corner{x, end.y - label.box.h / 2};

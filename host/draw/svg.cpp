@@ -92,7 +92,9 @@ public:
 private:
     // ---- panels
 
-    std::string title(const Scene& page) const { return page.owner == 0 ? diagram_.title : diagram_.path(page.owner); }
+    std::string title(const Scene& page) const {
+        return page.owner == 0 ? diagram_.title : diagram_.short_path(page.owner);
+    }
 
     std::string subtitle(const Scene& page) const {
         if (page.owner == 0)
@@ -133,7 +135,7 @@ private:
 
     void scene(const Scene& page) {
         for (const Wire& w : page.wires) wire(w);
-        for (const Point p : page.joints) joint(page, p);
+        for (const Joint& j : page.joints) joint(j);
         for (const Node& n : page.nodes) node(n);
         for (const Label& l : page.labels) label(l);
     }
@@ -163,12 +165,8 @@ private:
         line(R"(<path class="arrow{}" d="{}z"/>)", kind, path_data(tip));
     }
 
-    void joint(const Scene& page, Point p) {
-        const char* kind = "";
-        for (const Wire& w : page.wires)
-            for (const Point corner : w.path)
-                if (corner == p) kind = type_class(w.type);
-        line(R"(<circle class="joint{}" cx="{}" cy="{}" r="2.6"/>)", kind, num(p.x), num(p.y));
+    void joint(const Joint& j) {
+        line(R"(<circle class="joint{}" cx="{}" cy="{}" r="2.6"/>)", type_class(j.type), num(j.at.x), num(j.at.y));
     }
 
     // ---- blocks
@@ -193,7 +191,7 @@ private:
 
     std::string tooltip(const Node& n) const {
         const Block& block = diagram_.blocks[n.block];
-        std::string text = diagram_.path(n.block) + " (" + block.class_name + ")";
+        std::string text = diagram_.short_path(n.block) + " (" + block.class_name + ")";
         for (const auto& [key, value] : block.parameters) text += "; " + key + " = " + value;
         return text;
     }
