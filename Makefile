@@ -10,7 +10,8 @@ all: build
 
 $(BUILD)/build.ninja:
 	@tools/setup.sh
-	@cmake --preset release -B $(BUILD) > $(BUILD).log 2>&1 || { cat $(BUILD).log >&2; exit 1; }
+	@mkdir -p $(BUILD)
+	@cmake --preset release -B $(BUILD) > $(BUILD)/configure.log 2>&1 || { cat $(BUILD)/configure.log >&2; exit 1; }
 
 .PHONY: build
 build: $(BUILD)/build.ninja
@@ -48,7 +49,7 @@ coverage:
 	tools/coverage.sh
 
 format:
-	git ls-files '*.cpp' '*.h' '*.inl' '*.c' | xargs clang-format -i
+	git ls-files '*.cpp' '*.h' '*.inl' '*.c' ':!tests/golden' ':!tests/data' | xargs clang-format -i
 
 tidy:
 	tools/tidy.sh

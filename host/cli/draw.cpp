@@ -1,6 +1,7 @@
 // zarn draw: the picture of a model.
 
 #include <nlohmann/json.hpp>
+#include <set>
 
 #include "core/format.h"
 #include "host/cli/output_file.h"
@@ -25,9 +26,9 @@ void mark_loop(draw::Diagram& diagram, const std::vector<std::string>& loop) {
     std::string way;
     for (const std::string& path : loop) way += path + " -> ";
     diagram.notes.push_back(tessel::format("algebraic loop: {}{}", way, loop.front()));
+    const std::set<std::string> paths(loop.begin(), loop.end());
     for (std::size_t i = 1; i < diagram.blocks.size(); ++i)
-        for (const std::string& path : loop)
-            if (diagram.path(i) == path) diagram.blocks[i].failed = true;
+        if (paths.contains(diagram.path(i))) diagram.blocks[i].failed = true;
 }
 
 /// Compiles the model for the sake of its types. What hinders that hinders no picture.

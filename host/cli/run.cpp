@@ -16,6 +16,7 @@
 #include "host/cli/json_text.h"
 #include "host/cli/monitor.h"
 #include "host/cli/output_file.h"
+#include "host/cli/plot.h"
 #include "host/cli/prepare.h"
 #include "host/cli/probes.h"
 #include "host/cli/results.h"
@@ -163,6 +164,7 @@ void Run::prepare() {
     exec_ = build_runnable(*session_);
     choose_signals();
     limit_memory();
+    if (plot_) with_name(*plot_, [this] { session_->interpreter()->require_plot(); });
     open(output_);
     open(plot_);
     attach_probes(*exec_, signals_, clock_);

@@ -109,8 +109,8 @@ void read_parameters(Block& block, const json& data) {
     }
     if (const auto found = block.parameters.find("portNumber"); found != block.parameters.end()) {
         const json* value = member(data, "portNumber");
-        block.port_number = value != nullptr && value->is_number() ? port_of(data, "portNumber")
-                                                                   : std::atoi(found->second.c_str());
+        block.port_number =
+            value != nullptr && value->is_number() ? port_of(data, "portNumber") : std::atoi(found->second.c_str());
     }
 }
 
@@ -196,6 +196,15 @@ void read_references(Diagram& diagram, const std::filesystem::path& folder) {
     }
 }
 
+/// The blocks from the root down to a block, the root left out.
+std::vector<std::size_t> way_to(const Diagram& diagram, std::size_t block) {
+    std::vector<std::size_t> way;
+    for (std::size_t i = block; i != 0 && way.size() < diagram.blocks.size(); i = diagram.blocks[i].parent)
+        way.push_back(i);
+    std::ranges::reverse(way);
+    return way;
+}
+
 }  // namespace
 
 std::string Block::parameter(std::string_view key) const {
@@ -204,10 +213,22 @@ std::string Block::parameter(std::string_view key) const {
 }
 
 std::string Diagram::path(std::size_t block) const {
-    std::vector<std::size_t> way;
-    for (std::size_t i = block; i != 0 && way.size() < blocks.size(); i = blocks[i].parent) way.push_back(i);
     std::string text = blocks[0].name;
-    for (auto i = way.rbegin(); i != way.rend(); ++i) text += "." + blocks[*i].name;
+    for (const std::size_t i : way_to(*this, block)) text += "." + blocks[i].name;
+    return text;
+}
+
+std::string Diagram::short_path(std::size_t block) const {
+    constexpr std::size_t head = 3, tail = 7;
+    const auto way = way_to(*this, block);
+    std::string text = blocks[0].name;
+    for (std::size_t i = 0; i < way.size(); ++i) {
+        if (i >= head && i + tail < way.size()) {
+            text += ".\xE2\x80\xA6";
+            i = way.size() - tail;
+        }
+        text += "." + fit(blocks[way[i]].name, 1, 40);
+    }
     return text;
 }
 

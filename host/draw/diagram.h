@@ -25,10 +25,10 @@ struct Block {
     std::string name;
     std::uint64_t id = 0;  ///< as in its own file
     std::size_t parent = 0;
-    bool known = true;     ///< whether the class exists
-    bool placed = false;   ///< whether the file gives it a position or a size
-    bool failed = false;   ///< whether compile found the fault here
-    bool unread = false;   ///< a reference whose file cannot be read
+    bool known = true;                                         ///< whether the class exists
+    bool placed = false;                                       ///< whether the file gives it a position or a size
+    bool failed = false;                                       ///< whether compile found the fault here
+    bool unread = false;                                       ///< a reference whose file cannot be read
     double x = 0, y = 0, width = 0, height = 0, rotation = 0;  ///< canvas units; rotation in degrees, clockwise
     std::array<double, 4> color{};                             ///< red, green, blue, alpha, 0 to 1 each
     int inputs = 0, outputs = 0;
@@ -59,6 +59,8 @@ struct Diagram {
 
     /// The names from the root down to a block, with dots.
     std::string path(std::size_t block) const;
+    /// The same, but of a long way only both ends.
+    std::string short_path(std::size_t block) const;
     /// The blocks whose parent a block is, in the file's order, for all blocks.
     std::vector<std::vector<std::size_t>> children() const;
 };

@@ -178,19 +178,19 @@ void follow_outline(const Node& node, Port& port) {
     port.at.x = port.out.x < 0 ? b.x + inset : b.right() - inset;
 }
 
-/// Where the signals of a summing point's inputs come from, one point for each input.
+/// Where the signal of a summing point's input comes from.
 struct Origin {
     double y = 0;
     bool sideways = false;  ///< a drawn wire arrives from the left
 };
 
-std::vector<Origin> origins_of(const Page& page, std::size_t index) {
+std::vector<Origin> origins_of(const Page& page, std::size_t index, const std::vector<std::size_t>& arriving) {
     const Node& node = page.scene.nodes[index];
     const Point center = node.box.center();
     std::vector<Origin> origins(node.inputs.size(), {center.y, false});
-    for (std::size_t i = 0; i < page.links.size(); ++i) {
+    for (const std::size_t i : arriving) {
         const PageLink& link = page.links[i];
-        if (link.to != index || link.input >= origins.size()) continue;
+        if (link.input >= origins.size()) continue;
         const Rect source = page.scene.nodes[link.from].box;
         if (!page.bends[i].empty()) {
             const Point last = turned(page.bends[i].back(), center, -node.rotation);
@@ -206,16 +206,19 @@ std::vector<Origin> origins_of(const Page& page, std::size_t index) {
 }
 
 /// The first input of a summing point is on its left, the others where their signals come from.
-void place_sum_inputs(Page& page, std::size_t index) {
+void place_sum_inputs(Page& page, std::size_t index, const std::vector<std::size_t>& arriving) {
     Node& node = page.scene.nodes[index];
     const Point center = node.box.center();
-    const auto origins = origins_of(page, index);
+    const auto origins = origins_of(page, index, arriving);
     const auto set = [&](std::size_t i, Point side) {
         node.inputs[i].at = {center.x + side.x * node.box.w / 2, center.y + side.y * node.box.h / 2};
         node.inputs[i].out = side;
     };
     const bool usual = node.inputs.size() == 2 || node.inputs.size() == 3;
-    if (!usual || std::ranges::any_of(origins, &Origin::sideways)) {  // drawn for ports below each other: they stay where they are, on the outline
+    if (!usual ||
+        std::ranges::any_of(
+            origins,
+            &Origin::sideways)) {  // drawn for ports below each other: they stay where they are, on the outline
         for (Port& port : node.inputs) follow_outline(node, port);
     } else if (node.inputs.size() == 2) {
         set(0, {-1, 0});
@@ -228,7 +231,7 @@ void place_sum_inputs(Page& page, std::size_t index) {
     }
 }
 
-constexpr double most_slide = 10;
+constexpr double most_slide = 12;
 constexpr double port_distance = 8;
 
 /// Moves a port along its side, if it stays clear of the corners and of other ports.
@@ -314,7 +317,8 @@ LayoutGraph layout_graph(const Diagram& diagram, const Page& page) {
             for (const Port& port : ports) {
                 // inputs from above or from below pull no wire level
                 const bool upright = port.number == enable_port || (symbol.shape == Shape::circle && !list.empty());
-                list.push_back(upright ? -1 : symbol.height * (symbol.shape == Shape::circle ? 0.5 : (at + 0.5) / count));
+                list.push_back(upright ? -1
+                                       : symbol.height * (symbol.shape == Shape::circle ? 0.5 : (at + 0.5) / count));
                 ++at;
             }
         };
@@ -341,6 +345,8 @@ void accept_layout(const LayoutGraph& graph, const Positions& positions, Page& p
 }
 
 void place_ports(Page& page) {
+    std::vector<std::vector<std::size_t>> arriving(page.scene.nodes.size());
+    for (std::size_t i = 0; i < page.links.size(); ++i) arriving[page.links[i].to].push_back(i);
     for (std::size_t index = 0; index < page.scene.nodes.size(); ++index) {
         Node& node = page.scene.nodes[index];
         const Rect& box = node.box;
@@ -356,7 +362,7 @@ void place_ports(Page& page) {
         };
         line_up(node.inputs, box.x, {-1, 0});
         line_up(node.outputs, box.right(), {1, 0});
-        if (node.symbol.shape == Shape::circle) place_sum_inputs(page, index);
+        if (node.symbol.shape == Shape::circle) place_sum_inputs(page, index, arriving[index]);
         for (auto* ports : {&node.inputs, &node.outputs}) {
             for (Port& port : *ports) {
                 port.at = turned(port.at, box.center(), node.rotation);

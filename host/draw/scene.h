@@ -54,11 +54,17 @@ struct Wire {
     bool arrow = true;
 };
 
+/// A dot where wires of one signal part.
+struct Joint {
+    Point at;
+    std::string type;
+};
+
 struct Scene {
     std::size_t owner = 0;  ///< the block whose content this is
     std::vector<Node> nodes;
     std::vector<Wire> wires;
-    std::vector<Point> joints;
+    std::vector<Joint> joints;
     std::vector<Label> labels;
     std::vector<std::string> notes;
     Rect bounds;

@@ -12,7 +12,7 @@ void init(model_t *p_model)
      * class: constant
      * id: 42, parent: 0, tier: 0, zone: 0
      */
-    p_model->Blk_42.port0 = 18446744073709551615u;
+    p_model->Blk_42.port0 = 18446744073709551615;
 
     /*
      * path: mainsys.Log
