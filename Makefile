@@ -48,7 +48,7 @@ coverage:
 	tools/coverage.sh
 
 format:
-	git ls-files '*.cpp' '*.h' '*.inl' '*.c' | xargs clang-format -i
+	git ls-files '*.cpp' '*.h' '*.inl' '*.c' ':!tests/golden' ':!tests/data' | xargs clang-format -i
 
 tidy:
 	tools/tidy.sh

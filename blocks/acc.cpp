@@ -7,7 +7,6 @@
 // Output     0: y                                  type of u
 // State      the output                            y as above; 0 at the head of a run
 #include "blocks/arithmetic.h"
-#include "blocks/stateful.h"
 #include "framework/entries.h"
 
 namespace tessel {
@@ -25,14 +24,14 @@ template <class T>
 struct Accumulate {
     using in = inputs<T, T, bool>;
     using out = outputs<T>;
-    static void start(double, T& y) noexcept { y = T{0}; }
-    static T eval(double, T y, T u, T reset_value, bool reset) noexcept {
+    void start(double, T& y) const noexcept { y = T{0}; }
+    T eval(double, T y, T u, T reset_value, bool reset) const noexcept {
         return reset ? reset_value : narrowed<T>(apply<Sum>(y, u));
     }
 };
 
 // ---- run time
-constexpr auto table = stateful_table<Accumulate, value_types>();
+constexpr auto table = kernel_table<Accumulate, value_types>();
 static_assert(table.size() == 11);
 
 // ---- design level: type rule, runnable, generated text

@@ -6,7 +6,6 @@
 // Output     0: y      type of u
 // State      last      y = u - last, then last = u; 0 at creation, kept from run to run
 #include "blocks/arithmetic.h"
-#include "blocks/stateful.h"
 #include "blocks/text.h"
 #include "framework/entries.h"
 
@@ -36,7 +35,7 @@ struct Delta {
 };
 
 // ---- run time
-constexpr auto table = stateful_table<Delta, value_types>();
+constexpr auto table = kernel_table<Delta, value_types>();
 static_assert(table.size() == 11);
 
 // ---- design level: runnable, generated text

@@ -1,0 +1,36 @@
+# The install tree: the library with its headers, CMake package and pkg-config file (component "blocks"), and the command
+# with the package that workspaces import (component "zarn").
+include(CMakePackageConfigHelpers)
+include(GNUInstallDirs)
+
+# ---- library
+install(TARGETS blocks EXPORT blocksTargets COMPONENT blocks
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_COMPONENT blocks)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/blocks COMPONENT blocks
+    FILES_MATCHING PATTERN "*.h")
+# file.h and format.h stay: a host has no use for them, and they need the formatting library
+set(core_headers convert export hash literal_bridge log num python result str thread_pool type var)
+list(TRANSFORM core_headers PREPEND ${PROJECT_SOURCE_DIR}/core/)
+list(TRANSFORM core_headers APPEND .h)
+install(FILES ${core_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/blocks/core COMPONENT blocks)
+
+# ---- CMake package
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/blocks)
+install(EXPORT blocksTargets NAMESPACE blocks:: DESTINATION ${package_dir} COMPONENT blocks)
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/blocksConfig.cmake.in ${PROJECT_BINARY_DIR}/blocksConfig.cmake
+    INSTALL_DESTINATION ${package_dir} NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/blocksConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/blocksConfig.cmake ${PROJECT_BINARY_DIR}/blocksConfigVersion.cmake
+    DESTINATION ${package_dir} COMPONENT blocks)
+
+# ---- pkg-config, with paths relative to the file, so that the tree can be moved
+file(RELATIVE_PATH blocks_pc_prefix /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+configure_file(${PROJECT_SOURCE_DIR}/cmake/blocks.pc.in ${PROJECT_BINARY_DIR}/blocks.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/blocks.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT blocks)
+
+# ---- command
+if (TARGET zarn)
+    install(TARGETS zarn RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT zarn)
+    install(DIRECTORY ${PROJECT_SOURCE_DIR}/python DESTINATION ${CMAKE_INSTALL_DATADIR}/zarn COMPONENT zarn
+        FILES_MATCHING PATTERN "*.py")
+endif ()

@@ -15,6 +15,14 @@ constexpr int version_patch = 0;
 constexpr int version_hexcode = version_major << 16 | version_minor << 8 | version_patch;
 static_assert(version_hexcode == 1575936);
 
+/// Like `at`, with a text that is the same for every standard library.
+template <class Map, class Key>
+const auto& value_at(const Map& map, const Key& key) {
+    const auto found = map.find(key);
+    if (found == map.end()) throw std::out_of_range("invalid unordered_map<K, T> key");
+    return found->second;
+}
+
 }  // namespace
 
 PropertiesModel::PropertiesModel() : parameters(8) {
@@ -25,10 +33,10 @@ PropertiesModel::PropertiesModel() : parameters(8) {
 
 bool PropertiesModel::is_key(std::string_view key) const { return parameters.contains(std::string(key)); }
 
-const var_t& PropertiesModel::get(std::string_view key) const {
-    const auto found = parameters.find(std::string(key));
-    if (found == parameters.end()) throw std::out_of_range("invalid unordered_map<K, T> key");
-    return found->second;
+const var_t& PropertiesModel::get(std::string_view key) const { return value_at(parameters, std::string(key)); }
+
+const std::pair<std::uint64_t, std::uint64_t>& PropertiesModel::enables_of(std::uint64_t id) const {
+    return value_at(enable_map, id);
 }
 
 void PropertiesModel::set(std::string_view key, var_t value) { parameters[std::string(key)] = std::move(value); }

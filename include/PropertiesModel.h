@@ -43,6 +43,8 @@ public:
     /// Raises `std::out_of_range` ("invalid unordered_map<K, T> key") for a key that is not there.
     const var_t& get(std::string_view key) const;
     void set(std::string_view key, var_t value);
+    /// The enable map's entry of a block. Raises `std::out_of_range` as `get` does.
+    const std::pair<std::uint64_t, std::uint64_t>& enables_of(std::uint64_t id) const;
     void insert_link(std::uint64_t srcId, std::uint64_t dstId, short srcPort, short dstPort, std::string label);
     void insert_link(std::uint64_t srcId, std::uint64_t dstId, short srcPort, short dstPort, std::string label,
                      std::vector<point_t>&& breakpoints, bool hidden);

@@ -80,7 +80,7 @@ IMetaBlock* MetaModel::find_block(std::uint64_t id) const noexcept {
 }
 
 IMetaBlock* MetaModel::find_enable(std::uint64_t id) const noexcept {
-    const std::uint64_t enable = properties->enable_map.at(id).first;
+    const std::uint64_t enable = properties->enables_of(id).first;
     return enable == 0 ? nullptr : find_block(enable);
 }
 
@@ -101,9 +101,7 @@ void MetaModel::export_json(nlohmann::json& out) {
     if (!own.empty()) out.push_back(std::move(own));
 }
 
-void MetaModel::import_json(const nlohmann::json& in, bool is_reference) {
-    properties->import_json(in, is_reference);
-}
+void MetaModel::import_json(const nlohmann::json& in, bool is_reference) { properties->import_json(in, is_reference); }
 
 void MetaModel::build_exec(IExecModel* exec) {
     sort_by_zone();

@@ -12,21 +12,18 @@ namespace tessel {
 
 result_t MetaModel::build_enable_map() noexcept {
     const PassLog pass("build_enable_map");
-    std::unordered_map<std::uint64_t, std::uint64_t> own_enable{{0, 0}};  // an enable block of the root gates nothing
+    std::unordered_map<std::uint64_t, std::uint64_t> own_enable;
     for (const auto& block : blocks)
-        if (block != nullptr && block->class_hash() == hash_enable)
-            own_enable.try_emplace(block->parent_id(), block->id());
-    const auto enable_in = [&own_enable](std::uint64_t parent) {
-        const auto found = parent != 0 ? own_enable.find(parent) : own_enable.end();
-        return found != own_enable.end() ? found->second : 0;
+        if (block != nullptr && block->class_hash() == hash_enable && block->parent_id() != 0)
+            own_enable.try_emplace(block->parent_id(), block->id());  // one directly in the root gates nothing
+    const auto enable_in = [&own_enable](std::uint64_t parent, std::uint64_t otherwise) {
+        const auto found = own_enable.find(parent);
+        return found != own_enable.end() ? found->second : otherwise;
     };
 
     const BlockIndex index(blocks);
-    Levels<std::uint64_t> nearest(index, 0);
-    const auto nearer = [&](std::uint64_t outer, const IMetaBlock& subsystem) {
-        const std::uint64_t own = enable_in(subsystem.id());
-        return own != 0 ? own : outer;
-    };
+    Levels<std::uint64_t> nearest(index, 0, 0);
+    const auto nearer = [&](std::uint64_t outer, std::uint64_t id, const IMetaBlock*) { return enable_in(id, outer); };
     properties->enable_map.reserve(properties->enable_map.size() + blocks.size());
     for (const auto& block : blocks) {
         if (block == nullptr) continue;
@@ -37,7 +34,7 @@ result_t MetaModel::build_enable_map() noexcept {
             level = around != nullptr ? around->parent_id() : 0;
         }
         const std::uint64_t second = nearest.inside(level, nearer);
-        properties->enable_map.try_emplace(block->id(), enable_in(block->parent_id()), second);
+        properties->enable_map.try_emplace(block->id(), enable_in(block->parent_id(), 0), second);
     }
     return result_ok;
 }

@@ -2,6 +2,7 @@
 //
 // Both sort stably, so one model gives one order.
 
+#include <tuple>
 #include <utility>
 
 #include "model/MetaModel.h"
@@ -10,59 +11,98 @@
 namespace tessel {
 namespace {
 
-/// Null entries stand last: they have no zone.
-std::int64_t zone_rank(const std::unique_ptr<IMetaBlock>& block) {
-    return block != nullptr ? std::int64_t{block->zone()} : INT64_MAX;
+/// Sorts the blocks by zone and, within a zone, by what `second` gives; null entries stand last, since they have none.
+template <class Second>
+void sort_blocks(blocks_t& blocks, Second second) {
+    struct rank_t {
+        std::int32_t zone;
+        std::uint32_t second;
+        std::size_t position;
+    };
+    std::vector<rank_t> ranks;
+    ranks.reserve(blocks.size());
+    for (std::size_t i = 0; i < blocks.size(); ++i)
+        if (blocks[i] != nullptr) ranks.push_back({blocks[i]->zone(), second(*blocks[i]), i});
+    std::ranges::sort(ranks, {}, [](const rank_t& r) { return std::tuple(r.zone, r.second, r.position); });
+
+    blocks_t sorted(blocks.size());
+    std::ranges::transform(ranks, sorted.begin(), [&blocks](const rank_t& r) { return std::move(blocks[r.position]); });
+    blocks = std::move(sorted);
+}
+
+/// Brings the blocks into the order in which each stands directly behind the bodies of `before`, which end with the
+/// blocks at these positions.
+void take_order(blocks_t& blocks, const std::vector<std::vector<std::size_t>>& before) {
+    std::vector<bool> inside(blocks.size());
+    for (const auto& bodies : before)
+        for (const std::size_t i : bodies) inside[i] = true;
+
+    struct visit_t {
+        std::size_t position;
+        std::size_t next = 0;  // of the bodies before it
+    };
+    blocks_t ordered;
+    ordered.reserve(blocks.size());
+    std::vector<visit_t> open;
+    for (std::size_t i = 0; i < blocks.size(); ++i) {
+        if (inside[i]) continue;
+        open.push_back({i});
+        while (!open.empty()) {
+            auto& [position, next] = open.back();
+            if (next < before[position].size()) {
+                open.push_back({before[position][next++]});
+            } else {
+                ordered.push_back(std::move(blocks[position]));
+                open.pop_back();
+            }
+        }
+    }
+    blocks = std::move(ordered);
 }
 
 }  // namespace
 
 result_t MetaModel::sort_by_zone() noexcept {
-    std::ranges::stable_sort(blocks, {}, [](const std::unique_ptr<IMetaBlock>& block) {
-        return std::pair(zone_rank(block), block != nullptr ? block->class_hash() : 0u);
-    });
+    sort_blocks(blocks, [](const IMetaBlock& block) { return block.class_hash(); });
     return result_ok;
 }
 
+// Gathering a level moves its blocks to directly before the last of them, in their order; the body that this makes
+// counts as one block of the level around, and goes with its last block from then on. So nothing is moved until it is
+// known which bodies stand before which block.
 result_t MetaModel::group_by_subsystem() noexcept {
-    std::ranges::stable_sort(blocks, {}, zone_rank);
+    sort_blocks(blocks, [](const IMetaBlock&) { return 0u; });
 
     struct group_t {
         std::uint64_t parent;
-        IMetaBlock* last;
+        std::size_t last;  // position of its last block
     };
     std::vector<group_t> groups;  // in the order in which their parents first appear
     std::unordered_map<std::uint64_t, std::size_t> group_of;
-    std::vector<std::pair<IMetaBlock*, std::uint64_t>> parents;
-    for (const auto& block : blocks) {
-        if (block == nullptr) continue;
-        const auto [entry, fresh] = group_of.try_emplace(block->parent_id(), groups.size());
-        if (fresh) groups.push_back({block->parent_id(), block.get()});
-        else groups[entry->second].last = block.get();
-        parents.emplace_back(block.get(), block->parent_id());
+    std::unordered_map<std::uint64_t, std::vector<std::size_t>> level;  // last blocks of the bodies in it
+    for (std::size_t i = 0; i < blocks.size(); ++i) {
+        if (blocks[i] == nullptr) continue;
+        const std::uint64_t parent = blocks[i]->parent_id();
+        const auto [entry, fresh] = group_of.try_emplace(parent, groups.size());
+        if (fresh) groups.push_back({parent, i});
+        else groups[entry->second].last = i;
+        level[parent].push_back(i);
     }
-    std::ranges::stable_sort(groups, std::ranges::greater{}, [](const group_t& group) { return group.last->tier(); });
+    std::ranges::stable_sort(groups, std::ranges::greater{},
+                             [this](const group_t& group) { return blocks[group.last]->tier(); });
 
     const BlockIndex outer(subsystems);
-    const auto in_group = [](const std::unique_ptr<IMetaBlock>& block, std::uint64_t parent) {
-        return block != nullptr && block->parent_id() == parent;
-    };
+    std::vector<std::vector<std::size_t>> before(blocks.size());
     for (const group_t& group : groups) {
-        const std::uint64_t parent = group.last->parent_id();  // an inner group may have been counted to another level
-        const IMetaBlock* around = outer.find(parent);
+        const IMetaBlock* around = outer.find(group.parent);
         if (around == nullptr) continue;
-        const auto position = std::ranges::find(blocks, group.last, &std::unique_ptr<IMetaBlock>::get);
-        auto first = std::find_if(blocks.begin(), position, [&](const auto& b) { return in_group(b, group.parent); });
-        if (first != position && first < position - 1) {
-            auto k = position - 1;
-            while (k != first && in_group(*k, group.parent)) --k;
-            if (k != first)
-                first = std::stable_partition(first, k + 1, [&](const auto& b) { return !in_group(b, group.parent); });
-        }
-        for (auto block = first; block <= position; ++block)
-            if (*block != nullptr) (*block)->set_parent_id(around->parent_id());
+        auto bodies = std::move(level[group.parent]);
+        std::erase_if(bodies, [&group](std::size_t i) { return i >= group.last; });  // what lies behind it stays there
+        std::ranges::sort(bodies);
+        before[group.last] = std::move(bodies);
+        level[around->parent_id()].push_back(group.last);
     }
-    for (const auto& [block, parent] : parents) block->set_parent_id(parent);
+    take_order(blocks, before);
     return result_ok;
 }
 

@@ -21,18 +21,17 @@ result_t MetaModel::build_python_struct() noexcept {
     const BlockIndex index(blocks);
     // Path of the level inside a subsystem; nothing for a level that does not hang under the root.
     using path_t = std::optional<std::string>;
-    const IMetaBlock* root = index.find(0);
+    const IMetaBlock* root = find_block(0);
     const auto append = [](const path_t& outer, const IMetaBlock& block) {
         return outer ? path_t(*outer + '.' + str::sanitize_identifier(block.name())) : path_t();
     };
-    Levels<path_t> levels(index, path_t());
-    const auto path_of = [&](const IMetaBlock& block) -> path_t {
-        if (block.id() == 0) return std::string(block.name());
-        if (root == nullptr) return {};
-        if (block.parent_id() == 0) return append(std::string(root->name()), block);
-        return append(levels.inside(block.parent_id(), [&](const path_t& outer, const IMetaBlock& subsystem) {
-            return append(subsystem.parent_id() == 0 ? path_t(std::string(root->name())) : outer, subsystem);
-        }), block);
+    Levels<path_t> levels(index, root != nullptr ? path_t(root->name()) : path_t(), path_t());
+    const auto path_of = [&](const IMetaBlock& block) {
+        if (block.id() == 0) return path_t(block.name());
+        const auto inner = [&append](const path_t& outer, std::uint64_t, const IMetaBlock* subsystem) {
+            return subsystem != nullptr ? append(outer, *subsystem) : path_t();
+        };
+        return append(levels.inside(block.parent_id(), inner), block);
     };
     for (const auto& block : blocks) {
         if (block == nullptr) continue;

@@ -21,11 +21,9 @@ bool is_cast(const IMetaBlock& block) { return block.class_hash() == hash_cast; 
 
 result_t MetaModel::reroute_due_to_cast() noexcept {
     const PassLog pass("reroute_due_to_cast");
+    auto casts = which(blocks, is_cast);
+    if (std::ranges::find(casts, true) == casts.end()) return result_ok;
     const BlockIndex index(blocks);
-    const auto cast_at = [&index](std::uint64_t id) {
-        IMetaBlock* block = index.find(id);
-        return block != nullptr && is_cast(*block) ? block : nullptr;
-    };
     auto& links = properties->links;
 
     std::unordered_map<std::uint64_t, const link_t*> first_into;
@@ -34,26 +32,31 @@ result_t MetaModel::reroute_due_to_cast() noexcept {
     std::set<std::pair<std::uint64_t, std::uint64_t>> gone;
     std::vector<link_t> joined;
     for (const link_t& link : links) {
-        if (cast_at(link.srcId) == nullptr) continue;
+        const IMetaBlock* const cast = index.find(link.srcId);
+        if (cast == nullptr || !is_cast(*cast)) continue;
         const auto found = first_into.find(link.srcId);
         if (found == first_into.end()) return result_cast_unresolved;
         const link_t& in = *found->second;
         gone.emplace(link.srcId, link.dstId);
         gone.emplace(in.srcId, in.dstId);
-        joined.push_back({in.srcId, link.dstId, in.srcPort, link.dstPort, in.label + '#' + link.label, {}, false, false});
+        joined.push_back(
+            {in.srcId, link.dstId, in.srcPort, link.dstPort, in.label + '#' + link.label, {}, false, false});
     }
     if (!gone.empty()) std::erase_if(links, [&gone](const link_t& l) { return gone.contains({l.srcId, l.dstId}); });
     std::ranges::move(joined, std::back_inserter(links));
 
     for (const link_t& link : links) {
-        IMetaBlock* cast = cast_at(link.srcId);
-        if (cast == nullptr) cast = cast_at(link.dstId);
-        if (cast == nullptr) continue;
-        cast->set_failed(true);
-        return result_cast_unresolved;
+        IMetaBlock* const src = index.find(link.srcId);
+        IMetaBlock* const dst = index.find(link.dstId);
+        if (src == nullptr || dst == nullptr) continue;
+        for (IMetaBlock* end : {src, dst}) {
+            if (!is_cast(*end)) continue;
+            end->set_failed(true);
+            return result_cast_unresolved;
+        }
     }
 
-    blocks.erase(swap_partition(blocks, is_cast), blocks.end());
+    blocks.erase(swap_partition(blocks, std::move(casts)), blocks.end());
     return result_ok;
 }
 

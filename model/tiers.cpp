@@ -1,7 +1,8 @@
 // calculate_tiers: the nesting level of every block.
 //
 // Needs   the subsystem tree whole
-// Does    counts the subsystems around a block; an enable block counts as one level further out
+// Does    counts the subsystems around a block; an enable block counts as one level further out. In a ring of parents
+//         the walk up ends after as many subsystems as there are blocks.
 // Leaves  `tier` of every block
 // Fails   never
 
@@ -13,8 +14,11 @@ namespace tessel {
 result_t MetaModel::calculate_tiers() noexcept {
     const PassLog pass("calculate_tiers");
     const BlockIndex index(blocks);
-    Levels<std::int32_t> depths(index, 0);
-    const auto deeper = [](std::int32_t outer, const IMetaBlock&) { return outer + 1; };
+    const auto most = static_cast<std::int32_t>(blocks.size());
+    Levels<std::int32_t> depths(index, 0, most);
+    const auto deeper = [most](std::int32_t outer, std::uint64_t, const IMetaBlock* subsystem) {
+        return subsystem != nullptr ? std::min(outer + 1, most) : outer;
+    };
     for (const auto& block : blocks) {
         if (block == nullptr) continue;
         const std::int32_t depth = depths.inside(block->parent_id(), deeper);

@@ -5,6 +5,8 @@
 // Leaves  every port typed; parameter expressions evaluated
 // Fails   result_types_unresolved, or what a block's calculate_type returned
 
+#include <array>
+
 #include "model/MetaModel.h"
 #include "model/helpers.h"
 #include "port.h"
@@ -12,36 +14,74 @@
 namespace tessel {
 namespace {
 
-bool typed_outputs(const IMetaBlock& block) {
+struct typed_t {
+    std::uint64_t inputs = 0;
+    std::uint64_t outputs = 0;
+    bool operator==(const typed_t&) const = default;
+};
+
+typed_t count_typed(const IMetaBlock& block) {
+    typed_t typed;
+    for (std::uint64_t i = 0; i < block.input_count(); ++i)
+        if (block.input(static_cast<std::int16_t>(i))->has_type()) ++typed.inputs;
     for (std::uint64_t i = 0; i < block.output_count(); ++i)
-        if (!block.output(static_cast<std::int16_t>(i))->has_type()) return false;
-    return true;
+        if (block.output(static_cast<std::int16_t>(i))->has_type()) ++typed.outputs;
+    return typed;
+}
+
+/// Classes whose calculate_type asks the interpreter at each call, which can see how often that is.
+bool asks_interpreter(const IMetaBlock& block) {
+    constexpr std::array classes{class_hash_of("debounce"), class_hash_of("hysteresis"), class_hash_of("lerp"),
+                                 class_hash_of("lut1d"),    class_hash_of("lut2d"),      class_hash_of("poly1st"),
+                                 class_hash_of("unpack")};
+    return std::ranges::find(classes, block.class_hash()) != classes.end();
+}
+
+/// Sweeps on when sweeps have become slow: calls only those whose ports or sources' ports have got a type since their
+/// last call, which are all that can find something that they did not find then.
+result_t sweep_by_agenda(const blocks_t& blocks, const std::vector<std::size_t>& open) {
+    Agenda agenda(blocks);
+    std::vector<std::size_t> asking;
+    for (const std::size_t i : open) {
+        agenda.add(i);
+        if (asks_interpreter(*blocks[i])) asking.push_back(i);
+    }
+    for (std::size_t left = open.size(); left != 0;) {
+        const std::size_t before = left;
+        std::erase_if(asking, [&blocks](std::size_t i) { return blocks[i]->has_all_types(); });
+        for (const std::size_t i : asking) agenda.add(i);
+        for (std::size_t i = agenda.next(); i != Agenda::end; i = agenda.next()) {
+            IMetaBlock& block = *blocks[i];
+            if (block.has_all_types()) continue;
+            const typed_t had = count_typed(block);
+            if (const result_t result = block.calculate_type(); result != result_ok) return result;
+            const typed_t has = count_typed(block);
+            if (has.outputs != had.outputs) agenda.add_consumers(i);
+            if (block.has_all_types()) --left;
+            else if (has != had) agenda.add(i);
+        }
+        if (left == before) return result_types_unresolved;
+    }
+    return result_ok;
 }
 
 }  // namespace
 
-// A block is called in a sweep only when a source's type has come since its last turn: without one the call would find
-// what it found before. The sweeps and their progress are those of calling every incomplete block in list order.
+// The first sweeps call every incomplete block in list order, which is quick for most diagrams.
 result_t MetaModel::calculate_types() noexcept {
     const PassLog pass("calculate_types");
-    Agenda agenda(blocks);
-    std::size_t open = 0;
-    for (std::size_t i = 0; i < blocks.size(); ++i) {
-        if (blocks[i] == nullptr || blocks[i]->has_all_types()) continue;
-        agenda.add(i);
-        ++open;
-    }
-    while (open != 0) {
-        const std::size_t before = open;
-        for (std::size_t i = agenda.next(); i != Agenda::end; i = agenda.next()) {
-            IMetaBlock& block = *blocks[i];
-            if (block.has_all_types()) continue;
-            const bool typed = typed_outputs(block);
-            if (const result_t result = block.calculate_type(); result != result_ok) return result;
-            if (block.has_all_types()) --open;
-            if (!typed && typed_outputs(block)) agenda.add_consumers(i);
+    std::vector<std::size_t> open;
+    for (std::size_t i = 0; i < blocks.size(); ++i)
+        if (blocks[i] != nullptr && !blocks[i]->has_all_types()) open.push_back(i);
+    while (!open.empty()) {
+        const std::size_t before = open.size();
+        for (const std::size_t i : open) {
+            if (blocks[i]->has_all_types()) continue;
+            if (const result_t result = blocks[i]->calculate_type(); result != result_ok) return result;
         }
-        if (open == before) return result_types_unresolved;
+        std::erase_if(open, [this](std::size_t i) { return blocks[i]->has_all_types(); });
+        if (open.size() == before) return result_types_unresolved;
+        if (sweeps_are_slow(before, open.size())) return sweep_by_agenda(blocks, open);
     }
     return result_ok;
 }

@@ -9,10 +9,7 @@
 #include "host/cli/prepare.h"
 #include "host/cli/session.h"
 #include "host/cli/verbs.h"
-#if __has_include("host/generate/notes.h")
 #include "host/generate/notes.h"
-#define HAVE_NOTES
-#endif
 
 namespace zarn {
 namespace {
@@ -34,11 +31,7 @@ int generate(const generate_options_t& options) {
         message(tessel::format("{}: {}", options.folder, error.message()));
         return status_model;
     }
-#ifdef HAVE_NOTES
     const auto notes = notes_for(session.model(), c ? language_t::c : language_t::python);
-#else
-    const std::vector<std::string> notes;
-#endif
     const auto place = folder.string();
     const auto result =
         c ? coder_c::generate_code(place, &session.model()) : coder_py::generate_code(place, &session.model());

@@ -20,6 +20,7 @@ int main(int argc, char** argv) {
     zarn::add_explain(app, status);
     zarn::add_inspect(app, status);
     zarn::add_generate(app, status);
+    zarn::add_draw(app, status);
     zarn::add_blocks(app, status);
     zarn::add_diff(app, status);
     zarn::add_verify_engines(app, status);

@@ -72,8 +72,11 @@ std::string hint(tessel::IMetaModel& model, std::string_view path) {
         const std::string& other = path_of(*block);
         around = around || other.starts_with(tessel::format("{}.", path)) ||
                  other.starts_with(tessel::format("mainsys.{}.", path));
+        const std::string_view below_root = std::string_view(other).substr(other.find('.') + 1);
         const std::string_view last = std::string_view(other).substr(other.rfind('.') + 1);
-        const std::size_t d = last == path.substr(path.rfind('.') + 1) ? 0 : edit_distance(other, path);
+        const std::size_t d = last == path.substr(path.rfind('.') + 1)
+                                  ? 0
+                                  : std::min(edit_distance(other, path), edit_distance(below_root, path));
         if (d < distance) {
             distance = d;
             nearest = &other;

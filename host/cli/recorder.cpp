@@ -57,6 +57,7 @@ private:
             if (next_ == end_) {
                 const std::size_t count =
                     chunks_.empty() ? first_chunk : std::min(chunks_.back().count * 2, last_chunk);
+                if (clock.room.fetch_sub(static_cast<std::int64_t>(count * sizeof(T))) < 0) throw std::bad_alloc();
                 chunks_.push_back({std::unique_ptr<T[]>(new T[count]), count});
                 next_ = chunks_.back().values.get();
                 end_ = next_ + count;

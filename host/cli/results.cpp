@@ -79,17 +79,6 @@ void write_npz(OutputFile& file, const times_t& times, const std::vector<signal_
     interpreter.save_npz(file.temporary(), columns);
 }
 
-void write_plot(OutputFile& file, const std::string& form, const std::string& title, const times_t& times,
-                const std::vector<signal_t>& signals, Interpreter& interpreter) {
-    const auto all = all_times(times);
-    std::vector<curve_t> curves;
-    for (const signal_t& signal : signals) {
-        const Recording& recording = signal.probe->recording();
-        curves.push_back({signal.name, times_of(all, recording), recording.as_doubles()});
-    }
-    interpreter.save_plot(file.temporary(), form, title, curves);
-}
-
 void print_json_results(tessel::result_t result, const times_t& times, const std::vector<signal_t>& signals) {
     std::string text = tessel::format("{{\"result\": {}, \"series\": {{", static_cast<int>(result));
     const auto flush = [&text](std::size_t limit) {

@@ -27,10 +27,6 @@ void write_csv(OutputFile& file, const times_t& times, const std::vector<signal_
 /// every step has its times beside it, as "NAME.time".
 void write_npz(OutputFile& file, const times_t& times, const std::vector<signal_t>& signals, Interpreter& interpreter);
 
-/// A drawing of all signals over time, `form` "png" or "svg".
-void write_plot(OutputFile& file, const std::string& form, const std::string& title, const times_t& times,
-                const std::vector<signal_t>& signals, Interpreter& interpreter);
-
 /// One JSON object: the result, and for each signal "ID:PORT" its times, values and type.
 void print_json_results(tessel::result_t result, const times_t& times, const std::vector<signal_t>& signals);
 

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <fstream>
 #include <optional>
@@ -15,6 +16,7 @@
 #include "host/cli/json_text.h"
 #include "host/cli/monitor.h"
 #include "host/cli/output_file.h"
+#include "host/cli/plot.h"
 #include "host/cli/prepare.h"
 #include "host/cli/probes.h"
 #include "host/cli/results.h"
@@ -103,7 +105,7 @@ private:
     void require_interpreter(bool needed, const char* option) const;
     void prepare();
     void choose_signals();
-    void check_memory() const;
+    void limit_memory();
     void open(std::optional<sink_t>& sink) const;
     void step_all();
     void write_files();
@@ -129,8 +131,11 @@ int Run::go() {
     try {
         prepare();
     } catch (const Failure& failure) {
-        if (options_.json && failure.status == status_model)
-            out(tessel::format("{{\"result\": {}, \"series\": {{}}}}\n", static_cast<int>(session_->last_result())));
+        if (options_.json && failure.status == status_model) {
+            const auto result = library_result(*session_);
+            out(tessel::format("{{\"result\": {}, \"series\": {{}}}}\n",
+                               static_cast<int>(result != tessel::result_ok ? result : tessel::result_failure)));
+        }
         throw;
     }
     {
@@ -144,7 +149,9 @@ int Run::go() {
         message(tessel::format("interrupted at t = {} s", tessel::str::shortest(clock_.time)));
         return status_interrupted;
     }
-    if (clock_.exhausted) session_->refuse("the memory for recordings is used up: the run ended early");
+    if (clock_.exhausted)
+        session_->refuse(tessel::format("the memory for recordings is used up: the run ended at t = {} s",
+                                        tessel::str::shortest(clock_.time)));
     if (options_.interactive) {
         flush_out();
         session_->interpreter()->interact();
@@ -156,7 +163,8 @@ void Run::prepare() {
     load_and_compile(*session_);
     exec_ = build_runnable(*session_);
     choose_signals();
-    check_memory();
+    limit_memory();
+    if (plot_) with_name(*plot_, [this] { session_->interpreter()->require_plot(); });
     open(output_);
     open(plot_);
     attach_probes(*exec_, signals_, clock_);
@@ -170,16 +178,19 @@ void Run::choose_signals() {
         session_->complain("nothing to record: the model has no outport, display or to_workspace; see --probe");
 }
 
-void Run::check_memory() const {
+/// Gives recordings most of the memory that is free: a run that wants more ends when it is used up.
+void Run::limit_memory() {
+    const double available = free_memory() * 0.8;
+    if (available == 0.0) return;
+    clock_.room = static_cast<std::int64_t>(available);
     double bytes = 0.0;
     for (const signal_t& signal : signals_) bytes += static_cast<double>(tessel::size_of(signal.type));
-    const double steps = step_count(setting("ti"), setting("tf"), setting("ts"));
-    const double available = free_memory();
-    if (available == 0.0 || bytes * steps < available) return;
-    session_->refuse(
-        tessel::format("recording {} signals over {:.3g} steps takes {:.3g} GiB, and {:.3g} GiB are free; "
-                       "record fewer signals (--probe) or fewer steps (--set)",
-                       signals_.size(), steps, bytes * steps / 0x1p30, available / 0x1p30));
+    const double wanted = bytes * (std::floor((setting("tf") - setting("ti")) / setting("ts")) + 1.0);
+    if (wanted > available)
+        session_->complain(
+            tessel::format("the recordings of the whole run take {:.3g} GiB; it will end when {:.3g} GiB "
+                           "are used up",
+                           wanted / 0x1p30, available / 0x1p30));
 }
 
 /// Opens a file before the run: what is wrong with its place shows before the work is done.

@@ -33,6 +33,15 @@ void check(PyStatus status) {
                                                 status.err_msg != nullptr ? status.err_msg : "unknown reason"));
 }
 
+/// An array of Python over memory that stays ours.
+py::memoryview view_of(tessel::type_t type, const void* data, std::size_t count) {
+    static constexpr const char* formats[] = {"", "?", "", "b", "B", "h", "H", "i", "I", "q", "Q", "f", "d"};
+    static const double nothing = 0;  // an empty array needs an address as well
+    const auto size = static_cast<py::ssize_t>(tessel::size_of(type));
+    return py::memoryview::from_buffer(const_cast<void*>(count > 0 ? data : &nothing), size, formats[type],
+                                       {static_cast<py::ssize_t>(count)}, {size}, true);
+}
+
 /// Starts the interpreter that the command was built with, whatever the environment names or the PATH holds.
 void initialize() {
     PyPreConfig before;
@@ -133,23 +142,29 @@ void Interpreter::save_npz(const std::string& file, const std::vector<column_t>&
         py::list names, arrays;
         for (const column_t& column : columns) {
             names.append(column.name);
-            static constexpr const char* formats[] = {"", "?", "", "b", "B", "h", "H", "i", "I", "q", "Q", "f", "d"};
-            const auto size = static_cast<py::ssize_t>(tessel::size_of(column.type));
-            const py::buffer_info info(const_cast<void*>(column.data), size, formats[column.type], 1,
-                                       {static_cast<py::ssize_t>(column.count)}, {size}, true);
-            arrays.append(py::memoryview::from_buffer(const_cast<void*>(column.data), size, info.format.c_str(),
-                                                      info.shape, info.strides, true));
+            arrays.append(view_of(column.type, column.data, column.count));
         }
         impl_->functions.attr("save_npz")(file, names, arrays);
     });
 }
 
+void Interpreter::require_plot() {
+    impl_t::save([&] { impl_->functions.attr("require_plot")(); });
+}
+
 void Interpreter::save_plot(const std::string& file, const std::string& form, const std::string& title,
                             const std::vector<curve_t>& curves) {
     impl_t::save([&] {
-        py::list series;
-        for (const curve_t& curve : curves) series.append(py::make_tuple(curve.name, curve.times, curve.values));
-        impl_->functions.attr("save_plot")(file, form, title, series);
+        py::list signals;
+        for (const curve_t& curve : curves) {
+            const char* kind = curve.type == tessel::type_bool   ? "bool"
+                               : curve.type < tessel::type_flt32 ? "integer"
+                                                                 : "float";
+            signals.append(py::make_tuple(curve.name, kind,
+                                          view_of(tessel::type_flt64, curve.times.data(), curve.times.size()),
+                                          view_of(tessel::type_flt64, curve.values.data(), curve.values.size())));
+        }
+        impl_->functions.attr("save_plot")(file, form, title, signals);
     });
 }
 

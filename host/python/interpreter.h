@@ -20,9 +20,10 @@ struct column_t {
     std::size_t count = 0;
 };
 
-/// Values over times, to be drawn.
+/// Values over times, to be drawn; a value that is not a number is a gap.
 struct curve_t {
     std::string name;
+    tessel::type_t type = tessel::type_flt64;  ///< of the signal
     std::vector<double> times;
     std::vector<double> values;
 };
@@ -55,6 +56,8 @@ public:
 
     /// Writes the columns into `file` as an archive of arrays. Raises `std::runtime_error`.
     void save_npz(const std::string& file, const std::vector<column_t>& columns);
+    /// Raises `std::runtime_error` where the interpreter has nothing to draw with.
+    void require_plot();
     /// Draws the curves into `file`, `form` "png" or "svg". Raises `std::runtime_error`.
     void save_plot(const std::string& file, const std::string& form, const std::string& title,
                    const std::vector<curve_t>& curves);

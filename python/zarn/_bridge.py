@@ -332,20 +332,13 @@ def save_npz(path, names, arrays):
         numpy.savez(file, **{name: numpy.asarray(values) for name, values in zip(names, arrays)})
 
 
-def save_plot(path, form, title, series):
-    import matplotlib
+def require_plot():
+    from zarn import _plot
 
-    matplotlib.use("Agg")
-    from matplotlib.figure import Figure
+    _plot.require()
 
-    figure = Figure(figsize=(10, 6), layout="constrained")
-    axes = figure.add_subplot()
-    for name, times, values in series:
-        axes.plot(list(times), list(values), label=name, drawstyle="steps-post")
-    axes.set_title(title)
-    axes.set_xlabel("time [s]")
-    axes.grid(True)
-    if series:
-        axes.legend()
-    with open(path, "wb") as file:
-        figure.savefig(file, format=form)
+
+def save_plot(path, form, title, signals):
+    from zarn import _plot
+
+    _plot.save(path, form, title, signals)

@@ -6,7 +6,9 @@
 #include "PropertiesModel.h"
 #include "coder_c.h"
 #include "coder_py.h"
+#include "host/generate/notes.h"
 #include "json.h"
+#include "tests/coder/builders.h"
 #include "tests/coder/fake_model.h"
 #include "tests/support/workspace.h"
 
@@ -45,7 +47,8 @@ protected:
         std::size_t files = 0;
         for (const auto& entry : fs::directory_iterator(expected)) {
             ++files;
-            EXPECT_EQ(first_difference(read_file(entry.path()), read_file(made / entry.path().filename())), "") << entry.path();
+            EXPECT_EQ(first_difference(read_file(entry.path()), read_file(made / entry.path().filename())), "")
+                << entry.path();
         }
         EXPECT_EQ(files, static_cast<std::size_t>(std::distance(fs::directory_iterator(made), {})));
     }
@@ -57,6 +60,7 @@ protected:
 
 TEST_P(Vector, C) {
     compile();
+    zarn::find_notes(*model_, zarn::language_t::c);
     ASSERT_EQ(coder_c::generate_code(folder_.text(), model_.get()), result_ok);
     compare(file(".c") / "zarn-ccoder", folder_.path() / "zarn-ccoder");
 }
@@ -65,6 +69,23 @@ TEST_P(Vector, Python) {
     compile();
     ASSERT_EQ(coder_py::generate_code(folder_.text(), model_.get()), result_ok);
     compare(file(".py") / "zarn-pcoder", folder_.path() / "zarn-pcoder");
+}
+
+TEST_P(Vector, ProjectsBuildAndRunUnlessTheNotesSayOtherwise) {
+    if (!has_builders()) GTEST_SKIP() << "needs cc and python3";
+    compile();
+    const auto told = [](const std::vector<zarn::note_t>& notes, std::string_view what) {
+        return std::any_of(notes.begin(), notes.end(), [&](const auto& note) { return note.what == what; });
+    };
+    const auto notes_c = zarn::find_notes(*model_, zarn::language_t::c);
+    ASSERT_EQ(coder_c::generate_code(folder_.text(), model_.get()), result_ok);
+    const outcome_t compiled = compile_c(folder_.path() / "zarn-ccoder");
+    EXPECT_EQ(compiled.status != 0, told(notes_c, zarn::not_compiled)) << compiled.text;
+
+    const auto notes_py = zarn::find_notes(*model_, zarn::language_t::python);
+    ASSERT_EQ(coder_py::generate_code(folder_.text(), model_.get()), result_ok);
+    const outcome_t parsed = parse_py(folder_.path() / "zarn-pcoder");
+    EXPECT_EQ(parsed.status != 0, told(notes_py, zarn::not_parsed)) << parsed.text;
 }
 
 INSTANTIATE_TEST_SUITE_P(Models, Vector, testing::ValuesIn(models()),

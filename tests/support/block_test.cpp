@@ -123,6 +123,10 @@ Bench& Bench::forced(const std::vector<type_t>& types) {
     return *this;
 }
 
+Bench& Bench::forced_as(const signature_t& row) {
+    return forced(std::vector<type_t>{row.types.begin(), row.types.begin() + row.inputs + row.outputs});
+}
+
 std::string Bench::struct_c() {
     return written([this](sys::File& file) { code_result_ = block_->code_struct_c(file); });
 }

@@ -77,6 +77,8 @@ public:
     Bench& typed();
     /// Types the ports as told, inputs and then outputs, whatever the class's rule says.
     Bench& forced(const std::vector<type_t>& types);
+    /// The same as a row of accepted combinations tells.
+    Bench& forced_as(const signature_t& row);
 
     /// The text that an emission writes, with the prefix of its language.
     std::string struct_c();

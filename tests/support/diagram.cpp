@@ -6,7 +6,7 @@
 
 namespace tessel::test {
 
-Diagram::Diagram() : properties_(std::make_shared<PropertiesModel>()), model_(std::make_unique<MetaModel>()) {
+Diagram::Diagram() : properties_(std::make_shared<PropertiesModel>()), model_(create_empty_meta_model()) {
     model_->set_properties(properties_);
     set_time(0.0, 1.0, 0.1);
     add("subsys", "mainsys", 0);

@@ -8,7 +8,6 @@
 #include "IExecModel.h"
 #include "IMetaModel.h"
 #include "PropertiesModel.h"
-#include "model/MetaModel.h"
 
 namespace tessel::test {
 
@@ -38,12 +37,12 @@ public:
     /// The runnable model of the compiled diagram.
     std::shared_ptr<IExecModel> build();
 
-    MetaModel& model() { return *model_; }
+    IMetaModel& model() { return *model_; }
     PropertiesModel& properties() { return *properties_; }
 
 private:
     std::shared_ptr<PropertiesModel> properties_;
-    std::unique_ptr<MetaModel> model_;
+    std::shared_ptr<IMetaModel> model_;
 };
 
 }  // namespace tessel::test

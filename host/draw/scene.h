@@ -1,0 +1,82 @@
+// One page of the drawing with everything in its place.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/draw/diagram.h"
+#include "host/draw/geometry.h"
+#include "host/draw/symbols.h"
+
+namespace zarn::draw {
+
+struct Port {
+    int number = 0;
+    std::string label;
+    Point at;
+    Point out;            ///< which way a wire leaves here
+    bool linked = false;  ///< whether a wire ends or starts here
+    bool broken = false;  ///< named by a link, but not there
+};
+
+/// A line of text, at its baseline.
+struct Label {
+    enum class Kind { name, type, link, note, broken } kind = Kind::name;
+    std::string text;
+    Point at;  ///< left end of the baseline
+    double size = 10;
+    Rect box;
+    std::string hint;  ///< the whole text when it had to be shortened
+};
+
+struct Scene;
+
+struct Node {
+    std::size_t block = 0;
+    Symbol symbol;
+    Rect box;  ///< before it is turned
+    double rotation = 0;
+    std::vector<Port> inputs, outputs;  ///< the enable input among the inputs
+    std::unique_ptr<Scene> inner;       ///< of a subsystem that is drawn with its content
+    Point inner_at;                     ///< where that has its origin
+
+    Rect bounds() const { return turned_bounds(box, rotation); }
+};
+
+struct Wire {
+    Polyline path;
+    std::size_t source = none;  ///< block whose output it carries
+    std::string type;           ///< short name, "" while unknown
+    bool broken = false;
+    bool arrow = true;
+};
+
+/// A dot where wires of one signal part.
+struct Joint {
+    Point at;
+    std::string type;
+};
+
+struct Scene {
+    std::size_t owner = 0;  ///< the block whose content this is
+    std::vector<Node> nodes;
+    std::vector<Wire> wires;
+    std::vector<Joint> joints;
+    std::vector<Label> labels;
+    std::vector<std::string> notes;
+    Rect bounds;
+};
+
+struct DrawOptions {
+    int depth = 0;          ///< so many levels of subsystems are drawn with their content in place
+    bool relayout = false;  ///< passes over the positions of the file
+    std::chrono::milliseconds layout_limit{10'000};  ///< for Graphviz's dot
+};
+
+/// The pages of a diagram, the root's first. `note` gets what the user should know about the making.
+std::vector<Scene> make_scenes(const Diagram& diagram, const DrawOptions& options, std::string& note);
+
+}  // namespace zarn::draw

@@ -1,0 +1,83 @@
+// The step loop of the serial path allocates nothing. This file replaces the allocation functions of the program.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+#include "exec/Exec.h"
+#include "tests/support/ExecBuilder.h"
+
+namespace {
+std::atomic<std::size_t> allocations{0};
+
+void* counted(std::size_t size) {
+    ++allocations;
+    if (void* memory = std::malloc(size != 0 ? size : 1)) return memory;
+    throw std::bad_alloc();
+}
+}  // namespace
+
+void* operator new(std::size_t size) { return counted(size); }
+void* operator new[](std::size_t size) { return counted(size); }
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete[](void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
+
+namespace tessel::test {
+namespace {
+
+struct Half {
+    using in = inputs<double>;
+    using out = outputs<double>;
+    static double eval(double u) noexcept { return 0.5 * u + 1.0; }
+};
+
+/// An object without a lowering that does not note its steps.
+class Plain final : public Ports<inputs<std::int16_t>, outputs<std::int16_t>> {
+public:
+    void step() noexcept override { out0.value = in0.value; }
+};
+
+class Counter final : public RunMonitor {
+public:
+    bool step_done(double) noexcept override {
+        if (steps++ == 0) first = allocations;
+        last = allocations;
+        return true;
+    }
+    std::size_t steps = 0, first = 0, last = 0;
+};
+
+TEST(Allocation, CounterCounts) {
+    const std::size_t before = allocations;
+    delete new int;
+    EXPECT_EQ(allocations, before + 1);
+}
+
+TEST(Allocation, StepLoopAllocatesNothing) {
+    for (const engine_t engine : {engine_t::objects, engine_t::plan}) {
+        ExecBuilder b;
+        b.model.set_engine(engine);
+        for (std::uint64_t id = 1; id <= 200; ++id) {
+            std::unique_ptr<ExecBlock> block;
+            if (id % 50 == 10) block = make_exec<HoldExec<inputs<bool>, outputs<>>>();
+            else if (id % 7 == 0) block = std::make_unique<Plain>();
+            else block = make_exec<Exec<Half>>();
+            block->set_identity(id, 0);
+            b.put(std::move(block), id > 100 ? 60 : 0);
+            if (id > 1) b.link(id - 1, id);
+        }
+        b.link(59, 60);
+        Counter counter;
+        b.model.set_monitor(&counter);
+        b.times(0.0, 99.0, 1.0).run();
+        EXPECT_EQ(counter.steps, 100u);
+        EXPECT_EQ(counter.last, counter.first);
+    }
+}
+
+}  // namespace
+}  // namespace tessel::test

@@ -1,0 +1,259 @@
+// The step loop against one written out: the ways to step a model that must agree on every value.
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+
+#include "core/thread_pool.h"
+#include "exec/Exec.h"
+#include "tests/support/ExecBuilder.h"
+
+namespace tessel::test {
+namespace {
+
+// ---- kernels of several shapes
+
+struct Sum {
+    using in = inputs<double, double>;
+    using out = outputs<double>;
+    static double eval(double a, double b) noexcept { return 0.5 * a + b; }
+};
+struct Mixed {
+    using in = inputs<std::int8_t, double>;
+    using out = outputs<double>;
+    static double eval(std::int8_t a, double b) noexcept { return a - 0.25 * b; }
+};
+struct Round {
+    using in = inputs<std::int32_t>;
+    using out = outputs<std::int32_t>;
+    static std::int32_t eval(std::int32_t u) noexcept {
+        return static_cast<std::int32_t>(static_cast<std::uint32_t>(u) * 3u + 1u);
+    }
+};
+struct Not {
+    using in = inputs<bool>;
+    using out = outputs<bool>;
+    static bool eval(bool u) noexcept { return !u; }
+};
+struct Pass {
+    using in = inputs<float>;
+    using out = outputs<float>;
+    static constexpr bool passes_through = true;
+    static float eval(float u) noexcept { return u; }
+};
+struct Clock {
+    using in = inputs<>;
+    using out = outputs<double>;
+    double phase = 0;
+    void start(double t, double& y) noexcept {
+        phase = t;
+        y = -1.0;
+    }
+    double eval(double t, double y) noexcept { return 7.0 * t - phase + 0.125 * y; }
+};
+struct Delay {
+    using in = inputs<double>;
+    using out = outputs<double>;
+    double last = 0;
+    double eval(double, double, double u) noexcept { return std::exchange(last, u); }
+};
+struct Choose {
+    using in = same_inputs<double, 3>;
+    using out = outputs<double>;
+    static double eval(const std::array<const double*, 3>& u) noexcept { return *u[0] > 0 ? *u[1] : *u[2]; }
+};
+using Display = HoldExec<inputs<double>, outputs<>>;
+using Enable = HoldExec<inputs<bool>, outputs<>>;
+
+std::unique_ptr<ExecBlock> make(unsigned kind) {
+    switch (kind % 11) {
+        case 0: return make_exec<Exec<Sum>>();
+        case 1: return make_exec<Exec<Mixed>>();
+        case 2: return make_exec<Exec<Round>>();
+        case 3: return make_exec<Exec<Not>>();
+        case 4: return make_exec<Exec<Pass>>();
+        case 5: return make_exec<StatefulExec<Clock>>();
+        case 6: return make_exec<StatefulExec<Delay>>();
+        case 7: return make_exec<Exec<Choose>>();
+        case 8: return make_exec<Display>();
+        case 9: return make_exec<Enable>();
+        default: return make_exec<Exec<Sum>>();
+    }
+}
+constexpr int input_counts[]{2, 2, 1, 1, 1, 0, 1, 3, 1, 1, 2};
+constexpr bool has_outputs[]{true, true, true, true, true, true, true, true, false, false, true};
+
+// ---- random models
+
+struct plan_t {
+    std::uint64_t objects;
+    std::int32_t zones;   // the list goes by zones; 0 lets links run anywhere and leaves the list unordered
+    unsigned foreign_in;  // one object in so many has no lowering; 0 for none
+    unsigned gated_in;    // likewise gated
+};
+
+/// A model from a seed: the same each time.
+void fill(ExecBuilder& b, const plan_t& plan, unsigned long seed) {
+    std::mt19937 random(static_cast<unsigned>(seed));
+    std::vector<unsigned> kinds;
+    std::vector<std::uint64_t> enables;
+    std::size_t known = 0;                  // enable blocks of earlier zones, where there are zones
+    std::vector<std::uint64_t> zone_begin;  // first id of each zone
+    std::int32_t zone = -1;
+    for (std::uint64_t id = 1; id <= plan.objects; ++id) {
+        const auto own =
+            plan.zones == 0
+                ? 0
+                : static_cast<std::int32_t>((id - 1) * static_cast<std::uint64_t>(plan.zones) / plan.objects);
+        if (own != zone) {
+            zone_begin.push_back(id);
+            known = enables.size();
+        }
+        zone = own;
+        unsigned kind = static_cast<unsigned>(random() % 11);
+        if (plan.gated_in == 0 && kind == 9) kind = 0;
+        const bool foreign = plan.foreign_in != 0 && random() % plan.foreign_in == 0 && kind != 9;
+        std::uint64_t gate = 0;
+        if (plan.zones == 0) known = enables.size();
+        if (plan.gated_in != 0 && known != 0 && random() % plan.gated_in == 0) gate = enables[random() % known];
+        if (foreign) {
+            kind = 0;
+            b.add(id, 2, 1, gate, zone).on_step = [](TestExec& object) { object.out() = object.in(0) - object.in(1); };
+        } else {
+            auto object = make(kind);
+            object->set_identity(id, zone);
+            b.put(std::move(object), gate);
+        }
+        kinds.push_back(kind);
+        if (kind == 9) enables.push_back(id);
+        // inputs: mostly from earlier zones, and from anywhere where the order does not matter
+        const std::uint64_t before = plan.zones == 0 ? plan.objects : zone_begin.back() - 1;
+        for (int n = 0; before != 0 && n < input_counts[kind]; ++n)
+            if (random() % 12 != 0) b.link(1 + random() % before, 0, id, n);
+    }
+    // gates that come later in the list: their objects see the reset flag
+    if (plan.gated_in != 0 && plan.zones == 0 && !enables.empty())
+        for (std::uint64_t id = 1; id <= plan.objects; id += 9)
+            if (kinds[id - 1] != 9) b.properties->enable_map[id].second = enables[random() % enables.size()];
+    b.times(0.5, 0.5 + 0.1 * static_cast<double>(random() % 30), 0.1);
+}
+
+/// The run as it is told, object by object.
+void slow_run(ExecBuilder& b) {
+    static constexpr bool always = true;
+    auto& blocks = b.model.blocks;
+    for (const link_t& link : b.properties->links) {
+        ExecBlock* src = b.model.find_block(link.srcId);
+        ExecBlock* dst = b.model.find_block(link.dstId);
+        if (src->output(link.srcPort) == nullptr) continue;
+        dst->input(link.dstPort)->connect(*src, static_cast<std::uint16_t>(link.srcPort));
+    }
+    std::vector<bool*> flags;
+    for (const auto& block : blocks) {
+        const std::uint64_t gate = b.properties->enable_map.at(block->id()).second;
+        block->set_enable(&always);
+        if (gate == 0) continue;
+        flags.push_back(static_cast<bool*>(b.model.find_block(gate)->input(0)->value_ptr()));
+        block->set_enable(flags.back());
+    }
+    const double ti = b.properties->get("ti").payload<double>(), tf = b.properties->get("tf").payload<double>();
+    const double ts = b.properties->get("ts").payload<double>();
+    for (const auto& block : blocks) {
+        block->set_time(ti);
+        block->start();
+    }
+    for (double t = ti; tf >= t; t = t + ts) {
+        for (bool* flag : flags) *flag = false;
+        for (const auto& block : blocks) {
+            if (!block->enabled()) continue;
+            block->set_time(t);
+            block->sample();
+            block->step();
+        }
+    }
+    for (const auto& block : blocks) block->finish();
+}
+
+/// Every cell of every port, and the clock as far as `zone` shows it.
+std::vector<std::uint64_t> cells(ExecBuilder& b) {
+    std::vector<std::uint64_t> all;
+    for (const auto& block : b.model.blocks) {
+        all.push_back(static_cast<std::uint64_t>(block->zone()));
+        for (std::int16_t i = 0; ExecPort* port = block->input(i); ++i) {
+            std::uint64_t bits = 0;
+            std::memcpy(&bits, port->value_ptr(), size_of(port->type()));
+            all.push_back(bits);
+        }
+    }
+    return all;
+}
+
+void expect_agreement(const plan_t& plan, unsigned long seed) {
+    ExecBuilder slow;
+    fill(slow, plan, seed);
+    slow_run(slow);
+    const auto expected = cells(slow);
+    for (const engine_t engine : {engine_t::objects, engine_t::plan}) {
+        ExecBuilder fast;
+        fill(fast, plan, seed);
+        fast.model.set_engine(engine);
+        fast.run();
+        ASSERT_EQ(cells(fast), expected) << "seed " << seed << (engine == engine_t::plan ? ", plan" : ", objects");
+        fast.run();  // cells, states and flags of the first run are where this one begins
+        slow_run(slow);
+        ASSERT_EQ(cells(fast), cells(slow)) << "second run, seed " << seed;
+        slow.model.clear();
+        slow.properties->links.clear();
+        fill(slow, plan, seed);
+        slow_run(slow);
+    }
+}
+
+TEST(Engines, AgreeOnZonedModels) {
+    for (unsigned long seed = 0; seed < 300; ++seed) expect_agreement({5 + seed % 60, 6, 0, 0}, seed);
+}
+
+TEST(Engines, AgreeOnGatedModels) {
+    for (unsigned long seed = 0; seed < 300; ++seed) expect_agreement({5 + seed % 60, 8, 0, 2}, seed);
+}
+
+TEST(Engines, AgreeOnModelsWithForeignObjects) {
+    for (unsigned long seed = 0; seed < 300; ++seed) expect_agreement({5 + seed % 60, 5, 6, 3}, seed);
+}
+
+TEST(Engines, AgreeOnListsInAnyOrder) {
+    for (unsigned long seed = 0; seed < 300; ++seed) expect_agreement({5 + seed % 60, 0, 0, 0}, seed);
+    for (unsigned long seed = 0; seed < 300; ++seed) expect_agreement({5 + seed % 60, 0, 7, 3}, seed);
+}
+
+// ---- the parallel path
+
+TEST(Engines, AgreeOnAnyNumberOfThreads) {
+    const plan_t plan{33 * 1100, 33, 0, 5};
+    for (const unsigned long seed : {1ul, 2ul}) {
+        ExecBuilder slow;
+        fill(slow, plan, seed);
+        // find_block of a long list for every link would take minutes: the serial path is the measure here
+        slow.times(0.5, 1.0, 0.1);
+        slow.model.set_engine(engine_t::objects);
+        sys::set_hardware_threads(1);
+        slow.run();
+        const auto expected = cells(slow);
+        for (const unsigned hardware : {1u, 2u, 3u, 8u}) {
+            for (const engine_t engine : {engine_t::objects, engine_t::plan}) {
+                ExecBuilder fast;
+                fill(fast, plan, seed);
+                fast.times(0.5, 1.0, 0.1);
+                fast.model.set_engine(engine);
+                sys::set_hardware_threads(hardware);
+                fast.run();
+                EXPECT_TRUE(cells(fast) == expected) << hardware << (engine == engine_t::plan ? " plan" : " objects");
+            }
+        }
+        sys::set_hardware_threads(0);
+    }
+}
+
+}  // namespace
+}  // namespace tessel::test

@@ -1,0 +1,101 @@
+
+#include "coder.h"
+#include "model.h"
+
+void init(model_t *p_model)
+{
+    p_model->time_now_sec = 0.0;
+    p_model->time_step_sec = 0.0;
+
+    /*
+     * path: mainsys.Clock
+     * class: time
+     * id: 20, parent: 0, tier: 0, zone: 0
+     */
+    // no initialization is required
+
+    /*
+     * path: mainsys.Limit
+     * class: constant
+     * id: 21, parent: 0, tier: 0, zone: 0
+     */
+    p_model->Limit_21.port0 = 0.6;
+
+    /*
+     * path: mainsys.Late
+     * class: relational
+     * id: 22, parent: 0, tier: 0, zone: 1
+     */
+    // no initialization is required
+
+    /*
+     * path: mainsys.Sub.Gate
+     * class: enable
+     * id: 23, parent: 0, tier: 0, zone: 2
+     */
+    // no initialization is required
+
+    /*
+     * path: mainsys.Sub.Blk
+     * class: sin
+     * id: 42, parent: 70, tier: 1, zone: 1001
+     */
+    // no initialization is required
+
+    /*
+     * path: mainsys.Sub.Log
+     * class: to_workspace
+     * id: 44, parent: 70, tier: 1, zone: 1002
+     */
+    // no initialization is required
+
+}
+
+void step(model_t *p_model)
+{
+    /*
+     * path: mainsys.Clock
+     * class: time
+     * id: 20, parent: 0, tier: 0, zone: 0
+     */
+    p_model->Clock_20.port0 = p_model->time_now_sec;
+
+    /*
+     * path: mainsys.Limit
+     * class: constant
+     * id: 21, parent: 0, tier: 0, zone: 0
+     */
+    // no code generated
+
+    /*
+     * path: mainsys.Late
+     * class: relational
+     * id: 22, parent: 0, tier: 0, zone: 1
+     */
+    p_model->Late_22.port0 = p_model->Clock_20.port0 > p_model->Limit_21.port0;
+
+    /*
+     * path: mainsys.Sub.Gate
+     * class: enable
+     * id: 23, parent: 0, tier: 0, zone: 2
+     */
+    // no code generated
+
+    if (p_model->Late_22.port0)
+    {
+        /*
+         * path: mainsys.Sub.Blk
+         * class: sin
+         * id: 42, parent: 70, tier: 1, zone: 1001
+         */
+        p_model->Blk_42.port0 = sin(p_model->Clock_20.port0);
+
+        /*
+         * path: mainsys.Sub.Log
+         * class: to_workspace
+         * id: 44, parent: 70, tier: 1, zone: 1002
+         */
+        // no code generated
+
+    }
+}

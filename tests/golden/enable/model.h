@@ -1,0 +1,41 @@
+
+#pragma once
+
+#include "coder.h"
+
+typedef struct
+{
+    double port0;
+} time_flt64_t;
+
+typedef struct
+{
+    double port0;
+} constant_flt64_t;
+
+typedef struct
+{
+    bool port0;
+} relational_bool_t;
+
+typedef struct
+{
+    double port0;
+} sin_flt64_t;
+
+typedef struct
+{
+    time_flt64_t Clock_20;
+    constant_flt64_t Limit_21;
+    relational_bool_t Late_22;
+    sin_flt64_t Blk_42;
+
+    double time_now_sec;
+    double time_step_sec;
+} model_t;
+
+// initialize model for simulation
+ZARN_API void init(model_t *p_model);
+
+// simulation step
+ZARN_API void step(model_t *p_model);

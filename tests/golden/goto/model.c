@@ -1,0 +1,56 @@
+
+#include "coder.h"
+#include "model.h"
+
+void init(model_t *p_model)
+{
+    p_model->time_now_sec = 0.0;
+    p_model->time_step_sec = 0.0;
+
+    /*
+     * path: mainsys.Clock
+     * class: time
+     * id: 20, parent: 0, tier: 0, zone: 0
+     */
+    // no initialization is required
+
+    /*
+     * path: mainsys.Blk
+     * class: sin
+     * id: 42, parent: 0, tier: 0, zone: 1
+     */
+    // no initialization is required
+
+    /*
+     * path: mainsys.Log
+     * class: to_workspace
+     * id: 44, parent: 0, tier: 0, zone: 2
+     */
+    // no initialization is required
+
+}
+
+void step(model_t *p_model)
+{
+    /*
+     * path: mainsys.Clock
+     * class: time
+     * id: 20, parent: 0, tier: 0, zone: 0
+     */
+    p_model->Clock_20.port0 = p_model->time_now_sec;
+
+    /*
+     * path: mainsys.Blk
+     * class: sin
+     * id: 42, parent: 0, tier: 0, zone: 1
+     */
+    p_model->Blk_42.port0 = sin(p_model->Clock_20.port0);
+
+    /*
+     * path: mainsys.Log
+     * class: to_workspace
+     * id: 44, parent: 0, tier: 0, zone: 2
+     */
+    // no code generated
+
+}

@@ -1,0 +1,46 @@
+
+#include "coder.h"
+#include "model.h"
+
+void init(model_t *p_model)
+{
+    p_model->time_now_sec = 0.0;
+    p_model->time_step_sec = 0.0;
+
+    /*
+     * path: mainsys.Blk
+     * class: inport
+     * id: 42, parent: 0, tier: 0, zone: 0
+     */
+    p_model->Blk_42.index = find_token(FILE_INPUT_TOKENS, "Blk");
+    if (p_model->Blk_42.index == 0)
+    {
+        return -1;
+    }
+
+    /*
+     * path: mainsys.Log
+     * class: to_workspace
+     * id: 44, parent: 0, tier: 0, zone: 1
+     */
+    // no initialization is required
+
+}
+
+void step(model_t *p_model)
+{
+    /*
+     * path: mainsys.Blk
+     * class: inport
+     * id: 42, parent: 0, tier: 0, zone: 0
+     */
+    p_model->Blk_42.port0 = strtod(FILE_INPUT_TOKENS[p_model->Blk_42.index], NULL);
+
+    /*
+     * path: mainsys.Log
+     * class: to_workspace
+     * id: 44, parent: 0, tier: 0, zone: 1
+     */
+    // no code generated
+
+}

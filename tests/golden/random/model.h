@@ -1,0 +1,26 @@
+
+#pragma once
+
+#include "coder.h"
+
+typedef struct
+{
+    double port0;
+    double value_max;
+    double value_min;
+    unsigned long int seed;
+} random_flt64_t;
+
+typedef struct
+{
+    random_flt64_t Blk_42;
+
+    double time_now_sec;
+    double time_step_sec;
+} model_t;
+
+// initialize model for simulation
+ZARN_API void init(model_t *p_model);
+
+// simulation step
+ZARN_API void step(model_t *p_model);

@@ -1,0 +1,44 @@
+
+#include "coder.h"
+#include "model.h"
+
+void init(model_t *p_model)
+{
+    p_model->time_now_sec = 0.0;
+    p_model->time_step_sec = 0.0;
+
+    /*
+     * path: mainsys.Blk
+     * class: step
+     * id: 42, parent: 0, tier: 0, zone: 0
+     */
+    p_model->Blk_42.value_init = -1;
+    p_model->Blk_42.value_final = 4;
+    p_model->Blk_42.step_time = 1;
+
+    /*
+     * path: mainsys.Log
+     * class: to_workspace
+     * id: 44, parent: 0, tier: 0, zone: 1
+     */
+    // no initialization is required
+
+}
+
+void step(model_t *p_model)
+{
+    /*
+     * path: mainsys.Blk
+     * class: step
+     * id: 42, parent: 0, tier: 0, zone: 0
+     */
+    p_model->Blk_42.port0 = (p_model->time_now_sec > p_model->Blk_42.step_time) ? p_model->Blk_42.value_init : p_model->Blk_42.value_final;
+
+    /*
+     * path: mainsys.Log
+     * class: to_workspace
+     * id: 44, parent: 0, tier: 0, zone: 1
+     */
+    // no code generated
+
+}

@@ -1,0 +1,44 @@
+
+#pragma once
+
+#include "coder.h"
+
+typedef struct
+{
+    double port0;
+} time_flt64_t;
+
+typedef struct
+{
+    double port0;
+    unsigned int index;
+} inport_flt64_t;
+
+typedef struct
+{
+    double port0;
+} sin_flt64_t;
+
+typedef struct
+{
+    double port0;
+    unsigned int index;
+    const char *name;
+} outport_flt64_t;
+
+typedef struct
+{
+    time_flt64_t Clock_20;
+    inport_flt64_t u_24;
+    sin_flt64_t Blk_42;
+    outport_flt64_t y_25;
+
+    double time_now_sec;
+    double time_step_sec;
+} model_t;
+
+// initialize model for simulation
+ZARN_API void init(model_t *p_model);
+
+// simulation step
+ZARN_API void step(model_t *p_model);

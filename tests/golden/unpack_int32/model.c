@@ -1,0 +1,57 @@
+
+#include "coder.h"
+#include "model.h"
+
+void init(model_t *p_model)
+{
+    p_model->time_now_sec = 0.0;
+    p_model->time_step_sec = 0.0;
+
+    /*
+     * path: mainsys.In0
+     * class: constant
+     * id: 11, parent: 0, tier: 0, zone: 0
+     */
+    p_model->In0_11.port0 = 240;
+
+    /*
+     * path: mainsys.Blk
+     * class: unpack
+     * id: 42, parent: 0, tier: 0, zone: 1
+     */
+    p_model->Blk_42.mask = 255;
+
+    /*
+     * path: mainsys.Log
+     * class: to_workspace
+     * id: 44, parent: 0, tier: 0, zone: 2
+     */
+    // no initialization is required
+
+}
+
+void step(model_t *p_model)
+{
+    /*
+     * path: mainsys.In0
+     * class: constant
+     * id: 11, parent: 0, tier: 0, zone: 0
+     */
+    // no code generated
+
+    /*
+     * path: mainsys.Blk
+     * class: unpack
+     * id: 42, parent: 0, tier: 0, zone: 1
+     */
+    p_model->Blk_42.masked = ((unsigned int) p_model->In0_11.port0) & p_model->Blk_42.mask;
+    p_model->Blk_42.port0 = (p_model->Blk_42.masked >> 4) * 2 + 0.5;
+
+    /*
+     * path: mainsys.Log
+     * class: to_workspace
+     * id: 44, parent: 0, tier: 0, zone: 2
+     */
+    // no code generated
+
+}

@@ -1,0 +1,31 @@
+
+#pragma once
+
+#include "coder.h"
+
+typedef struct
+{
+    int port0;
+} constant_int32_t;
+
+typedef struct
+{
+    double port0;
+    unsigned int mask;
+    unsigned int masked;
+} unpack_flt64_t;
+
+typedef struct
+{
+    constant_int32_t In0_11;
+    unpack_flt64_t Blk_42;
+
+    double time_now_sec;
+    double time_step_sec;
+} model_t;
+
+// initialize model for simulation
+ZARN_API void init(model_t *p_model);
+
+// simulation step
+ZARN_API void step(model_t *p_model);
