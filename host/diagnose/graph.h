@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <filesystem>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -37,6 +38,7 @@ struct node_t {
     std::size_t reference = none;  // position in `references` of the one that brought the block
     std::string pointer;           // of the block's object in its file
     std::string path;              // for messages; always set
+    bool damaged = false;          // the file holds values for it that the library refuses
     bool hangs = true;             // whether the way up ends at the root
 
     std::uint64_t id() const noexcept { return properties->id; }
@@ -60,11 +62,12 @@ struct reference_t {
     std::uint64_t id = 0;        // of its `refsys` block
     std::size_t finding = none;  // the finding about it when it could not be read whole
     bool garbled = false;        // its ids and other values are not those of the file
+    std::size_t circle = none;   // the finding that it leads back to the main file
 };
 
 /// Blocks in the order in which the loader inserts them, the root first.
 struct graph_t {
-    std::vector<file_t> files;
+    std::deque<file_t> files;  // a deque, so that the JSON stays where it is
     std::vector<node_t> nodes;
     std::vector<edge_t> edges;
     std::vector<reference_t> references;

@@ -207,6 +207,8 @@ private:
             dead.node != none && wiring_.typed[dead.node][static_cast<std::size_t>(dead.port)].source == none;
         if (starves) wiring_.excused[dead.node][static_cast<std::size_t>(dead.port)] = true;
         if (dead.code == nullptr) return;
+        if (dead.about != nullptr && dead.about->damaged) return;  // an error of its own
+        if (dead.about != nullptr && report_.is_broken_reference(*dead.about) && !starves) return;
         if (starves && dead.about != nullptr && report_.blame_reference(*dead.about)) return;
         if (starves && report_.blame_reference(at(dead.node))) return;
         std::string what = dead.what;
@@ -259,11 +261,11 @@ void tell_missing(const graph_t& graph, const node_t& node, const std::vector<st
 void bind_links(const graph_t& graph, wiring_t& wiring, Report& report) { Binder(graph, wiring, report).run(); }
 
 void check_sources(const graph_t& graph, const wiring_t& wiring, Report& report) {
-    const live_index_t index = index_of(graph, wiring.live);
+    const auto doubled = starving_ids(graph);
     for (const std::size_t position : wiring.live) {
         const node_t& node = graph.nodes[position];
-        if (node.is(hash_inport) && node.parent() == 0) continue;  // an input of the whole model
-        if (index.at(node.id()) != position) continue;  // a second block with an id gets no link: told with the id
+        if (node.is(hash_inport) && node.parent() == 0) continue;   // an input of the whole model
+        if (node.damaged || doubled.contains(node.id())) continue;  // told with the file, told with the id
         std::vector<std::size_t> missing;
         for (std::size_t i = node.is(hash_cast) ? 1 : 0; i < node.inputs();
              ++i)  // a cast's own input has its own check

@@ -64,21 +64,22 @@ bool Loader::check_element(const std::string& pointer, json& element, std::size_
                            element_t& out) {
     constexpr const char* mend = "write an object with one key, the class name, whose value is the block's object";
     if (!element.is_object() || element.empty()) {
-        report_.at_place("Z104", weight, file, pointer,
-                         element.is_object() ? "this element of \"blocks\" has no class name"
-                                             : tessel::format("this element of \"blocks\" is {}, but must be an object",
-                                                              kind_of(element)),
-                         mend);
+        report_->at_place(
+            "Z104", weight, file, pointer,
+            element.is_object()
+                ? "this element of \"blocks\" has no class name"
+                : tessel::format("this element of \"blocks\" is {}, but must be an object", kind_of(element)),
+            mend);
         return false;
     }
     const auto first = element.begin();
     out = {pointer + segment(first.key()), first.key(), &*first, nullptr};
     if (element.size() > 1)
-        report_.at_place("Z105", severity_t::warning, file, pointer,
-                         tessel::format("this element of \"blocks\" has {} keys, and only the first in the order of "
-                                        "the alphabet counts: \"{}\"",
-                                        element.size(), first.key()),
-                         "give each block an element of its own");
+        report_->at_place("Z105", severity_t::warning, file, pointer,
+                          tessel::format("this element of \"blocks\" has {} keys, and only the first in the order of "
+                                         "the alphabet counts: \"{}\"",
+                                         element.size(), first.key()),
+                          "give each block an element of its own");
     const std::string name = first.key().c_str();  // as the library reads it, up to a zero byte
     out.row = tessel::factory::find_class(tessel::class_hash_of(name));
     if (out.row == nullptr || name.empty()) {
@@ -86,12 +87,12 @@ bool Loader::check_element(const std::string& pointer, json& element, std::size_
         std::vector<std::string> known;
         for (const auto& row : tessel::factory::class_rows()) known.emplace_back(row.name);
         const std::string near = nearest_name(name, known);
-        report_.at_place("Z108", weight, file, out.pointer, tessel::format("there is no block class \"{}\"", name),
-                         near.empty() ? "'zarn blocks' lists the classes" : tessel::format("write \"{}\"", near));
+        report_->at_place("Z108", weight, file, out.pointer, tessel::format("there is no block class \"{}\"", name),
+                          near.empty() ? "'zarn blocks' lists the classes" : tessel::format("write \"{}\"", near));
         return false;
     }
     if (!first->is_object()) {
-        report_.at_place(
+        report_->at_place(
             "Z104", weight, file, out.pointer,
             tessel::format("the value of \"{}\" is {}, but must be the block's object", name, kind_of(*first)), mend);
         return false;
@@ -109,7 +110,7 @@ void Loader::skip(const json& object) {
 bool Loader::insert(const element_t& element, std::size_t file, std::size_t reference, severity_t weight) {
     bool refused = false;
     const json kept =
-        check_block_values(report_, *element.object, *element.row, file, element.pointer, refused, weight);
+        check_block_values(*report_, *element.object, *element.row, file, element.pointer, refused, weight);
     node_t node;
     node.properties = std::make_shared<tessel::PropertiesBlock>();
     node.block = tessel::factory::create(element.row->name, node.properties);
@@ -119,12 +120,13 @@ bool Loader::insert(const element_t& element, std::size_t file, std::size_t refe
     node.file = file;
     node.reference = reference;
     node.pointer = element.pointer;
+    node.damaged = refused;
     constexpr std::size_t most = std::size_t{1} << 26;  // 2 GiB of ports
     total_ports_ += node.inputs();
     if (total_ports_ > most) {
-        report_.at_place("Z115", severity_t::error, file, element.pointer,
-                         tessel::format("the blocks up to this one have {} inputs together", total_ports_),
-                         "write the number of inputs that each block has, at most 8");
+        report_->at_place("Z115", severity_t::error, file, element.pointer,
+                          tessel::format("the blocks up to this one have {} inputs together", total_ports_),
+                          "write the number of inputs that each block has, at most 8");
         node.properties->inportCount = 0;
         node.block = tessel::factory::create(element.row->name, node.properties);
         total_ports_ = 0;
@@ -146,20 +148,20 @@ void Loader::insert_root() {
 void Loader::main_file(const std::filesystem::path& path) {
     unread_t unread;
     if (!read(path, path.string(), unread)) {
-        const finding_id id = report_.at_place(
+        const finding_id id = report_->at_place(
             unread.code.c_str(), severity_t::error, 0, "", unread.what,
             unread.code == "Z101" ? "name a file that exists and that you may read" : "mend the text at this place");
-        report_[id].line = unread.place.line;
-        report_[id].column = unread.place.column;
+        (*report_)[id].line = unread.place.line;
+        (*report_)[id].column = unread.place.column;
         return;
     }
     json& file = graph_.files[0].json;
     if (!file.is_object() || !file.contains("blocks")) {
-        report_.at_place("Z103", severity_t::warning, 0, "",
-                         file.is_object()
-                             ? "the file has no \"blocks\", so there is nothing to run"
-                             : tessel::format("the file holds {}, but a model is an object", kind_of(file)),
-                         "write an object with \"blocks\", \"links\" and \"model\"");
+        report_->at_place("Z103", severity_t::warning, 0, "",
+                          file.is_object()
+                              ? "the file has no \"blocks\", so there is nothing to run"
+                              : tessel::format("the file holds {}, but a model is an object", kind_of(file)),
+                          "write an object with \"blocks\", \"links\" and \"model\"");
     } else {
         insert_root();
         for (auto& [pointer, value] : elements_of(file)) {
@@ -201,9 +203,9 @@ void Loader::links(std::size_t file, std::size_t reference, const fresh_ids& ids
 
     for (const auto& [pointer, value] : elements) {
         bool refused = false;
-        const json kept = check_link_values(report_, *value, file, pointer, refused, weight);
+        const json kept = check_link_values(*report_, *value, file, pointer, refused, weight);
         if (refused && reference != none) {  // the loader stops here
-            spoil(reference, report_.last());
+            spoil(reference, report_->last());
             return;
         }
         if (!value->is_object()) continue;
@@ -217,7 +219,7 @@ void Loader::links(std::size_t file, std::size_t reference, const fresh_ids& ids
 void Loader::settings(std::size_t file) {
     const json& root = graph_.files[file].json;
     const auto found = root.find("model");
-    if (!root.is_object() || found == root.end() || !check_setting_values(report_, *found, file)) return;
+    if (!root.is_object() || found == root.end() || !check_setting_values(*report_, *found, file)) return;
     tessel::PropertiesModel properties;
     properties.import_json(json{{"model", *found}}, false);
     graph_.ti = double(properties.get("ti"));

@@ -16,7 +16,7 @@ namespace zarn {
 /// Fills a graph from a model file and the files that it refers to.
 class Loader {
 public:
-    Loader(graph_t& graph, Report& report) : graph_(graph), report_(report) {}
+    Loader(graph_t& graph, Report& report) : graph_(graph), report_(&report) {}
 
     void main_file(const std::filesystem::path& path);
 
@@ -52,6 +52,8 @@ private:
     void settings(std::size_t file);
     void refer(std::size_t refsys);
     void referenced_file(std::size_t file, std::size_t reference);
+    /// Inserts the blocks of a referenced file. Returns whether the loader goes on to its links.
+    bool referenced_blocks(std::size_t file, std::size_t reference, const fresh_ids& fresh);
     std::vector<std::uint64_t> written_ids(nlohmann::json& file, std::size_t position, std::size_t reference,
                                            bool& well);
     bool garble(std::size_t file, const std::vector<std::uint64_t>& ids, fresh_ids& inside);
@@ -60,7 +62,7 @@ private:
     }
 
     graph_t& graph_;
-    Report& report_;
+    Report* report_;
     std::size_t total_ports_ = 0;
 };
 

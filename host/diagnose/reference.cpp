@@ -17,7 +17,7 @@ void Loader::refer(std::size_t refsys) {
     const std::string name = held.block->param("path").text();
     const std::filesystem::path path = graph_.files[0].path.parent_path() / name;
     const std::size_t reference = graph_.references.size();
-    graph_.references.push_back({held.id(), none, false});
+    graph_.references.push_back({held.id(), none, false, none});
 
     std::error_code ignored;
     const bool circular = std::filesystem::equivalent(path, graph_.files[0].path, ignored);
@@ -30,22 +30,23 @@ void Loader::refer(std::size_t refsys) {
         std::string where;
         if (unread.place.line != 0)
             where = tessel::format(" (line {}, column {})", unread.place.line, unread.place.column);
-        spoil(reference, report_.at_place("Z110", severity_t::warning, 0, pointer,
-                                          tessel::format("the reference {} leads nowhere: {}{}", in_quotes(name),
-                                                         unread.what, where),
-                                          "name a model file, relative to the folder of this one"));
+        spoil(reference, report_->at_place("Z110", severity_t::warning, 0, pointer,
+                                           tessel::format("the reference {} leads nowhere: {}{}", in_quotes(name),
+                                                          unread.what, where),
+                                           "name a model file, relative to the folder of this one"));
     } else if (const json& content = graph_.files[file].json; !content.is_object() || !content.contains("blocks")) {
-        spoil(reference, report_.at_place("Z110", severity_t::warning, 0, pointer,
-                                          tessel::format("the referenced file {} has no \"blocks\"", in_quotes(name)),
-                                          "name a model file, relative to the folder of this one"));
+        spoil(reference, report_->at_place("Z110", severity_t::warning, 0, pointer,
+                                           tessel::format("the referenced file {} has no \"blocks\"", in_quotes(name)),
+                                           "name a model file, relative to the folder of this one"));
     } else {
-        if (circular)
-            report_.at_place(
+        if (circular) {
+            graph_.references[reference].circle = report_->at_place(
                 "Z112", severity_t::warning, 0, pointer,
-                tessel::format("the reference {} leads back to the file that it stands in; one copy of its "
-                               "blocks is read, without what they refer to",
+                tessel::format("the reference {} leads back to the file that it stands in; one copy of its blocks is "
+                               "read, without what they refer to",
                                in_quotes(name)),
                 "move what both need into a file of its own, and refer to that");
+        }
         referenced_file(file, reference);
     }
     graph_.nodes.push_back(std::move(held));
@@ -58,7 +59,7 @@ std::vector<std::uint64_t> Loader::written_ids(json& file, std::size_t position,
         if (!value->is_object() || value->empty()) {  // the loader stops before it has read a block
             element_t element;
             check_element(pointer, *value, position, severity_t::warning, element);
-            spoil(reference, report_.last());
+            spoil(reference, report_->last());
             well = false;
             continue;
         }
@@ -71,9 +72,10 @@ std::vector<std::uint64_t> Loader::written_ids(json& file, std::size_t position,
             ids.push_back(properties.id);
             continue;
         }
-        spoil(reference, report_.at_place("Z106", severity_t::warning, position, pointer + segment(first.key()) + "/id",
-                                          tessel::format("\"id\" is {}, but must be a number", kind_of(id)),
-                                          "write the block's id in decimal digits"));
+        spoil(reference,
+              report_->at_place("Z106", severity_t::warning, position, pointer + segment(first.key()) + "/id",
+                                tessel::format("\"id\" is {}, but must be a number", kind_of(id)),
+                                "write the block's id in decimal digits"));
         well = false;
     }
     return ids;
@@ -104,46 +106,61 @@ void Loader::referenced_file(std::size_t file, std::size_t reference) {
     bool well = true;
     const auto ids = written_ids(graph_.files[file].json, file, reference, well);
     if (!well) return;
-    const renumbering_t renumbering = check_renumbering(report_, graph_.files[file], file, ids);
+    const renumbering_t renumbering = check_renumbering(*report_, graph_.files[file], file, ids);
     fresh_ids fresh;
     if (renumbering.garbled) {
         spoil(reference, renumbering.finding);
         graph_.references[reference].garbled = true;
         if (!garble(file, ids, fresh)) {
-            report_[renumbering.finding].severity = severity_t::error;
+            (*report_)[renumbering.finding].severity = severity_t::error;
             return;
         }
     } else {
         for (const std::uint64_t id : ids) fresh.try_emplace(id, tessel::num::create_id());
     }
 
+    if (!renumbering.garbled) {
+        if (referenced_blocks(file, reference, fresh)) links(file, reference, fresh, severity_t::warning);
+        return;
+    }
+    // what is wrong with a file that is not read as it is written is the exchange of its ids
+    Report unheard(graph_);
+    Report* const heard = std::exchange(report_, &unheard);
+    if (referenced_blocks(file, reference, fresh)) links(file, reference, {}, severity_t::warning);
+    report_ = heard;
+}
+
+bool Loader::referenced_blocks(std::size_t file, std::size_t reference, const fresh_ids& fresh) {
+    const bool garbled = graph_.references[reference].garbled;
     for (auto& [pointer, value] : elements_of(graph_.files[file].json)) {
         element_t element;
         if (!check_element(pointer, *value, file, severity_t::warning, element)) {
-            spoil(reference, report_.last());
-            if (element.object == nullptr || !element.object->is_object()) return;  // the loader stops here
-            continue;                                                               // an unknown class is passed over
+            spoil(reference, report_->last());
+            if (element.object == nullptr || !element.object->is_object()) return false;  // the loader stops here
+            continue;  // an unknown class is passed over
         }
         const std::size_t before = graph_.nodes.size();
         if (!insert(element, file, reference, severity_t::warning)) {
             graph_.nodes.pop_back();
-            spoil(reference, report_.last());
-            return;
+            spoil(reference, report_->last());
+            return false;
         }
         node_t& node = graph_.nodes[before];
         if (const auto own = fresh.find(node.id()); own != fresh.end()) node.properties->id = own->second;
         const auto outer = fresh.find(node.parent());
         node.properties->parent = outer != fresh.end() ? outer->second : graph_.references[reference].id;
-        if (node.is(hash_refsys)) {
-            const finding_id nested = report_.at_place(
-                "Z111", severity_t::warning, file, element.pointer,
-                tessel::format("the reference {} stands in a referenced file, and its file is not read",
-                               in_quotes(node.block->param("path").text())),
-                "refer to that file from the main file");
-            graph_.references.push_back({node.id(), nested, false});
-        }
+        if (!node.is(hash_refsys)) continue;
+        // an empty reference of a copy is told with the copy
+        std::size_t nested = garbled ? graph_.references[reference].finding : graph_.references[reference].circle;
+        if (nested == none)
+            nested = report_->at_place("Z111", severity_t::warning, file, element.pointer,
+                                       tessel::format("the reference {} stands in a referenced file, and its file is "
+                                                      "not read",
+                                                      in_quotes(node.block->param("path").text())),
+                                       "refer to that file from the main file");
+        graph_.references.push_back({node.id(), nested, false, none});
     }
-    links(file, reference, renumbering.garbled ? fresh_ids{} : fresh, severity_t::warning);
+    return true;
 }
 
 }  // namespace zarn

@@ -26,9 +26,9 @@ finding_id Report::at_place(const char* code, severity_t severity, std::size_t f
 
 finding_id Report::at_block(const char* code, severity_t severity, const node_t& node, std::string what,
                             std::string mend) {
-    if (severity == severity_t::error && node.reference != none && graph_.references[node.reference].garbled) {
+    if (node.reference != none && graph_.references[node.reference].garbled) {
         const finding_id cause = graph_.references[node.reference].finding;
-        findings_[cause].severity = severity_t::error;
+        if (severity == severity_t::error) findings_[cause].severity = severity_t::error;
         return cause;
     }
     const finding_id id = at_place(code, severity, node.file, node.pointer, std::move(what), std::move(mend));
@@ -48,13 +48,19 @@ finding_id Report::at_link(const char* code, severity_t severity, const edge_t& 
     return id;
 }
 
-bool Report::blame_reference(const node_t& node) {
-    std::size_t cause = none;
-    if (node.reference != none) cause = graph_.references[node.reference].finding;
-    if (cause == none && node.is(hash_refsys)) {
+std::size_t Report::cause_at(const node_t& node) const {
+    if (node.reference != none && graph_.references[node.reference].finding != none)
+        return graph_.references[node.reference].finding;
+    if (node.is(hash_refsys))
         for (const reference_t& reference : graph_.references)
-            if (reference.id == node.id() && reference.finding != none) cause = reference.finding;
-    }
+            if (reference.id == node.id() && reference.finding != none) return reference.finding;
+    return none;
+}
+
+bool Report::is_broken_reference(const node_t& node) const { return node.is(hash_refsys) && cause_at(node) != none; }
+
+bool Report::blame_reference(const node_t& node) {
+    const std::size_t cause = cause_at(node);
     if (cause == none) return false;
     findings_[cause].severity = severity_t::error;
     return true;

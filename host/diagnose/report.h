@@ -15,8 +15,8 @@ namespace zarn {
 /// A reference to a finding that more may be learned about.
 using finding_id = std::size_t;
 
-/// Collects findings about one graph. What follows from a reference that could not be read whole is not told link by
-/// link: it makes the finding about that reference an error.
+/// Collects findings about one graph. What follows from a reference that could not be read whole, or not as it is
+/// written, is not told link by link: it makes the finding about that reference an error.
 class Report {
 public:
     explicit Report(const graph_t& graph) : graph_(graph) {}
@@ -38,6 +38,8 @@ public:
     /// Whether what is missing at this block is the work of a reference that could not be read whole; then that
     /// finding becomes an error.
     bool blame_reference(const node_t& node);
+    /// Whether this is a reference that could not be read whole.
+    bool is_broken_reference(const node_t& node) const;
 
     /// Names the blocks in findings about values inside them, once their paths are known.
     void name_blocks();
@@ -49,6 +51,9 @@ public:
     std::vector<finding_t> take();
 
 private:
+    /// The finding about the reference to which a block's faults are due.
+    std::size_t cause_at(const node_t& node) const;
+
     const graph_t& graph_;
     std::vector<finding_t> findings_;
     std::vector<std::size_t> files_;  // of each finding, its file

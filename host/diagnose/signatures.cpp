@@ -135,6 +135,12 @@ bool has_count(const node_t& node) {
     });
 }
 
+/// Whether a file gives a block of a fixed number of inputs more of them, and not all are fed.
+bool has_idle_input(const node_t& node, const std::vector<feed_t>& feeds) {
+    return node.row->inputs >= 0 && node.inputs() > static_cast<std::size_t>(node.row->inputs) &&
+           std::ranges::any_of(feeds, [](const feed_t& feed) { return feed.source == none; });
+}
+
 /// The changes of the nearest combination as casts.
 std::string casts_text(const graph_t& graph, const std::vector<feed_t>& feeds, const types_t& given,
                        const types_t& wanted) {
@@ -179,9 +185,10 @@ void tell_types(const graph_t& graph, const wiring_t& wiring, std::size_t positi
 void check_signatures(const graph_t& graph, const wiring_t& wiring, const typing_t& typing, Report& report) {
     for (const std::size_t position : wiring.live) {
         const node_t& node = graph.nodes[position];
-        if (node.is(hash_cast) || is_subsystem(node) || node.is(hash_from_workspace)) continue;
+        if (node.damaged || node.is(hash_cast) || is_subsystem(node) || node.is(hash_from_workspace)) continue;
         if (!has_count(node)) {
-            if (node.inputs() <= 8) tell_count(node, report);  // more is told as such
+            // more than 8, and inputs that the class does not have and nothing feeds, are told as such
+            if (node.inputs() <= 8 && !has_idle_input(node, wiring.typed[position])) tell_count(node, report);
             continue;
         }
         if (typing.unknown[position] || !node.block->has_all_types()) continue;

@@ -75,6 +75,13 @@ void check_counts(const graph_t& graph, Report& report) {
 
 }  // namespace
 
+std::unordered_set<std::uint64_t> starving_ids(const graph_t& graph) {
+    std::unordered_set<std::uint64_t> ids;
+    for (std::size_t i = 1; i < graph.nodes.size(); ++i)
+        if (graph.index.at(graph.nodes[i].id()) != i && starves(graph.nodes[i])) ids.insert(graph.nodes[i].id());
+    return ids;
+}
+
 void check_tree(const graph_t& graph, Report& report) {
     if (graph.has_root && graph.nodes.size() > 1 && graph.edges.empty())
         report.at_place("Z221", severity_t::warning, 0, "/links",

@@ -55,6 +55,7 @@ private:
     void bind() {
         for (const std::size_t position : wiring_.live) {
             const node_t& node = graph_.nodes[position];
+            if (node.damaged) typing_.unknown[position] = true;
             for (std::size_t i = 0; i < node.inputs(); ++i) {
                 const auto port = static_cast<std::int16_t>(i);
                 if (const feed_t* feed = wiring_.feed(position, i); feed != nullptr) {

@@ -5,6 +5,7 @@
 #include <map>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -76,6 +77,9 @@ void check_port_numbers(const graph_t& graph, wiring_t& wiring, Report& report);
 
 /// Links end at real blocks, inputs get their sources, subsystems leave.
 void bind_links(const graph_t& graph, wiring_t& wiring, Report& report);
+
+/// Ids that several blocks have, of which one needs links that lead to another.
+std::unordered_set<std::uint64_t> starving_ids(const graph_t& graph);
 
 /// Inputs that nothing feeds.
 void check_sources(const graph_t& graph, const wiring_t& wiring, Report& report);
