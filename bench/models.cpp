@@ -26,8 +26,8 @@ public:
                          links_.empty() ? "" : ",\n", src, dst, port);
     }
     std::string text(double tf) const {
-        return format("{{\"blocks\":[\n{}\n],\"links\":[\n{}\n],\"model\":{{\"ti\":0.0,\"tf\":{},\"ts\":{}}}}}\n", blocks_,
-                      links_, shortest(tf), shortest(step_s));
+        return format("{{\"blocks\":[\n{}\n],\"links\":[\n{}\n],\"model\":{{\"ti\":0.0,\"tf\":{},\"ts\":{}}}}}\n",
+                      blocks_, links_, shortest(tf), shortest(step_s));
     }
 
 private:
@@ -70,7 +70,10 @@ std::string control_loop(std::size_t steps) {
     join(p, e, two);
     join(q, e, small);
     join(i, i_prev, q);
-    f.link(i, i_prev);
+    // a loop takes its type from a cast in it; casts are gone before the run
+    const auto i_type = f.block("cast", 1), y_type = f.block("cast", 1);
+    f.link(i, i_type);
+    f.link(i_type, i_prev);
     f.link(e, e_prev);
     join(de, e, e_prev);
     join(d, de, twenty);
@@ -79,7 +82,8 @@ std::string control_loop(std::size_t steps) {
     join(du, u, y);
     join(bd, du, gain);
     join(yn, y, bd);
-    f.link(yn, y);
+    f.link(yn, y_type);
+    f.link(y_type, y);
     return f.text(final_time(steps));
 }
 
@@ -94,7 +98,8 @@ std::string chain_farm(std::size_t chains, std::size_t steps) {
                                    text_parameter("phase", 0.1 * static_cast<double>(n % 63) * 180.0 / pi));
         const auto c = f.block("constant", 0, text_parameter("expression", 0.8 + 0.002 * static_cast<double>(n % 200)));
         const auto m = f.block("multiply", 2);
-        const auto d = f.block("constant", 0, text_parameter("expression", -0.3 + 0.005 * static_cast<double>(n % 120)));
+        const auto d =
+            f.block("constant", 0, text_parameter("expression", -0.3 + 0.005 * static_cast<double>(n % 120)));
         const auto a = f.block("add", 2);
         const auto z = f.block("memory", 1);
         const auto l = f.block("lut1d", 1, R"("bp1":"[-1.0,-0.4,0.0,0.5,1.2]","out":"[-0.8,-0.5,0.1,0.4,1.0]")");

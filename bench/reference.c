@@ -2,7 +2,7 @@
 
 #include <math.h>
 
-double reference_loop(size_t steps, double dt, double *out) {
+double reference_loop(size_t steps, double dt, double* out) {
     double i_prev = 0, e_prev = 0, y = 0;
     double i = 0, e = 0, yn = 0;
     double t = 0;
@@ -26,7 +26,7 @@ double reference_loop(size_t steps, double dt, double *out) {
     return y;
 }
 
-void reference_chain_init(chain_t *chain, size_t i) {
+void reference_chain_init(chain_t* chain, size_t i) {
     const double pi = 3.141592653589793;
     const double frequency = 0.5 + 0.01 * (double)(i % 100);
     const double degrees = 0.1 * (double)(i % 63) * 180.0 / pi;
@@ -48,11 +48,11 @@ static double table(double x) {
     return (x - bp[n - 1]) / (bp[n] - bp[n - 1]) * (out[n] - out[n - 1]) + out[n - 1];
 }
 
-double reference_chains(chain_t *chains, size_t count, size_t steps, double dt, double *o) {
+double reference_chains(chain_t* chains, size_t count, size_t steps, double dt, double* o) {
     double t = 0;
     for (size_t k = 0; k < steps; ++k, t = t + dt) {
         for (size_t n = 0; n < count; ++n) {
-            chain_t *c = &chains[n];
+            chain_t* c = &chains[n];
             c->z = c->a;
             c->s = sin(c->w * t + c->ph);
             c->m = c->s * c->c;

@@ -2,6 +2,7 @@
 // ratio to hand-written C of the same run.
 //
 //   bench_ways [--quick] [--out FILE]
+//   bench_ways --alone M1|M2|M3 c|objects|plan STEPS
 
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -40,17 +41,13 @@ struct timing_t {
     double spread = 0;  // (highest - lowest) / median
 };
 
-/// Times several actions in turn, so that each meets the machine's moods alike.
-std::vector<timing_t> time_in_turn(const std::vector<std::function<void()>>& actions, int rounds) {
-    std::vector<std::vector<double>> seconds(actions.size());
-    for (const auto& action : actions) action();
-    for (int round = 0; round < rounds; ++round) {
-        for (std::size_t i = 0; i < actions.size(); ++i) {
-            const double begin = bench::seconds();
-            actions[i]();
-            seconds[i].push_back(bench::seconds() - begin);
-        }
-    }
+/// Lets several ways, each of which answers its seconds per step, run in turn, so that each meets the machine's moods
+/// alike.
+std::vector<timing_t> time_in_turn(const std::vector<std::function<double()>>& ways, int rounds) {
+    std::vector<std::vector<double>> seconds(ways.size());
+    for (const auto& way : ways) way();
+    for (int round = 0; round < rounds; ++round)
+        for (std::size_t i = 0; i < ways.size(); ++i) seconds[i].push_back(ways[i]());
     std::vector<timing_t> result;
     for (auto& s : seconds) {
         std::ranges::sort(s);
@@ -59,6 +56,25 @@ std::vector<timing_t> time_in_turn(const std::vector<std::function<void()>>& act
     }
     return result;
 }
+
+/// Takes the time between the first and the last step of a run: what a step costs, without set-up.
+class StepClock final : public tessel::RunMonitor {
+public:
+    bool step_done(double) noexcept override {
+        last_ = bench::seconds();
+        if (count_++ == 0) first_ = last_;
+        return true;
+    }
+    double seconds_per_step() {
+        const double result = (last_ - first_) / static_cast<double>(count_ - 1);
+        count_ = 0;
+        return result;
+    }
+
+private:
+    double first_ = 0, last_ = 0;
+    std::size_t count_ = 0;
+};
 
 std::string report;
 
@@ -76,16 +92,36 @@ struct case_t {
     std::function<void()> by_hand;
 };
 
+/// Seconds per step of a run of the engine. The clock is read once a step, which a step of a few blocks would notice,
+/// so for those the whole run counts, whose set-up is nothing beside a million steps.
+std::function<double()> way_of(Ready& ready, engine_t engine, std::size_t steps, StepClock* clock) {
+    ready.model().set_engine(engine);
+    ready.model().set_monitor(clock);
+    return [&ready, steps, clock] {
+        const double begin = bench::seconds();
+        ready.exec->run();
+        const double total = bench::seconds() - begin;
+        return clock != nullptr ? clock->seconds_per_step() : total / static_cast<double>(steps);
+    };
+}
+
 void compare_ways(const case_t& model) {
     const bench::TemporaryFile file(model.file_text);
     Ready objects(file.path()), plan(file.path());
-    objects.model().set_engine(engine_t::objects);
-    plan.model().set_engine(engine_t::plan);
-    const auto t = time_in_turn({model.by_hand, [&] { objects.exec->run(); }, [&] { plan.exec->run(); }},
-                                quick ? 3 : 7);
-    const double unit = 1e9 / (static_cast<double>(model.blocks) * static_cast<double>(model.steps));
+    StepClock clocks[2];
+    const bool clocked = model.blocks > 100;
+    const auto by_hand = [&] {
+        const double begin = bench::seconds();
+        model.by_hand();
+        return (bench::seconds() - begin) / static_cast<double>(model.steps);
+    };
+    const auto t =
+        time_in_turn({by_hand, way_of(objects, engine_t::objects, model.steps, clocked ? &clocks[0] : nullptr),
+                      way_of(plan, engine_t::plan, model.steps, clocked ? &clocks[1] : nullptr)},
+                     quick ? 3 : 7);
+    const double unit = 1e9 / static_cast<double>(model.blocks);
     const char* ways[] = {"hand-written C", "objects", "plan"};
-    for (int i = 0; i < 3; ++i)
+    for (std::size_t i = 0; i < 3; ++i)
         line(format("| {} | {} | {:.2f} | {:.2f} | {:.0f} % |", model.name, ways[i], t[i].median * unit,
                     t[i].median / t[0].median, 100 * t[i].spread));
 }
@@ -103,18 +139,18 @@ void compare_types() {
                              {"int32 and flt64", "int32", "flt64"},
                              {"int16 and flt32", "int16", "flt32"}};
     std::vector<std::unique_ptr<Ready>> models;
-    std::vector<std::function<void()>> runs;
-    for (const auto& type : types) {
-        const bench::TemporaryFile file(bench::typed_farm(chains, steps, type.input, type.state));
+    std::vector<std::function<double()>> runs;
+    std::vector<StepClock> clocks(std::size(types));
+    for (std::size_t i = 0; i < std::size(types); ++i) {
+        const bench::TemporaryFile file(bench::typed_farm(chains, steps, types[i].input, types[i].state));
         models.push_back(std::make_unique<Ready>(file.path()));
-        runs.emplace_back([&model = *models.back()] { model.exec->run(); });
+        runs.push_back(way_of(*models.back(), engine_t::plan, steps, &clocks[i]));
     }
     const auto t = time_in_turn(runs, quick ? 3 : 7);
     for (std::size_t i = 0; i < runs.size(); ++i)
-        line(format("| {} | {:.2f} | {:.2f} |", types[i].name,
-                    t[i].median * 1e9 / (6.0 * static_cast<double>(chains * steps)), t[i].median / t[0].median));
+        line(format("| {} | {:.2f} | {:.2f} |", types[i].name, t[i].median * 1e9 / (6.0 * static_cast<double>(chains)),
+                    t[i].median / t[0].median));
 }
-
 
 double largest_difference(const std::vector<double>& a, const std::vector<double>& b) {
     double worst = 0;
@@ -228,9 +264,27 @@ void measure_setups() {
     }
 }
 
+/// One way alone, for instruction counts: two runs that differ in their steps tell what a step costs.
+int run_alone(const std::string& model, const std::string& way, std::size_t steps) {
+    const std::size_t chains = model == "M2" ? 100 : 10000;
+    if (way == "c") {
+        std::vector<chain_t> state(chains);
+        for (std::size_t i = 0; i < chains; ++i) reference_chain_init(&state[i], i);
+        if (model == "M1") consume(reference_loop(steps, bench::step_s, nullptr));
+        else consume(reference_chains(state.data(), chains, steps, bench::step_s, nullptr));
+        return 0;
+    }
+    const bench::TemporaryFile file(model == "M1" ? bench::control_loop(steps) : bench::chain_farm(chains, steps));
+    Ready ready(file.path());
+    ready.model().set_engine(way == "plan" ? engine_t::plan : engine_t::objects);
+    ready.exec->run();
+    return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (argc == 5 && std::string(argv[1]) == "--alone") return run_alone(argv[2], argv[3], std::stoul(argv[4]));
     std::string out;
     for (int i = 1; i < argc; ++i) {
         const std::string option = argv[i];
@@ -245,7 +299,9 @@ int main(int argc, char** argv) {
     const std::size_t wide_steps = quick ? 20 : 100;
 
     line("## Set-up, in seconds\n");
-    line("Chains of 8 blocks; the growth is that of the total per tenfold; memory is the peak beyond the file's text.\n");
+    line(
+        "Chains of 8 blocks; the growth is that of the total per tenfold; memory is the peak beyond the file's "
+        "text.\n");
     line("| chains | load | compile | build | wire and first step | total | growth | bytes a block |");
     line("|---|---|---|---|---|---|---|---|");
     measure_setups();
@@ -258,12 +314,13 @@ int main(int argc, char** argv) {
     line("|---|---|---|---|---|");
     compare_ways({"M1: loop of 18 blocks", bench::control_loop(loop_steps), 18, loop_steps,
                   [=] { consume(reference_loop(loop_steps, bench::step_s, nullptr)); }});
-    for (const auto& [name, chains, steps] :
-         {std::tuple{"M2: 800 blocks", std::size_t{100}, farm_steps}, std::tuple{"M3: 80,000 blocks", std::size_t{10000}, wide_steps}}) {
+    for (const auto& [name, chains, steps] : {std::tuple{"M2: 800 blocks", std::size_t{100}, farm_steps},
+                                              std::tuple{"M3: 80,000 blocks", std::size_t{10000}, wide_steps}}) {
         std::vector<chain_t> state(chains);
         for (std::size_t i = 0; i < chains; ++i) reference_chain_init(&state[i], i);
-        compare_ways({name, bench::chain_farm(chains, steps), 8 * chains, steps,
-                      [&, steps = steps] { consume(reference_chains(state.data(), state.size(), steps, bench::step_s, nullptr)); }});
+        compare_ways({name, bench::chain_farm(chains, steps), 8 * chains, steps, [&, steps = steps] {
+                          consume(reference_chains(state.data(), state.size(), steps, bench::step_s, nullptr));
+                      }});
     }
 
     line("\n## Types, 600 blocks of arithmetic, plan\n");

@@ -100,15 +100,6 @@ int compare(const var_t& a, const var_t& b) noexcept {
     });
 }
 
-/// C has no literal for the lowest `long`, and reads a decimal without suffix as signed.
-std::string integer_text(std::int64_t v) {
-    if (v == std::numeric_limits<std::int64_t>::min()) return "(-9223372036854775807 - 1)";
-    return std::to_string(v);
-}
-std::string integer_text(std::uint64_t v) {
-    return std::to_string(v) + (v > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()) ? "u" : "");
-}
-
 template <class F>
 std::string float_text(F v) {
     if (std::isnan(v)) return "NAN";
@@ -234,8 +225,8 @@ std::string var_t::to_string() const {
         case type_uint16: return std::to_string(payload<std::uint16_t>());
         case type_int32: return std::to_string(payload<std::int32_t>());
         case type_uint32: return std::to_string(payload<std::uint32_t>());
-        case type_int64: return integer_text(payload<std::int64_t>());
-        case type_uint64: return integer_text(payload<std::uint64_t>());
+        case type_int64: return std::to_string(payload<std::int64_t>());
+        case type_uint64: return std::to_string(payload<std::uint64_t>());
         case type_flt32: return float_text(payload<float>());
         case type_flt64: return float_text(payload<double>());
         case type_cstr: return quoted(text());

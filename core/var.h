@@ -86,7 +86,7 @@ public:
     bool operator||(const var_t& other) const noexcept;
     bool operator||(bool other) const noexcept;
 
-    /// The value as C source: bool as 1 or 0; integers in decimal, above the signed range with "u"; floats as the
+    /// The value as C source: bool as 1 or 0; integers in decimal; floats as the
     /// shortest text that reads back exactly, with a point or an exponent; text quoted and escaped; "" for an empty
     /// value.
     std::string to_string() const;

@@ -31,7 +31,9 @@ Run& self(const void* const* operands) noexcept {
 
 /// Whether a kernel says that its output equals its input after every step.
 template <class K>
-inline constexpr bool passes_through = requires { requires K::passes_through; };
+inline constexpr bool passes_through = requires {
+    requires K::passes_through;
+};
 
 /// Number of ports in a list.
 template <class In>
@@ -53,11 +55,11 @@ inline constexpr bool has_output<outputs<>> = false;
 template <class K, class In = typename K::in>
 class Exec;
 
-#define BLOCKS_EXEC_MEMBERS(count)                                              \
-public:                                                                         \
-    const lowering_t* lowering() const noexcept override { return &lowered; }   \
-                                                                                \
-private:                                                                        \
+#define BLOCKS_EXEC_MEMBERS(count)                                            \
+public:                                                                       \
+    const lowering_t* lowering() const noexcept override { return &lowered; } \
+                                                                              \
+private:                                                                      \
     static constexpr lowering_t lowered{&Exec::run, count, detail::passes_through<K>};
 
 template <class K, class A>
@@ -67,8 +69,7 @@ public:
 
 private:
     static void run(const void* const* p, std::size_t count, double) noexcept {
-        for (; count != 0; --count, p += 2)
-            detail::self<Exec>(p).out0.value = K::eval(*static_cast<const A*>(p[1]));
+        for (; count != 0; --count, p += 2) detail::self<Exec>(p).out0.value = K::eval(*static_cast<const A*>(p[1]));
     }
     BLOCKS_EXEC_MEMBERS(1)
 };
@@ -89,15 +90,13 @@ private:
 template <class K, class A, class B, class C>
 class Exec<K, inputs<A, B, C>> final : public Ports<inputs<A, B, C>, typename K::out> {
 public:
-    void step() noexcept override {
-        this->out0.value = K::eval(this->in0.value, this->in1.value, this->in2.value);
-    }
+    void step() noexcept override { this->out0.value = K::eval(this->in0.value, this->in1.value, this->in2.value); }
 
 private:
     static void run(const void* const* p, std::size_t count, double) noexcept {
         for (; count != 0; --count, p += 4)
-            detail::self<Exec>(p).out0.value = K::eval(*static_cast<const A*>(p[1]), *static_cast<const B*>(p[2]),
-                                                       *static_cast<const C*>(p[3]));
+            detail::self<Exec>(p).out0.value =
+                K::eval(*static_cast<const A*>(p[1]), *static_cast<const B*>(p[2]), *static_cast<const C*>(p[3]));
     }
     BLOCKS_EXEC_MEMBERS(3)
 };
@@ -139,21 +138,21 @@ class StatefulExec final : public Ports<typename K::in, typename K::out> {
 
 public:
     StatefulExec() noexcept {
-        if constexpr (requires(K& k) { k.initial(); }) this->out0.value = kernel.initial();
+        if constexpr (requires(K & k) { k.initial(); }) this->out0.value = kernel.initial();
     }
     void configure(const void* record) noexcept override {
-        if constexpr (requires(K& k) { k.configure(record); }) kernel.configure(record);
+        if constexpr (requires(K & k) { k.configure(record); }) kernel.configure(record);
     }
     void start() noexcept override {
         if constexpr (sink) {
-            if constexpr (requires(K& k) { k.start(0.0); }) kernel.start(this->time());
+            if constexpr (requires(K & k) { k.start(0.0); }) kernel.start(this->time());
         } else {
-            if constexpr (requires(K& k, StatefulExec& b) { k.start(0.0, b.out0.value); })
+            if constexpr (requires(K & k, StatefulExec & b) { k.start(0.0, b.out0.value); })
                 kernel.start(this->time(), this->out0.value);
         }
     }
     void finish() noexcept override {
-        if constexpr (requires(K& k) { k.finish(); }) kernel.finish();
+        if constexpr (requires(K & k) { k.finish(); }) kernel.finish();
     }
     void step() noexcept override {
         if constexpr (count == 0) advance(*this, this->time());

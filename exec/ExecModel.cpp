@@ -30,14 +30,6 @@ bool is_output(ExecBlock& block, const ExecPort* port) noexcept {
     return output != nullptr;
 }
 
-std::unordered_map<std::uint64_t, ExecBlock*> index_of(const std::vector<std::unique_ptr<ExecBlock>>& blocks) {
-    std::unordered_map<std::uint64_t, ExecBlock*> index;
-    index.reserve(blocks.size());
-    for (const auto& block : blocks)
-        if (block != nullptr) index.try_emplace(block->id(), block.get());
-    return index;
-}
-
 }  // namespace
 
 std::shared_ptr<IExecModel> create_empty_exec_model() { return std::make_shared<ExecModel>(); }
@@ -70,41 +62,42 @@ ExecBlock* ExecModel::find_block(std::uint64_t id) const noexcept {
 }
 
 result_t ExecModel::run() noexcept {
-    wire();
-    set_enables();
+    IdIndex<ExecBlock> index(blocks.size());
+    for (const auto& block : blocks)
+        if (block != nullptr) index.add(block->id(), block.get());
+    wire(index);
+    set_enables(index);
     const auto setting = [this](const char* key) { return properties->get(key).payload<double>(); };
     const double ti = setting("ti"), tf = setting("tf"), ts = setting("ts");
     return blocks.size() < parallel_objects ? run_serial(ti, tf, ts) : run_parallel(ti, tf, ts);
 }
 
-void ExecModel::wire() {
-    const auto index = index_of(blocks);
+void ExecModel::wire(const IdIndex<ExecBlock>& index) {
     for (const link_t& link : properties->links) {
-        const auto src = index.find(link.srcId);
-        const auto dst = index.find(link.dstId);
-        if (src == index.end() || dst == index.end() || link.dstPort < 0 || link.srcPort < 0) continue;
-        ExecPort* port = dst->second->input(link.dstPort);
-        if (port == nullptr || is_output(*dst->second, port) || src->second->output(link.srcPort) == nullptr) continue;
-        port->connect(*src->second, static_cast<std::uint16_t>(link.srcPort));
+        ExecBlock* src = index.find(link.srcId);
+        ExecBlock* dst = index.find(link.dstId);
+        if (src == nullptr || dst == nullptr || link.dstPort < 0 || link.srcPort < 0) continue;
+        ExecPort* port = dst->input(link.dstPort);
+        if (port == nullptr || is_output(*dst, port) || src->output(link.srcPort) == nullptr) continue;
+        port->connect(*src, static_cast<std::uint16_t>(link.srcPort));
     }
 }
 
-void ExecModel::set_enables() {
-    const auto index = index_of(blocks);
+void ExecModel::set_enables(const IdIndex<ExecBlock>& index) {
     enable_blocks.clear();
     gates_.assign(blocks.size(), nullptr);
     for (std::size_t i = 0; i < blocks.size(); ++i) {
         if (blocks[i] == nullptr) continue;
         const std::uint64_t gate = properties->enables_of(blocks[i]->id()).second;
-        const auto found = gate != 0 ? index.find(gate) : index.end();
-        ExecPort* flag = found != index.end() ? found->second->input(0) : nullptr;
+        ExecBlock* enable = gate != 0 ? index.find(gate) : nullptr;
+        ExecPort* flag = enable != nullptr ? enable->input(0) : nullptr;
         if (flag == nullptr) {
             blocks[i]->set_enable(&always_enabled);
             continue;
         }
         blocks[i]->set_enable(static_cast<const bool*>(flag->value_ptr()));
-        enable_blocks.insert(found->second);
-        gates_[i] = found->second;
+        enable_blocks.insert(enable);
+        gates_[i] = enable;
     }
 }
 
@@ -193,7 +186,8 @@ result_t ExecModel::run_parallel(double ti, double tf, double ts) {
             const auto part = partition_t::of(all.size(), sys::hardware_threads());
             plans.push_back({part, {}});
             for (std::size_t i = 0; i < part.chunks; ++i)
-                plans.back().chunks.emplace_back(context, all.subspan(part.begin_of(i), part.end_of(i) - part.begin_of(i)));
+                plans.back().chunks.emplace_back(context,
+                                                 all.subspan(part.begin_of(i), part.end_of(i) - part.begin_of(i)));
         }
         run_steps(ti, tf, ts, [&plans](double t) {
             for (zone_plan_t& zone : plans)

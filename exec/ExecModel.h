@@ -9,6 +9,7 @@
 #include "IExecModel.h"
 #include "PropertiesModel.h"
 #include "core/export.h"
+#include "core/id_index.h"
 
 namespace tessel {
 
@@ -64,8 +65,8 @@ private:
     void run_steps(double ti, double tf, double ts, const Step& step);
     PlanContext plan_context() const;
 
-    void wire();
-    void set_enables();
+    void wire(const IdIndex<ExecBlock>& index);
+    void set_enables(const IdIndex<ExecBlock>& index);
     result_t run_serial(double ti, double tf, double ts);
     result_t run_parallel(double ti, double tf, double ts);
 

@@ -39,6 +39,8 @@ void run_foreign(const void* const* p, std::size_t count, double t) noexcept {
     }
 }
 
+std::uint64_t address_of(const ExecPort* port) noexcept { return reinterpret_cast<std::uintptr_t>(port); }
+
 constexpr std::size_t type_count = value_types::size;
 
 template <class... T>
@@ -74,11 +76,11 @@ run_t pull(type_t type) {
 }  // namespace
 
 PlanContext::PlanContext(std::vector<planned_t> objects, const bool* always)
-    : objects_(std::move(objects)), always_(always) {
-    owners_.reserve(objects_.size());
+    : objects_(std::move(objects)), always_(always), owners_(objects_.size()) {
     for (std::size_t i = 0; i < objects_.size(); ++i) {
         if (objects_[i].block->lowering() == nullptr) watched_ = true;
-        else if (const ExecPort* out = objects_[i].block->output(0); out != nullptr) owners_.emplace(out, i);
+        else if (const ExecPort* out = objects_[i].block->output(0); out != nullptr)
+            owners_.add(address_of(out), &objects_[i]);
         if (objects_[i].gate != always_ && (i == 0 || objects_[i].gate != objects_[i - 1].gate))
             gates_.push_back(objects_[i].gate);
     }
@@ -87,7 +89,7 @@ PlanContext::PlanContext(std::vector<planned_t> objects, const bool* always)
         const lowering_t* lowering = object.block->lowering();
         for (std::int16_t n = 0; lowering != nullptr && n < lowering->inputs; ++n) {
             ExecPort* source = object.block->input(n)->source();
-            if (source != nullptr && !owners_.contains(source)) gates_.push_back(source->value_ptr());
+            if (source != nullptr && owners_.find(address_of(source)) == nullptr) gates_.push_back(source->value_ptr());
         }
     }
     std::ranges::sort(gates_);
@@ -97,8 +99,8 @@ PlanContext::PlanContext(std::vector<planned_t> objects, const bool* always)
 bool PlanContext::is_gate(const void* cell) const noexcept { return std::ranges::binary_search(gates_, cell); }
 
 std::size_t PlanContext::owner_of(const ExecPort* port) const noexcept {
-    const auto found = owners_.find(port);
-    return found != owners_.end() ? found->second : nowhere;
+    const planned_t* owner = owners_.find(address_of(port));
+    return owner != nullptr ? static_cast<std::size_t>(owner - objects_.data()) : nowhere;
 }
 
 bool PlanContext::keeps_sample(std::size_t from, std::size_t to) const noexcept {
@@ -131,8 +133,7 @@ Plan::Plan(const PlanContext& context, std::span<const std::size_t> positions) :
 /// Lowers the objects from `begin` on that share a lowering and a gate, as loops over their inputs and one over their
 /// steps; returns the end of the stretch. A stretch ends before an object that samples what an earlier one of it puts
 /// out, since the inputs of all are sampled first.
-std::size_t Plan::lower_stretch(const PlanContext& context, std::span<const std::size_t> positions,
-                                std::size_t begin) {
+std::size_t Plan::lower_stretch(const PlanContext& context, std::span<const std::size_t> positions, std::size_t begin) {
     const planned_t& first = context.objects()[positions[begin]];
     const lowering_t* lowering = first.block->lowering();
     if (lowering == nullptr) {

@@ -4,10 +4,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <unordered_map>
 #include <vector>
 
 #include "ExecBlock.h"
+#include "core/id_index.h"
 
 namespace tessel {
 
@@ -23,6 +23,8 @@ class PlanContext {
 public:
     /// `always` is the flag of objects that nothing gates. The objects must be wired.
     PlanContext(std::vector<planned_t> objects, const bool* always);
+    PlanContext(const PlanContext&) = delete;
+    PlanContext& operator=(const PlanContext&) = delete;
 
     const std::vector<planned_t>& objects() const noexcept { return objects_; }
     /// Whether an object without a lowering takes part: it may look at any cell when its turn comes.
@@ -41,8 +43,8 @@ private:
     std::vector<planned_t> objects_;
     const bool* always_;
     bool watched_ = false;
-    std::unordered_map<const ExecPort*, std::size_t> owners_;
-    std::vector<const void*> gates_;  // sorted
+    IdIndex<const planned_t> owners_;  // by the address of the output
+    std::vector<const void*> gates_;   // sorted
 };
 
 /// A sequence of objects lowered to loops over cells. Values, states and times are those of calling the objects one by

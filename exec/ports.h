@@ -21,11 +21,11 @@ struct outputs {};
 template <class In, class Out>
 class Ports;
 
-#define BLOCKS_PORT_OPERATIONS                                    \
-    Ports() noexcept;                                             \
-    ExecPort* input(std::int16_t index) noexcept final;           \
-    const ExecPort* input(std::int16_t index) const noexcept final; \
-    ExecPort* output(std::int16_t index) noexcept final;          \
+#define BLOCKS_PORT_OPERATIONS                                       \
+    Ports() noexcept;                                                \
+    ExecPort* input(std::int16_t index) noexcept final;              \
+    const ExecPort* input(std::int16_t index) const noexcept final;  \
+    ExecPort* output(std::int16_t index) noexcept final;             \
     const ExecPort* output(std::int16_t index) const noexcept final; \
     void sample() noexcept final;
 

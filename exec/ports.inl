@@ -72,28 +72,28 @@ void pull_all(Ports<same_inputs<T, N>, outputs<O>>& b) noexcept {
 
 }  // namespace detail
 
-#define BLOCKS_DEFINE_PORTS(Parameters, Class)                                        \
-    template <Parameters>                                                             \
-    Class::Ports() noexcept = default;                                                \
-    template <Parameters>                                                             \
-    ExecPort* Class::input(std::int16_t index) noexcept {                             \
-        return detail::port_at(*this, index);                                         \
-    }                                                                                 \
-    template <Parameters>                                                             \
-    const ExecPort* Class::input(std::int16_t index) const noexcept {                 \
-        return detail::port_at(const_cast<Class&>(*this), index);                     \
-    }                                                                                 \
-    template <Parameters>                                                             \
-    ExecPort* Class::output(std::int16_t index) noexcept {                            \
-        return detail::port_at(*this, index + input_count);                           \
-    }                                                                                 \
-    template <Parameters>                                                             \
-    const ExecPort* Class::output(std::int16_t index) const noexcept {                \
-        return detail::port_at(const_cast<Class&>(*this), index + input_count);       \
-    }                                                                                 \
-    template <Parameters>                                                             \
-    void Class::sample() noexcept {                                                   \
-        detail::pull_all(*this);                                                      \
+#define BLOCKS_DEFINE_PORTS(Parameters, Class)                                  \
+    template <Parameters>                                                       \
+    Class::Ports() noexcept = default;                                          \
+    template <Parameters>                                                       \
+    ExecPort* Class::input(std::int16_t index) noexcept {                       \
+        return detail::port_at(*this, index);                                   \
+    }                                                                           \
+    template <Parameters>                                                       \
+    const ExecPort* Class::input(std::int16_t index) const noexcept {           \
+        return detail::port_at(const_cast<Class&>(*this), index);               \
+    }                                                                           \
+    template <Parameters>                                                       \
+    ExecPort* Class::output(std::int16_t index) noexcept {                      \
+        return detail::port_at(*this, index + input_count);                     \
+    }                                                                           \
+    template <Parameters>                                                       \
+    const ExecPort* Class::output(std::int16_t index) const noexcept {          \
+        return detail::port_at(const_cast<Class&>(*this), index + input_count); \
+    }                                                                           \
+    template <Parameters>                                                       \
+    void Class::sample() noexcept {                                             \
+        detail::pull_all(*this);                                                \
     }
 #define BLOCKS_COMMA ,
 

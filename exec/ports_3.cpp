@@ -10,5 +10,4 @@ using first_t = type_at<BLOCKS_SLICE, value_types>;
 #define BLOCKS_TRIPLE(B, C) template class Ports<inputs<first_t, B, C>, outputs<highest<first_t, B, C>>>;
 BLOCKS_FOR_EACH_PAIR(BLOCKS_TRIPLE)
 
-
 }  // namespace tessel

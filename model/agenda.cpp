@@ -4,28 +4,34 @@
 #include "port.h"
 
 namespace tessel {
+namespace {
+
+std::uint64_t key(const IMetaBlock* block) noexcept { return reinterpret_cast<std::uintptr_t>(block); }
+
+}  // namespace
 
 Agenda::Agenda(const blocks_t& blocks) : first_(blocks.size() + 1), noted_(blocks.size()) {
-    std::unordered_map<const IMetaBlock*, std::size_t> position;
-    position.reserve(blocks.size());
-    for (std::size_t i = 0; i < blocks.size(); ++i)
-        if (blocks[i] != nullptr) position.emplace(blocks[i].get(), i);
+    IdIndex<const std::unique_ptr<IMetaBlock>> places(blocks.size());
+    for (const auto& block : blocks)
+        if (block != nullptr) places.add(key(block.get()), &block);
 
-    const auto for_each_edge = [&](auto visit) {
-        for (std::size_t i = 0; i < blocks.size(); ++i) {
-            if (blocks[i] == nullptr) continue;
-            const std::uint64_t count = blocks[i]->input_count();
-            for (std::uint64_t n = 0; n < count; ++n) {
-                const auto source = position.find(blocks[i]->input(static_cast<std::int16_t>(n))->source_block());
-                if (source != position.end()) visit(source->second, i);
-            }
-        }
+    struct edge_t {
+        std::size_t from, to;
     };
-    for_each_edge([this](std::size_t from, std::size_t) { ++first_[from + 1]; });
+    std::vector<edge_t> edges;
+    for (std::size_t i = 0; i < blocks.size(); ++i) {
+        const std::uint64_t count = blocks[i] != nullptr ? blocks[i]->input_count() : 0;
+        for (std::uint64_t n = 0; n < count; ++n) {
+            const IMetaBlock* source = blocks[i]->input(static_cast<std::int16_t>(n))->source_block();
+            const auto* place = source != nullptr ? places.find(key(source)) : nullptr;
+            if (place != nullptr) edges.push_back({static_cast<std::size_t>(place - blocks.data()), i});
+        }
+    }
+    for (const edge_t& edge : edges) ++first_[edge.from + 1];
     for (std::size_t i = 1; i < first_.size(); ++i) first_[i] += first_[i - 1];
-    consumers_.resize(first_.back());
+    consumers_.resize(edges.size());
     std::vector<std::size_t> fill(first_.begin(), first_.end() - 1);
-    for_each_edge([&](std::size_t from, std::size_t to) { consumers_[fill[from]++] = to; });
+    for (const edge_t& edge : edges) consumers_[fill[edge.from]++] = edge.to;
 }
 
 void Agenda::add(std::size_t position) {

@@ -10,6 +10,7 @@
 
 #include "IMetaBlock.h"
 #include "core/hash.h"
+#include "core/id_index.h"
 
 namespace tessel {
 
@@ -28,21 +29,22 @@ inline bool is_subsystem(const IMetaBlock& block) noexcept {
     return block.class_hash() == hash_subsys || block.class_hash() == hash_refsys;
 }
 
-/// From an id to the first block of a list that has it: what a walk from the front would find, without the walk.
+/// From an id to the first block of a list that has it. Built when first asked.
 class BlockIndex {
 public:
-    explicit BlockIndex(const blocks_t& blocks) {
-        index_.reserve(blocks.size());
-        for (const auto& block : blocks)
-            if (block != nullptr) index_.try_emplace(block->id(), block.get());
-    }
-    IMetaBlock* find(std::uint64_t id) const noexcept {
-        const auto found = index_.find(id);
-        return found != index_.end() ? found->second : nullptr;
+    explicit BlockIndex(const blocks_t& blocks) : blocks_(blocks) {}
+    IMetaBlock* find(std::uint64_t id) const {
+        if (index_ == nullptr) {
+            index_ = std::make_unique<IdIndex<IMetaBlock>>(blocks_.size());
+            for (const auto& block : blocks_)
+                if (block != nullptr) index_->add(block->id(), block.get());
+        }
+        return index_->find(id);
     }
 
 private:
-    std::unordered_map<std::uint64_t, IMetaBlock*> index_;
+    const blocks_t& blocks_;
+    mutable std::unique_ptr<IdIndex<IMetaBlock>> index_;
 };
 
 /// A value for each level of the subsystem tree, worked out from that of the level around it, each once. A parent that
@@ -111,6 +113,10 @@ private:
     std::vector<const IMetaBlock*> way_;
 };
 
+/// Whether a sweep that found `before` open blocks and left `after` has closed less than an eighth of them. Further
+/// sweeps go by an agenda then, so that a long chain drawn against the list does not take the square of its length.
+inline bool sweeps_are_slow(std::size_t before, std::size_t after) noexcept { return 8 * (before - after) < before; }
+
 /// The consumers of every block, by position in the list, and an agenda of the positions to visit: those behind the
 /// one at work come in this sweep, those before it in the next.
 class Agenda {
@@ -138,20 +144,24 @@ private:
     bool sweeping_ = false;
 };
 
-/// Moves the blocks that satisfy `goes` behind the others by swapping the first of them with the last that stays,
-/// until both walks meet; returns the position of the first that goes. The order of what stays is disturbed.
-template <class Goes>
-blocks_t::iterator swap_partition(blocks_t& blocks, Goes goes) {
-    auto front = blocks.begin();
-    auto back = blocks.end();
-    for (;;) {
-        while (front != back && !(*front != nullptr && goes(**front))) ++front;
-        if (front == back) return front;
-        do {
-            if (front == --back) return front;
-        } while (*back != nullptr && goes(**back));
-        std::swap(*front, *back);
-        ++front;
+/// Which blocks of a list satisfy a condition; null entries do not.
+template <class Condition>
+std::vector<bool> which(const blocks_t& blocks, Condition condition) {
+    std::vector<bool> all(blocks.size());
+    for (std::size_t i = 0; i < blocks.size(); ++i) all[i] = blocks[i] != nullptr && condition(*blocks[i]);
+    return all;
+}
+
+/// Moves the blocks that go behind the others by swapping the first of them with the last that stays, until both walks
+/// meet; returns the position of the first that goes. The order of what stays is disturbed.
+inline blocks_t::iterator swap_partition(blocks_t& blocks, std::vector<bool> goes) {
+    std::size_t front = 0, back = blocks.size();
+    for (;; ++front) {
+        while (front != back && !goes[front]) ++front;
+        while (front != back && goes[back - 1]) --back;
+        if (front == back) return blocks.begin() + static_cast<std::ptrdiff_t>(front);
+        --back;
+        std::swap(blocks[front], blocks[back]);
     }
 }
 

@@ -2,6 +2,7 @@
 //
 // Both sort stably, so one model gives one order.
 
+#include <tuple>
 #include <utility>
 
 #include "model/MetaModel.h"
@@ -10,9 +11,23 @@
 namespace tessel {
 namespace {
 
-/// Null entries stand last: they have no zone.
-std::int64_t zone_rank(const std::unique_ptr<IMetaBlock>& block) {
-    return block != nullptr ? std::int64_t{block->zone()} : INT64_MAX;
+/// Sorts the blocks by zone and, within a zone, by what `second` gives; null entries stand last, since they have none.
+template <class Second>
+void sort_blocks(blocks_t& blocks, Second second) {
+    struct rank_t {
+        std::int32_t zone;
+        std::uint32_t second;
+        std::size_t position;
+    };
+    std::vector<rank_t> ranks;
+    ranks.reserve(blocks.size());
+    for (std::size_t i = 0; i < blocks.size(); ++i)
+        if (blocks[i] != nullptr) ranks.push_back({blocks[i]->zone(), second(*blocks[i]), i});
+    std::ranges::sort(ranks, {}, [](const rank_t& r) { return std::tuple(r.zone, r.second, r.position); });
+
+    blocks_t sorted(blocks.size());
+    std::ranges::transform(ranks, sorted.begin(), [&blocks](const rank_t& r) { return std::move(blocks[r.position]); });
+    blocks = std::move(sorted);
 }
 
 /// Brings the blocks into the order in which each stands directly behind the bodies of `before`, which end with the
@@ -48,9 +63,7 @@ void take_order(blocks_t& blocks, const std::vector<std::vector<std::size_t>>& b
 }  // namespace
 
 result_t MetaModel::sort_by_zone() noexcept {
-    std::ranges::stable_sort(blocks, {}, [](const std::unique_ptr<IMetaBlock>& block) {
-        return std::pair(zone_rank(block), block != nullptr ? block->class_hash() : 0u);
-    });
+    sort_blocks(blocks, [](const IMetaBlock& block) { return block.class_hash(); });
     return result_ok;
 }
 
@@ -58,7 +71,7 @@ result_t MetaModel::sort_by_zone() noexcept {
 // counts as one block of the level around, and goes with its last block from then on. So nothing is moved until it is
 // known which bodies stand before which block.
 result_t MetaModel::group_by_subsystem() noexcept {
-    std::ranges::stable_sort(blocks, {}, zone_rank);
+    sort_blocks(blocks, [](const IMetaBlock&) { return 0u; });
 
     struct group_t {
         std::uint64_t parent;

@@ -21,7 +21,7 @@ result_t MetaModel::build_python_struct() noexcept {
     const BlockIndex index(blocks);
     // Path of the level inside a subsystem; nothing for a level that does not hang under the root.
     using path_t = std::optional<std::string>;
-    const IMetaBlock* root = index.find(0);
+    const IMetaBlock* root = find_block(0);
     const auto append = [](const path_t& outer, const IMetaBlock& block) {
         return outer ? path_t(*outer + '.' + str::sanitize_identifier(block.name())) : path_t();
     };

@@ -21,6 +21,8 @@ bool is_cast(const IMetaBlock& block) { return block.class_hash() == hash_cast; 
 
 result_t MetaModel::reroute_due_to_cast() noexcept {
     const PassLog pass("reroute_due_to_cast");
+    auto casts = which(blocks, is_cast);
+    if (std::ranges::find(casts, true) == casts.end()) return result_ok;
     const BlockIndex index(blocks);
     auto& links = properties->links;
 
@@ -54,7 +56,7 @@ result_t MetaModel::reroute_due_to_cast() noexcept {
         }
     }
 
-    blocks.erase(swap_partition(blocks, is_cast), blocks.end());
+    blocks.erase(swap_partition(blocks, std::move(casts)), blocks.end());
     return result_ok;
 }
 

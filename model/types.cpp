@@ -37,25 +37,18 @@ bool asks_interpreter(const IMetaBlock& block) {
     return std::ranges::find(classes, block.class_hash()) != classes.end();
 }
 
-}  // namespace
-
-// Sweeping is calling every incomplete block in list order. A call between which and the last one neither a port of
-// the block nor of a source has got a type would find what that one found, and is left out; the sweeps and their
-// progress stay the same.
-result_t MetaModel::calculate_types() noexcept {
-    const PassLog pass("calculate_types");
+/// Sweeps on when sweeps have become slow: calls only those whose ports or sources' ports have got a type since their
+/// last call, which are all that can find something that they did not find then.
+result_t sweep_by_agenda(const blocks_t& blocks, const std::vector<std::size_t>& open) {
     Agenda agenda(blocks);
     std::vector<std::size_t> asking;
-    std::size_t open = 0;
-    for (std::size_t i = 0; i < blocks.size(); ++i) {
-        if (blocks[i] == nullptr || blocks[i]->has_all_types()) continue;
+    for (const std::size_t i : open) {
         agenda.add(i);
         if (asks_interpreter(*blocks[i])) asking.push_back(i);
-        ++open;
     }
-    while (open != 0) {
-        const std::size_t before = open;
-        std::erase_if(asking, [this](std::size_t i) { return blocks[i]->has_all_types(); });
+    for (std::size_t left = open.size(); left != 0;) {
+        const std::size_t before = left;
+        std::erase_if(asking, [&blocks](std::size_t i) { return blocks[i]->has_all_types(); });
         for (const std::size_t i : asking) agenda.add(i);
         for (std::size_t i = agenda.next(); i != Agenda::end; i = agenda.next()) {
             IMetaBlock& block = *blocks[i];
@@ -64,10 +57,31 @@ result_t MetaModel::calculate_types() noexcept {
             if (const result_t result = block.calculate_type(); result != result_ok) return result;
             const typed_t has = count_typed(block);
             if (has.outputs != had.outputs) agenda.add_consumers(i);
-            if (block.has_all_types()) --open;
+            if (block.has_all_types()) --left;
             else if (has != had) agenda.add(i);
         }
-        if (open == before) return result_types_unresolved;
+        if (left == before) return result_types_unresolved;
+    }
+    return result_ok;
+}
+
+}  // namespace
+
+// The first sweeps call every incomplete block in list order, which is quick for most diagrams.
+result_t MetaModel::calculate_types() noexcept {
+    const PassLog pass("calculate_types");
+    std::vector<std::size_t> open;
+    for (std::size_t i = 0; i < blocks.size(); ++i)
+        if (blocks[i] != nullptr && !blocks[i]->has_all_types()) open.push_back(i);
+    while (!open.empty()) {
+        const std::size_t before = open.size();
+        for (const std::size_t i : open) {
+            if (blocks[i]->has_all_types()) continue;
+            if (const result_t result = blocks[i]->calculate_type(); result != result_ok) return result;
+        }
+        std::erase_if(open, [this](std::size_t i) { return blocks[i]->has_all_types(); });
+        if (open.size() == before) return result_types_unresolved;
+        if (sweeps_are_slow(before, open.size())) return sweep_by_agenda(blocks, open);
     }
     return result_ok;
 }

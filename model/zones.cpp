@@ -11,30 +11,44 @@
 #include "model/helpers.h"
 
 namespace tessel {
+namespace {
 
-// A zone is a function of the sources' zones, and those never change once known: visiting a block when one of them
-// becomes known gives what sweeping over all blocks gives.
-result_t MetaModel::calculate_zones() noexcept {
-    const PassLog pass("calculate_zones");
+/// Sweeps on when sweeps have become slow: a zone is a function of the sources' zones, and those never change once
+/// known, so a block is called when one of them has become known.
+void sweep_by_agenda(const blocks_t& blocks, const std::vector<std::size_t>& open) {
     Agenda agenda(blocks);
-    std::size_t waiting = 0;
     std::vector<bool> waits(blocks.size());
-    for (std::size_t i = 0; i < blocks.size(); ++i) {
-        if (blocks[i] == nullptr || blocks[i]->zone() >= 0) continue;
+    for (const std::size_t i : open) {
         agenda.add(i);
         waits[i] = true;
-        ++waiting;
     }
+    std::size_t waiting = open.size();
     while (!agenda.empty()) {
         for (std::size_t i = agenda.next(); i != Agenda::end; i = agenda.next()) {
             if (!waits[i] || blocks[i]->calculate_zone() == -1) continue;
             waits[i] = false;
             --waiting;
-            if (blocks[i]->zone() >= 0) agenda.add_consumers(i);
+            agenda.add_consumers(i);
         }
     }
     // What still waits is a closed loop, or lies behind one, and no further sweep will change that.
     while (waiting != 0) std::this_thread::yield();
+}
+
+}  // namespace
+
+result_t MetaModel::calculate_zones() noexcept {
+    const PassLog pass("calculate_zones");
+    std::vector<std::size_t> open;
+    for (std::size_t i = 0; i < blocks.size(); ++i)
+        if (blocks[i] != nullptr && blocks[i]->zone() < 0) open.push_back(i);
+    while (!open.empty()) {
+        const std::size_t before = open.size();
+        std::erase_if(open, [this](std::size_t i) { return blocks[i]->calculate_zone() != -1; });
+        if (!sweeps_are_slow(before, open.size())) continue;
+        sweep_by_agenda(blocks, open);
+        break;
+    }
     return result_ok;
 }
 

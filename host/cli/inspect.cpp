@@ -16,6 +16,8 @@ using json_t = nlohmann::ordered_json;
 
 json_t text_or_null(const char* text) { return text != nullptr ? json_t(text) : json_t(); }
 
+std::string text_of(const json_t& value) { return value.dump(-1, ' ', false, json_t::error_handler_t::replace); }
+
 json_t describe_block(tessel::IMetaBlock& block) {
     json_t inputs = json_t::array(), outputs = json_t::array();
     for (std::uint64_t i = 0; i < block.input_count(); ++i) {
@@ -43,32 +45,43 @@ json_t describe_block(tessel::IMetaBlock& block) {
             {"outputs", std::move(outputs)}};
 }
 
-/// Blocks, links and enable map as they stand.
-json_t describe(const Session& session) {
-    json_t blocks = json_t::array(), links = json_t::array(), enables = json_t::object();
+/// Blocks, links and enable map as they stand, the members of a JSON object. One text for each block, for a model can
+/// be large.
+std::string describe(const Session& session) {
+    std::string text = "\"blocks\": [";
+    const char* comma = "";
+    const auto append = [&](const std::string& item) {
+        text += comma + item;
+        comma = ", ";
+    };
+    const auto begin = [&](const char* head) {
+        text += head;
+        comma = "";
+    };
     for (const auto& block : session.model())
-        if (block != nullptr) blocks.push_back(describe_block(*block));
+        if (block != nullptr) append(text_of(describe_block(*block)));
+    begin("], \"links\": [");
     const auto& properties = session.properties();
     for (const auto& link : properties.links)
-        links.push_back({{"srcId", link.srcId},
-                         {"dstId", link.dstId},
-                         {"srcPort", link.srcPort},
-                         {"dstPort", link.dstPort},
-                         {"label", link.label}});
+        append(text_of({{"srcId", link.srcId},
+                        {"dstId", link.dstId},
+                        {"srcPort", link.srcPort},
+                        {"dstPort", link.dstPort},
+                        {"label", link.label}}));
+    begin("], \"enable_map\": {");
     const std::map<std::uint64_t, std::pair<std::uint64_t, std::uint64_t>> sorted(properties.enable_map.begin(),
                                                                                   properties.enable_map.end());
-    for (const auto& [id, pair] : sorted) enables[std::to_string(id)] = {pair.first, pair.second};
-    return {{"blocks", std::move(blocks)}, {"links", std::move(links)}, {"enable_map", std::move(enables)}};
+    for (const auto& [id, pair] : sorted) append(tessel::format("\"{}\": [{}, {}]", id, pair.first, pair.second));
+    return text + "}";
 }
 
-void print_json(const Session& session, tessel::result_t result, json_t state) {
-    json_t all{{"result", static_cast<int>(result)},
-               {"result_name", text_or_null(tessel::result_name(result))},
-               {"console", session.console()},
-               {"log", session.log()}};
-    for (auto& [key, value] : state.items()) all[key] = std::move(value);
-    out(all.dump(-1, ' ', false, json_t::error_handler_t::replace));
-    out("\n");
+void print_json(const Session& session, tessel::result_t result, const std::string& state) {
+    const char* name = tessel::result_name(result);
+    out(tessel::format("{{\"result\": {}, \"result_name\": {}, \"console\": {}, \"log\": {}, ",
+                       static_cast<int>(result), text_of(text_or_null(name)), text_of(session.console()),
+                       text_of(session.log())));
+    out(state);
+    out("}\n");
 }
 
 /// "flt64 <- 12:0" for an input, the type for an output.
@@ -81,20 +94,21 @@ std::string port_text(const json_t& port) {
     return text;
 }
 
-void print_table(tessel::result_t result, const json_t& state) {
+void print_table(const Session& session, tessel::result_t result) {
     const char* name = tessel::result_name(result);
+    std::size_t count = 0;
+    for (const auto& block : session.model()) count += block != nullptr ? 1u : 0u;
     out(tessel::format("result {} ({}), {} blocks, {} links\n", static_cast<int>(result), name != nullptr ? name : "?",
-                       state["blocks"].size(), state["links"].size()));
-    for (const auto& block : state["blocks"]) {
-        const auto path = block["path"].get<std::string>();
-        out(tessel::format("{} ({}) #{}  tier {}  zone {}{}\n", path.empty() ? block["name"].get<std::string>() : path,
-                           block["class"].get<std::string>(), block["id"].get<std::uint64_t>(),
-                           block["tier"].get<int>(), block["zone"].get<int>(),
-                           block["failed"].get<bool>() ? "  FAILED" : ""));
-        for (std::size_t i = 0; i < block["inputs"].size(); ++i)
-            out(tessel::format("    in {}: {}\n", i, port_text(block["inputs"][i])));
-        for (std::size_t i = 0; i < block["outputs"].size(); ++i)
-            out(tessel::format("    out {}: {}\n", i, port_text(block["outputs"][i])));
+                       count, session.properties().links.size()));
+    for (const auto& block : session.model()) {
+        if (block == nullptr) continue;
+        out(tessel::format("{} #{}  tier {}  zone {}{}\n", shown(*block), block->id(), block->tier(), block->zone(),
+                           block->failed() ? "  FAILED" : ""));
+        const auto ports = describe_block(*block);
+        for (std::size_t i = 0; i < ports["inputs"].size(); ++i)
+            out(tessel::format("    in {}: {}\n", i, port_text(ports["inputs"][i])));
+        for (std::size_t i = 0; i < ports["outputs"].size(); ++i)
+            out(tessel::format("    out {}: {}\n", i, port_text(ports["outputs"][i])));
     }
 }
 
@@ -102,17 +116,16 @@ int inspect(const options_t& options) {
     Session session(options, bridge_t::literal);
     session.set_console_silent(options.json);
     auto result = session.load(strictness_t::loadable);
-    json_t state;
+    std::string state;
     if (result == tessel::result_ok) {
         result = session.compile([&] { state = describe(session); });
         if (!session.loop().empty()) {
-            if (options.json) print_json(session, result, std::move(state));
+            if (options.json) print_json(session, result, state);
             session.require(result, "compile");
         }
     }
-    state = describe(session);
-    if (options.json) print_json(session, result, std::move(state));
-    else print_table(result, state);
+    if (options.json) print_json(session, result, describe(session));
+    else print_table(session, result);
     return result == tessel::result_ok ? status_ok : status_model;
 }
 

@@ -1,7 +1,6 @@
 #include "host/cli/limits.h"
 
 #include <cmath>
-#include <cstdio>
 #include <fstream>
 #include <limits>
 #include <nlohmann/json.hpp>
@@ -17,7 +16,6 @@ namespace {
 
 constexpr std::int64_t most_ports = 65535;           // of a block: links count in 16 bits
 constexpr std::int64_t most_ports_all = 20'000'000;  // of a model: the ports alone take 32 bytes each
-constexpr double most_steps = 1e15;
 
 /// Reads the port counts and the references of a model file without building the whole of it in memory.
 class Scan final : public nlohmann::json_sax<nlohmann::json> {
@@ -173,25 +171,6 @@ std::string find_unloadable(const std::filesystem::path& file, strictness_t stri
     }
     return {};
 }
-
-std::string find_endless(double ti, double tf, double ts) {
-    if (!(ts > 0.0) || !(ti < tf)) return {};
-    if (std::isinf(ti) || std::isinf(tf))
-        return tessel::format("a run from {} s to {} s does not end", tessel::str::shortest(ti),
-                              tessel::str::shortest(tf));
-    const double widest = std::max(std::abs(ti), std::abs(tf));
-    const double grain = std::nextafter(widest, std::numeric_limits<double>::infinity()) - widest;
-    if (ts <= grain / 2)
-        return tessel::format("a step of {} s cannot move the time on at {} s", tessel::str::shortest(ts),
-                              tessel::str::shortest(widest));
-    if (step_count(ti, tf, ts) > most_steps)
-        return tessel::format("a run from {} s to {} s in steps of {} s takes {:.3g} steps, more than can ever be done",
-                              tessel::str::shortest(ti), tessel::str::shortest(tf), tessel::str::shortest(ts),
-                              step_count(ti, tf, ts));
-    return {};
-}
-
-double step_count(double ti, double tf, double ts) { return std::floor((tf - ti) / ts) + 1.0; }
 
 void LoopGuard::enter_zones(tessel::IMetaModel& model, const std::function<void()>& on_loop) {
     const auto stuck = find_stuck(model);

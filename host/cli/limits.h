@@ -20,12 +20,6 @@ enum class strictness_t { sensible, loadable };
 /// a text that is not JSON is no problem here, for the loader says so itself.
 std::string find_unloadable(const std::filesystem::path& file, strictness_t strictness);
 
-/// Whether time settings let a run end: the problem, "" for none. Settings that the library itself refuses are none.
-std::string find_endless(double ti, double tf, double ts);
-
-/// Steps of a run, about.
-double step_count(double ti, double tf, double ts);
-
 /// Watches a compile for closed loops that no block of fixed zone cuts: without it the pass over the zones would never
 /// end. `enter_zones` is called when that pass begins, with types and links in place. It finds such loops, calls
 /// `on_loop`, and opens them, so that the pass ends; the model is of no further use then.

@@ -17,6 +17,7 @@ int main(int argc, char** argv) {
     int status = zarn::status_ok;
     zarn::add_run(app, status);
     zarn::add_check(app, status);
+    zarn::add_explain(app, status);
     zarn::add_inspect(app, status);
     zarn::add_generate(app, status);
     zarn::add_draw(app, status);

@@ -8,15 +8,16 @@
 namespace zarn {
 namespace {
 
-/// The samples of a signal. Behind each stretch of steps with samples, but for one at the end of the run, stands a value
-/// that is none, at the time up to which the last sample holds.
+/// The samples of a signal. Behind each stretch of steps with samples, but for one at the end of the run, stands a
+/// value that is none, at the time up to which the last sample holds.
 curve_t curve_of(const signal_t& signal, const std::vector<double>& step_times) {
     const Recording& recording = signal.probe->recording();
     const std::vector<double> values = recording.as_doubles();
     curve_t curve{signal.name, recording.type(), {}, {}};
     auto next = values.begin();
     for (const stretch_t& stretch : recording.stretches()) {
-        const auto first = static_cast<std::ptrdiff_t>(stretch.first), count = static_cast<std::ptrdiff_t>(stretch.count);
+        const auto first = static_cast<std::ptrdiff_t>(stretch.first),
+                   count = static_cast<std::ptrdiff_t>(stretch.count);
         const auto begin = step_times.begin() + first;
         curve.times.insert(curve.times.end(), begin, begin + count);
         curve.values.insert(curve.values.end(), next, next + count);

@@ -1,19 +1,30 @@
 #include "host/cli/prepare.h"
 
-#include <algorithm>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <iostream>
 
 #include "core/format.h"
 #include "core/hash.h"
+#include "host/diagnose/diagnose.h"
 #include "port.h"
 
 namespace zarn {
 namespace {
 
-/// What the host finds wrong with a loaded model before the library compiles it.
+/// Refuses a model in which the host finds an error, before the library meets it.
 void refuse_problems(Session& session) {
-    const auto setting = [&session](const char* key) { return static_cast<double>(session.properties().get(key)); };
-    if (const auto problem = find_endless(setting("ti"), setting("tf"), setting("ts")); !problem.empty())
-        session.refuse(problem);
+    const options_t& options = session.options();
+    check_options_t how;
+    how.final_bridge = true;
+    how.settings = session.settings();
+    auto findings = diagnose(options.model, how);
+    const bool failed = has_errors(findings);
+    const auto counts = summary(findings);
+    if (!options.verbose) std::erase_if(findings, [](const finding_t& f) { return f.severity != severity_t::error; });
+    print(findings, std::cerr, isatty(STDERR_FILENO) != 0 && std::getenv("NO_COLOR") == nullptr);
+    if (failed) session.refuse(counts);
 }
 
 /// "int32, flt64 -> flt64"
@@ -37,9 +48,19 @@ bool is_subsystem(const tessel::IMetaBlock& block) {
 }  // namespace
 
 void load_and_compile(Session& session) {
-    session.require(session.load(), "load");
     refuse_problems(session);
+    session.require(session.load(), "load");
     session.require(session.compile(), "compile");
+}
+
+tessel::result_t library_result(Session& session) {
+    session.set_console_silent(true);
+    try {
+        if (session.load(strictness_t::loadable) == tessel::result_ok) session.compile();
+    } catch (const Failure&) {
+        return tessel::result_failure;
+    }
+    return session.last_result();
 }
 
 std::unique_ptr<tessel::ExecModel> build_runnable(Session& session) {

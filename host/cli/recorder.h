@@ -14,8 +14,8 @@ namespace zarn {
 
 /// The step that a run is at, for all its probes.
 struct run_clock_t {
-    std::uint64_t step = 0;  ///< counts up behind each step
-    double time = 0.0;       ///< of the last step, in seconds
+    std::uint64_t step = 0;                                  ///< counts up behind each step
+    double time = 0.0;                                       ///< of the last step, in seconds
     std::atomic<std::int64_t> room = std::int64_t{1} << 62;  ///< bytes that recordings may still take
     std::atomic<bool> exhausted = false;                     ///< a probe found no memory: a value is missing
 };

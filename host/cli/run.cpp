@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <fstream>
 #include <optional>
@@ -130,8 +131,11 @@ int Run::go() {
     try {
         prepare();
     } catch (const Failure& failure) {
-        if (options_.json && failure.status == status_model)
-            out(tessel::format("{{\"result\": {}, \"series\": {{}}}}\n", static_cast<int>(session_->last_result())));
+        if (options_.json && failure.status == status_model) {
+            const auto result = library_result(*session_);
+            out(tessel::format("{{\"result\": {}, \"series\": {{}}}}\n",
+                               static_cast<int>(result != tessel::result_ok ? result : tessel::result_failure)));
+        }
         throw;
     }
     {
@@ -181,11 +185,12 @@ void Run::limit_memory() {
     clock_.room = static_cast<std::int64_t>(available);
     double bytes = 0.0;
     for (const signal_t& signal : signals_) bytes += static_cast<double>(tessel::size_of(signal.type));
-    const double wanted = bytes * step_count(setting("ti"), setting("tf"), setting("ts"));
+    const double wanted = bytes * (std::floor((setting("tf") - setting("ti")) / setting("ts")) + 1.0);
     if (wanted > available)
-        session_->complain(tessel::format("the recordings of the whole run take {:.3g} GiB; it will end when {:.3g} GiB "
-                                          "are used up",
-                                          wanted / 0x1p30, available / 0x1p30));
+        session_->complain(
+            tessel::format("the recordings of the whole run take {:.3g} GiB; it will end when {:.3g} GiB "
+                           "are used up",
+                           wanted / 0x1p30, available / 0x1p30));
 }
 
 /// Opens a file before the run: what is wrong with its place shows before the work is done.

@@ -30,6 +30,16 @@ void sort_for_run(analysis_t& analysis) {
     });
 }
 
+bool has_all_sources(const graph_t& graph, const wiring_t& wiring) {
+    for (const std::size_t position : wiring.live) {
+        const node_t& node = graph.nodes[position];
+        if (is_subsystem(node) || (node.is(hash_inport) && node.parent() == 0)) continue;
+        for (const feed_t& feed : wiring.typed[position])
+            if (feed.source == none) return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 void analyse(analysis_t& analysis, Report& report, const std::filesystem::path& model, const check_options_t& options) {
@@ -58,6 +68,7 @@ void analyse(analysis_t& analysis, Report& report, const std::filesystem::path& 
     check_parameters(analysis, report, options);
     analysis.waiting = work_out_zones(graph, wiring);
     check_loops(graph, wiring, analysis.waiting, report);
+    analysis.complete = analysis.waiting.empty() && has_all_sources(graph, wiring);
     dissolve_casts(graph, wiring, report);
     check_double_feeds(graph, wiring, report);
 

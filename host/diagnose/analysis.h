@@ -18,6 +18,7 @@ struct analysis_t {
     std::vector<std::int32_t> tiers;
     std::vector<gate_t> gates;
     std::vector<std::size_t> waiting;  // blocks without a zone
+    bool complete = false;             // whether every input has its source and every block its zone
     std::vector<std::size_t> order;    // blocks with a zone, in the order in which a run steps them
 };
 

@@ -67,10 +67,11 @@ void check_never(const analysis_t& analysis, Report& report) {
         else
             what = tessel::format("this block never runs: it has zone {}, and its enable {} comes later, in zone {}",
                                   zone, gate.path, gate_zone);
-        const bool from_inside = zone == 0;
         report.at_block("Z409", severity_t::warning, node, what,
-                        from_inside ? "move it out of the subsystem, and bring its signal in through an inport"
-                                    : "feed it, or the blocks before it, through an inport of the subsystem");
+                        zone == 0 ? "move it out of the subsystem, and bring its signal in through an inport"
+                                  : tessel::format("bring the condition of {} on a shorter way, or the signal of this "
+                                                   "block on a longer one, so that the enable has the lower zone",
+                                                   gate.path));
     }
 }
 
@@ -140,7 +141,7 @@ std::vector<bool> never_run(const analysis_t& analysis) {
 
 void check_behaviour(const analysis_t& analysis, Report& report) {
     check_enables(analysis, report);
-    check_never(analysis, report);
+    if (analysis.complete) check_never(analysis, report);  // zones mean nothing before that
     check_divisions(analysis, report);
 }
 

@@ -304,7 +304,7 @@ std::string all_codes_markdown() {
             group = entry.code[1];
             text += tessel::format("\n## {}\n", groups[group - '1']);
         }
-        text += "\n" + explain_code(std::string(entry.code), true);
+        text.append("\n").append(explain_code(std::string(entry.code), true));
     }
     return text;
 }

@@ -263,10 +263,10 @@ void check_sources(const graph_t& graph, const wiring_t& wiring, Report& report)
     for (const std::size_t position : wiring.live) {
         const node_t& node = graph.nodes[position];
         if (node.is(hash_inport) && node.parent() == 0) continue;  // an input of the whole model
-        if (node.is(hash_cast)) continue;
         if (index.at(node.id()) != position) continue;  // a second block with an id gets no link: told with the id
         std::vector<std::size_t> missing;
-        for (std::size_t i = 0; i < node.inputs(); ++i)
+        for (std::size_t i = node.is(hash_cast) ? 1 : 0; i < node.inputs();
+             ++i)  // a cast's own input has its own check
             if (wiring.typed[position][i].source == none && !wiring.excused[position][i]) missing.push_back(i);
         if (!missing.empty()) tell_missing(graph, node, missing, report);
     }

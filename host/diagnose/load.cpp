@@ -222,6 +222,7 @@ void load_graph(graph_t& graph, Report& report, const std::filesystem::path& mod
     Loader(graph, report).main_file(model);
     for (std::size_t i = 0; i < graph.nodes.size(); ++i) graph.index.try_emplace(graph.nodes[i].id(), i);
     name_paths(graph);
+    report.name_blocks();
 }
 
 }  // namespace zarn

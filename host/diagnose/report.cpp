@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <numeric>
+#include <tuple>
+#include <unordered_map>
 
 #include "host/diagnose/classes.h"
 #include "host/diagnose/source.h"
@@ -56,6 +58,21 @@ bool Report::blame_reference(const node_t& node) {
     if (cause == none) return false;
     findings_[cause].severity = severity_t::error;
     return true;
+}
+
+void Report::name_blocks() {
+    std::unordered_map<std::string, const node_t*> blocks;
+    for (const node_t& node : graph_.nodes) blocks.emplace(std::to_string(node.file) + node.pointer, &node);
+    for (std::size_t i = 0; i < findings_.size(); ++i) {
+        const std::string& pointer = findings_[i].pointer;
+        // "/blocks/3/add/name": the block's object is three levels deep
+        std::size_t end = 0;
+        for (int level = 0; level < 3 && end != std::string::npos; ++level) end = pointer.find('/', end + 1);
+        const auto found = blocks.find(std::to_string(files_[i]) + pointer.substr(0, end));
+        if (found == blocks.end() || pointer.empty()) continue;
+        findings_[i].path = found->second->path;
+        findings_[i].block_class = found->second->class_name();
+    }
 }
 
 std::vector<finding_t> Report::take() {

@@ -39,6 +39,9 @@ public:
     /// finding becomes an error.
     bool blame_reference(const node_t& node);
 
+    /// Names the blocks in findings about values inside them, once their paths are known.
+    void name_blocks();
+
     /// The findings so far.
     std::span<const finding_t> peek() const noexcept { return findings_; }
 

@@ -1,23 +1,28 @@
 #include "host/diagnose/values.h"
 
+#include <algorithm>
 #include <array>
-#include <cmath>
 #include <functional>
 #include <limits>
+#include <type_traits>
 
 #include "PropertiesModel.h"
+#include "core/convert.h"
 #include "host/diagnose/source.h"
 
 namespace zarn {
 namespace {
 
 using nlohmann::json;
+using reader_t = std::function<void(const json&)>;
 
 constexpr std::array block_keys{"name",         "id",       "parent", "inportCount",
                                 "outportCount", "geometry", "bg",     "backgroundColor"};
 
+constexpr const char* mend_id = "write the id in decimal digits, without sign and fraction";
+
 /// Whether `read` takes an object that holds this one member alone.
-bool readable(const std::string& key, const json& value, const std::function<void(const json&)>& read) {
+bool readable(const std::string& key, const json& value, const reader_t& read) {
     try {
         json one = json::object();
         one[key] = value;
@@ -28,15 +33,6 @@ bool readable(const std::string& key, const json& value, const std::function<voi
     }
 }
 
-/// What a key of a block must hold.
-const char* wanted_kind(const std::string& key, bool is_parameter) {
-    if (is_parameter) return "a text or a number";
-    if (key == "name" || key == "label") return "a text";
-    if (key == "geometry" || key == "bg" || key == "backgroundColor") return "an object with numbers";
-    if (key == "breakpoints") return "an array of points";
-    return "a number";
-}
-
 /// The first member of an object that is no number, "" when there is none.
 std::string first_odd_member(const json& object) {
     if (!object.is_object()) return {};
@@ -45,86 +41,136 @@ std::string first_odd_member(const json& object) {
     return {};
 }
 
-void report_kind(Report& report, severity_t weight, std::size_t file, const std::string& pointer,
-                 const std::string& key, const json& value, bool is_parameter, const std::string& owner) {
-    std::string place = pointer + segment(key);
-    const json* at = &value;
-    std::string named = key;
-    const std::string inner = first_odd_member(value);
-    if (!inner.empty()) {
-        place += segment(inner);
-        at = &value[inner];
-        named += "." + inner;
+/// The checks of one object: a block, a link or the settings.
+class Values {
+public:
+    Values(Report& report, const json& object, std::size_t file, std::string pointer, severity_t weight)
+        : report_(report), object_(object), file_(file), pointer_(std::move(pointer)), weight_(weight) {}
+
+    /// Names the block that the findings are about, until its path is known.
+    void about(const tessel::class_row_t& row) {
+        row_ = &row;
+        const auto name = object_.find("name");
+        name_ = name != object_.end() && name->is_string() ? name->get<std::string>() : "";
     }
-    const char* wanted = inner.empty() ? wanted_kind(key, is_parameter) : "a number";
-    report.at_place("Z106", weight, file, place,
-                    tessel::format("{}: \"{}\" is {}, but must be {}", owner, named, kind_of(*at), wanted),
-                    tessel::format("write {} there, or leave the key out", wanted));
-}
 
-/// Reports a number that a field cannot hold as it is written.
-void check_integer(Report& report, const json& value, double lowest, double highest, const std::string& owner,
-                   const std::string& key, std::size_t file, const std::string& place, const char* mend) {
-    if (!value.is_number()) return;
-    const double number = value.get<double>();
-    const bool fraction = value.is_number_float() && number != std::trunc(number);
-    if (!fraction && number >= lowest && number <= highest) return;
-    report.at_place("Z107", severity_t::warning, file, place,
-                    tessel::format("{}: \"{}\" is {}, which is read as an integer {}", owner, key, value.dump(),
-                                   fraction ? "without its fraction" : "of too few bits"),
-                    mend);
-}
-
-constexpr double highest_id = 18446744073709551615.0;
-constexpr double highest_int = std::numeric_limits<int>::max();
-constexpr double lowest_int = std::numeric_limits<int>::min();
-
-/// Reports a port count that the library refuses or that can only be a slip. Returns whether it refuses it.
-bool check_port_count(Report& report, const json& object, const std::string& owner, std::size_t file,
-                      const std::string& pointer, severity_t weight) {
-    const auto found = object.find("inportCount");
-    if (found == object.end() || !found->is_number()) return false;
-    const double count = found->get<double>();
-    if (count >= 0.0 && count <= static_cast<double>(most_ports)) return false;
-    // beyond 32 bits the count wraps, to a count that may be harmless
-    if (count > highest_int || count < lowest_int) {
-        check_integer(report, *found, lowest_int, highest_int, owner, "inportCount", file, pointer + "/inportCount",
-                      "write the number of inputs that the block has");
-        tessel::PropertiesBlock properties;
-        properties.import_json(json{{"inportCount", *found}});
-        if (properties.inportCount <= static_cast<std::uint64_t>(most_ports)) return false;
+    finding_id tell(const char* code, severity_t severity, const std::string& place, std::string what,
+                    std::string mend) {
+        const finding_id id =
+            report_.at_place(code, severity, file_, pointer_ + place, std::move(what), std::move(mend));
+        if (row_ != nullptr) {
+            report_[id].path = "?." + name_;
+            report_[id].block_class = row_->name;
+        }
+        return id;
     }
-    report.at_place(
-        "Z115", weight, file, pointer + "/inportCount",
-        tessel::format("{}: \"inportCount\" is {}, and a block has 0 to {} inputs", owner, found->dump(), most_ports),
-        "write the number of inputs that the block has, at most 8");
-    return true;
-}
 
-void check_keys(Report& report, const json& object, const tessel::class_row_t& row, const std::string& owner,
-                std::size_t file, const std::string& pointer) {
-    std::vector<std::string> known(block_keys.begin(), block_keys.end());
-    if (row.defaults != nullptr)
-        for (const auto& [key, parameter] : *row.defaults) known.push_back(key);
-    std::ranges::sort(known);
-    for (const auto& [key, value] : object.items()) {
-        const std::string place = pointer + segment(key);
-        if (!std::ranges::binary_search(known, key)) {
-            const std::string near = nearest_name(key, known);
-            if (near.empty() || object.contains(near)) continue;
-            report.at_place(
-                "Z109", severity_t::warning, file, place,
-                tessel::format("{}: the key \"{}\" means nothing here, and \"{}\" is missing", owner, key, near),
-                tessel::format("write \"{}\"", near));
-        } else if (key == "id" || key == "parent") {
-            check_integer(report, value, 0.0, highest_id, owner, key, file, place,
-                          "write the id in decimal digits, without sign and fraction");
-        } else if (row.defaults != nullptr && row.defaults->contains(key)) {
-            check_integer(report, value, lowest_int, highest_int, owner, key, file, place,
-                          "write the number as a text, in quotes");
+    /// A value of another kind than its key needs.
+    void tell_kind(const std::string& key, const json& value) {
+        const std::string inner = first_odd_member(value);
+        const json& at = inner.empty() ? value : value[inner];
+        const char* wanted = inner.empty() ? wanted_kind(key) : "a number";
+        tell("Z106", weight_, segment(key) + (inner.empty() ? "" : segment(inner)),
+             tessel::format("\"{}{}{}\" is {}, but must be {}", key, inner.empty() ? "" : ".", inner, kind_of(at),
+                            wanted),
+             tessel::format("write {} there, or leave the key out", wanted));
+    }
+
+    /// A number that a field of type T cannot hold as it is written. Returns what the field gets.
+    template <class T>
+    T check_integer(const std::string& key, const json& value, const char* mend) {
+        if (!value.is_number()) return T{};
+        T held{};
+        bool same = false;
+        if (value.is_number_float()) {
+            held = tessel::convert<T>(value.get<double>());
+            same = static_cast<double>(held) == value.get<double>();
+        } else {
+            held = value.get<T>();
+            same = value.is_number_unsigned() ? std::cmp_equal(held, value.get<std::uint64_t>())
+                                              : std::cmp_equal(held, value.get<std::int64_t>());
+        }
+        if (!same)
+            tell("Z107", severity_t::warning, segment(key),
+                 tessel::format("\"{}\" is {}, which is read as {}", key, value.dump(), held), mend);
+        return held;
+    }
+
+    /// A port index: 16 bits, for which 65535 is as good as -1.
+    void check_port(const std::string& key, const json& value) {
+        constexpr const char* mend = "write the index of the port, from 0, or -1 for a subsystem's enable input";
+        const int index = check_integer<int>(key, value, mend);
+        if (index >= -32768 && index <= 65535) return;
+        tell("Z107", severity_t::warning, segment(key),
+             tessel::format("\"{}\" is {}, which is read as {}", key, index, static_cast<std::int16_t>(index)), mend);
+    }
+
+    /// A number of inputs that the library refuses.
+    bool check_port_count() {
+        const auto found = object_.find("inportCount");
+        if (found == object_.end() || !found->is_number()) return false;
+        const int count = check_integer<int>("inportCount", *found, "write the number of inputs that the block has");
+        if (count >= 0 && count <= most_ports) return false;
+        tell("Z115", weight_, "/inportCount",
+             tessel::format("\"inportCount\" is {}, and a block has 0 to {} inputs", count, most_ports),
+             "write the number of inputs that the block has, at most 8");
+        return true;
+    }
+
+    /// Keys that mean nothing, and numbers that their fields cannot hold.
+    void check_keys() {
+        std::vector<std::string> known(block_keys.begin(), block_keys.end());
+        if (row_->defaults != nullptr)
+            for (const auto& [key, parameter] : *row_->defaults) known.push_back(key);
+        std::ranges::sort(known);
+        for (const auto& [key, value] : object_.items()) {
+            if (!std::ranges::binary_search(known, key)) {
+                const std::string near = nearest_name(key, known);
+                if (near.empty() || object_.contains(near)) continue;
+                tell("Z109", severity_t::warning, segment(key),
+                     tessel::format("the key \"{}\" means nothing here, and \"{}\" is missing", key, near),
+                     tessel::format("write \"{}\"", near));
+            } else if (key == "id" || key == "parent") {
+                check_integer<std::uint64_t>(key, value, mend_id);
+            } else if (is_parameter(key)) {
+                check_integer<int>(key, value, "write the number as a text, in quotes");
+            }
         }
     }
-}
+
+    /// The object without the values that `read` refuses.
+    json without_refused(const reader_t& read, bool& refused) {
+        json kept = object_;
+        for (const auto& [key, value] : object_.items()) {
+            if (readable(key, value, read)) continue;
+            tell_kind(key, value);
+            kept.erase(key);
+            refused = true;
+        }
+        return kept;
+    }
+
+private:
+    bool is_parameter(const std::string& key) const {
+        return row_ != nullptr && row_->defaults != nullptr && row_->defaults->contains(key);
+    }
+
+    const char* wanted_kind(const std::string& key) const {
+        if (is_parameter(key)) return "a text or a number";
+        if (key == "name" || key == "label") return "a text";
+        if (key == "geometry" || key == "bg" || key == "backgroundColor") return "an object with numbers";
+        if (key == "breakpoints") return "an array of points";
+        return "a number";
+    }
+
+    Report& report_;
+    const json& object_;
+    std::size_t file_;
+    std::string pointer_;
+    severity_t weight_;
+    const tessel::class_row_t* row_ = nullptr;
+    std::string name_;
+};
 
 }  // namespace
 
@@ -146,29 +192,17 @@ json check_block_values(Report& report, const json& object, const tessel::class_
         if (row.defaults != nullptr) properties.parameters = *row.defaults;
         properties.import_json(in);
     };
-    std::string owner = row.name;
-    if (const auto name = object.find("name"); name != object.end() && name->is_string())
-        owner += " " + in_quotes(name->get<std::string>());
-
-    refused = false;
+    Values values(report, object, file, pointer, weight);
+    values.about(row);
+    values.check_keys();
+    refused = values.check_port_count();
     json kept = object;
-    check_keys(report, object, row, owner, file, pointer);
-    if (check_port_count(report, object, owner, file, pointer, weight)) {
-        refused = true;
-        kept.erase("inportCount");
-    }
     try {
         read(kept);
-        return kept;
     } catch (const std::exception&) {
-        refused = true;
+        kept = values.without_refused(read, refused);
     }
-    for (const auto& [key, value] : object.items()) {
-        if (readable(key, value, read)) continue;
-        const bool is_parameter = row.defaults != nullptr && row.defaults->contains(key);
-        report_kind(report, weight, file, pointer, key, value, is_parameter, owner);
-        kept.erase(key);
-    }
+    if (refused) kept.erase("inportCount");
     return kept;
 }
 
@@ -186,20 +220,11 @@ json check_link_values(Report& report, const json& link, std::size_t file, const
         return json::object();
     }
     refused = false;
-    json kept = link;
-    for (const auto& [key, value] : link.items()) {
-        const std::string place = pointer + segment(key);
-        if (!readable(key, value, read)) {
-            report_kind(report, weight, file, pointer, key, value, false, "link");
-            kept.erase(key);
-            refused = true;
-        } else if (key == "srcId" || key == "dstId") {
-            check_integer(report, value, 0.0, highest_id, "link", key, file, place,
-                          "write the id in decimal digits, without sign and fraction");
-        } else if (key == "srcPort" || key == "dstPort") {
-            check_integer(report, value, -32768.0, 65535.0, "link", key, file, place,
-                          "write the index of the port, from 0, or -1 for a subsystem's enable input");
-        }
+    Values values(report, link, file, pointer, weight);
+    json kept = values.without_refused(read, refused);
+    for (const auto& [key, value] : kept.items()) {
+        if (key == "srcId" || key == "dstId") values.check_integer<std::uint64_t>(key, value, mend_id);
+        else if (key == "srcPort" || key == "dstPort") values.check_port(key, value);
     }
     return kept;
 }
@@ -211,19 +236,13 @@ bool check_setting_values(Report& report, const json& settings, std::size_t file
                         "write an object with \"ti\", \"tf\" and \"ts\", or leave the key out");
         return false;
     }
-    bool well = true;
-    for (const char* key : {"ti", "tf", "ts"}) {
-        const auto found = settings.find(key);
-        if (found == settings.end() || found->is_number()) continue;
-        const auto read = [](const json& one) {
-            tessel::PropertiesModel properties;
-            properties.import_json(json{{"model", one}}, false);
-        };
-        if (readable(key, *found, read)) continue;
-        report_kind(report, severity_t::error, file, "/model", key, *found, false, "settings");
-        well = false;
-    }
-    return well;
+    const auto read = [](const json& one) {
+        tessel::PropertiesModel properties;
+        properties.import_json(json{{"model", one}}, false);
+    };
+    bool refused = false;
+    Values(report, settings, file, "/model", severity_t::error).without_refused(read, refused);
+    return !refused;
 }
 
 }  // namespace zarn

@@ -109,8 +109,8 @@ void read_parameters(Block& block, const json& data) {
     }
     if (const auto found = block.parameters.find("portNumber"); found != block.parameters.end()) {
         const json* value = member(data, "portNumber");
-        block.port_number = value != nullptr && value->is_number() ? port_of(data, "portNumber")
-                                                                   : std::atoi(found->second.c_str());
+        block.port_number =
+            value != nullptr && value->is_number() ? port_of(data, "portNumber") : std::atoi(found->second.c_str());
     }
 }
 

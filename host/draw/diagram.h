@@ -25,10 +25,10 @@ struct Block {
     std::string name;
     std::uint64_t id = 0;  ///< as in its own file
     std::size_t parent = 0;
-    bool known = true;     ///< whether the class exists
-    bool placed = false;   ///< whether the file gives it a position or a size
-    bool failed = false;   ///< whether compile found the fault here
-    bool unread = false;   ///< a reference whose file cannot be read
+    bool known = true;                                         ///< whether the class exists
+    bool placed = false;                                       ///< whether the file gives it a position or a size
+    bool failed = false;                                       ///< whether compile found the fault here
+    bool unread = false;                                       ///< a reference whose file cannot be read
     double x = 0, y = 0, width = 0, height = 0, rotation = 0;  ///< canvas units; rotation in degrees, clockwise
     std::array<double, 4> color{};                             ///< red, green, blue, alpha, 0 to 1 each
     int inputs = 0, outputs = 0;

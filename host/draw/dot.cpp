@@ -48,10 +48,8 @@ std::string source_of(const LayoutGraph& graph) {
                                                    : tessel::format("n{}", edge.from);
         const auto to =
             edge.input < in.size() ? tessel::format("n{}:i{}", edge.to, edge.input) : tessel::format("n{}", edge.to);
-        if (edge.backward)
-            text += tessel::format("n{}->n{};\n", edge.to, edge.from);
-        else
-            text += tessel::format("{}->{}[weight=4];\n", from, to);
+        if (edge.backward) text += tessel::format("n{}->n{};\n", edge.to, edge.from);
+        else text += tessel::format("{}->{}[weight=4];\n", from, to);
     }
     return text + "}\n";
 }
@@ -190,10 +188,8 @@ std::vector<Positions> dot_layouts(std::span<const LayoutGraph> graphs, std::chr
         char* arguments[] = {name, form, nullptr};
         std::string error;
         Process dot(name, arguments, error);
-        if (!dot.started())
-            why = "Graphviz's dot cannot be started: " + error;
-        else
-            ended = dot.converse(text, answer, Clock::now() + limit);
+        if (!dot.started()) why = "Graphviz's dot cannot be started: " + error;
+        else ended = dot.converse(text, answer, Clock::now() + limit);
     });
 
     // answers stand in the order of the questions, each closed by a line "stop"
@@ -206,7 +202,8 @@ std::vector<Positions> dot_layouts(std::span<const LayoutGraph> graphs, std::chr
     }
     if (next < graphs.size() && why.empty())
         why = ended ? "Graphviz's dot gave no layout"
-                    : tessel::format("Graphviz's dot gave no layout within {:g} s", static_cast<double>(limit.count()) / 1000);
+                    : tessel::format("Graphviz's dot gave no layout within {:g} s",
+                                     static_cast<double>(limit.count()) / 1000);
     return found;
 }
 

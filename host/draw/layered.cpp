@@ -27,10 +27,8 @@ std::vector<std::size_t> components(const LayoutGraph& graph, const Adjacency& l
             }
             if (next[v] < leaving[v].size()) {
                 const std::size_t w = graph.edges[leaving[v][next[v]++]].to;
-                if (order[w] == nothing)
-                    path.push_back(w);
-                else if (component[w] == nothing)
-                    low[v] = std::min(low[v], order[w]);
+                if (order[w] == nothing) path.push_back(w);
+                else if (component[w] == nothing) low[v] = std::min(low[v], order[w]);
                 continue;
             }
             path.pop_back();
@@ -55,7 +53,7 @@ std::size_t later(const LayoutEdge& e) { return e.backward ? e.from : e.to; }
 struct Cell {
     std::size_t layer = 0;
     double height = 0;
-    double y = 0;  // of the top
+    double y = 0;                                               // of the top
     std::vector<std::pair<std::size_t, double>> before, after;  // neighbours with the offset at which they want us
 };
 

@@ -12,7 +12,7 @@
 namespace zarn::draw {
 
 struct LayoutNode {
-    double width = 0, height = 0;                 ///< the room that the block takes, its name below it included
+    double width = 0, height = 0;           ///< the room that the block takes, its name below it included
     std::vector<double> input_y, output_y;  ///< heights of the ports, from the top; below 0 for one that is not level
 };
 

@@ -215,7 +215,10 @@ void place_sum_inputs(Page& page, std::size_t index, const std::vector<std::size
         node.inputs[i].out = side;
     };
     const bool usual = node.inputs.size() == 2 || node.inputs.size() == 3;
-    if (!usual || std::ranges::any_of(origins, &Origin::sideways)) {  // drawn for ports below each other: they stay where they are, on the outline
+    if (!usual ||
+        std::ranges::any_of(
+            origins,
+            &Origin::sideways)) {  // drawn for ports below each other: they stay where they are, on the outline
         for (Port& port : node.inputs) follow_outline(node, port);
     } else if (node.inputs.size() == 2) {
         set(0, {-1, 0});
@@ -314,7 +317,8 @@ LayoutGraph layout_graph(const Diagram& diagram, const Page& page) {
             for (const Port& port : ports) {
                 // inputs from above or from below pull no wire level
                 const bool upright = port.number == enable_port || (symbol.shape == Shape::circle && !list.empty());
-                list.push_back(upright ? -1 : symbol.height * (symbol.shape == Shape::circle ? 0.5 : (at + 0.5) / count));
+                list.push_back(upright ? -1
+                                       : symbol.height * (symbol.shape == Shape::circle ? 0.5 : (at + 0.5) / count));
                 ++at;
             }
         };

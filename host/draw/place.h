@@ -16,16 +16,16 @@ inline constexpr double name_room = 16;  ///< height that a block's name takes b
 /// A link between two blocks of one page, by the places of its ends in the page's lists.
 struct PageLink {
     std::size_t link = 0;
-    std::size_t from = 0, to = 0;          ///< nodes
-    std::size_t output = 0, input = 0;     ///< ports
+    std::size_t from = 0, to = 0;       ///< nodes
+    std::size_t output = 0, input = 0;  ///< ports
 };
 
 /// A page in the making.
 struct Page {
     Scene scene;
     std::vector<PageLink> links;
-    std::vector<Polyline> bends;                       ///< of `links`, in pixels
-    bool stretched = false;                            ///< the file's positions have been moved apart
+    std::vector<Polyline> bends;  ///< of `links`, in pixels
+    bool stretched = false;       ///< the file's positions have been moved apart
 };
 
 /// Puts blocks where the file has them, enlarged alike when they are small. False when the file has no usable

@@ -9,12 +9,12 @@
 namespace zarn::draw {
 namespace {
 
-constexpr double pitch = 9;         // between free lines of the grid
-constexpr double margin = 9;        // that wires keep from blocks
-constexpr double frame = 54;        // free space around everything
-constexpr double in_margin = 6;     // factors on the length: close to a block,
-constexpr double in_text = 7;       // across a text,
-constexpr double in_block = 60;     // through a block
+constexpr double pitch = 9;      // between free lines of the grid
+constexpr double margin = 9;     // that wires keep from blocks
+constexpr double frame = 54;     // free space around everything
+constexpr double in_margin = 6;  // factors on the length: close to a block,
+constexpr double in_text = 7;    // across a text,
+constexpr double in_block = 60;  // through a block
 constexpr float bend_cost = 22;
 constexpr float cross_cost = 14;
 constexpr float touch_cost = 120;   // another net bends here: it would look like a connection
@@ -261,8 +261,7 @@ public:
                 if (in != any && d == (in + 2) % 4) continue;
                 const std::size_t w = grid_.neighbour(v, d);
                 if (w == grid_.size()) continue;
-                const float cost =
-                    entry.cost + grid_.vertex_cost(v, in, d, net) + grid_.edge_cost(v, w, d, net);
+                const float cost = entry.cost + grid_.vertex_cost(v, in, d, net) + grid_.edge_cost(v, w, d, net);
                 visit(w * 5 + d, cost, entry.state, guess(w));
             }
         }
@@ -404,7 +403,8 @@ private:
                 const Direction d = direction_of(line[i] - line[i - 1]);
                 const std::size_t end = grid_.vertex_at(line[i]);
                 if (std::abs(line[i].x - line[i - 1].x) > 0.5 && std::abs(line[i].y - line[i - 1].y) > 0.5) continue;
-                for (std::size_t v = grid_.vertex_at(line[i - 1]); v != end && v != grid_.size(); v = grid_.neighbour(v, d))
+                for (std::size_t v = grid_.vertex_at(line[i - 1]); v != end && v != grid_.size();
+                     v = grid_.neighbour(v, d))
                     tree.push_back({v, any, bend_cost * 0.4f});
             }
         }
@@ -431,8 +431,8 @@ private:
                 net.routes[i] = {net.source.at, target.at};
                 continue;
             }
-            Polyline way = level_way ? walk(door, goal)
-                                     : search.find(tree, goal, opposite(direction_of(target.out)), owner);
+            Polyline way =
+                level_way ? walk(door, goal) : search.find(tree, goal, opposite(direction_of(target.out)), owner);
             grid_.occupy(simplified(way), owner);
             // parting from the trunk is worth a little less than a bend
             for (const Point p : way) tree.push_back({grid_.vertex_at(p), any, bend_cost * 0.4f});

@@ -25,9 +25,9 @@ constexpr std::size_t most_notes = 8;
 
 struct Plan {
     std::vector<std::vector<std::size_t>> children;
-    std::vector<std::size_t> pages;      ///< owners, each before those inside it
-    std::vector<bool> inlined;           ///< by block: drawn with its content in place
-    std::vector<std::size_t> height;     ///< by block: levels drawn in place inside
+    std::vector<std::size_t> pages;   ///< owners, each before those inside it
+    std::vector<bool> inlined;        ///< by block: drawn with its content in place
+    std::vector<std::size_t> height;  ///< by block: levels drawn in place inside
 };
 
 Plan make_plan(const Diagram& diagram, int depth) {
@@ -109,8 +109,10 @@ private:
         Node node;
         node.block = index;
         node.symbol = symbol_of(diagram_, index, plan_.children[index]);
-        for (const auto& port : node.symbol.inputs) node.inputs.push_back({port.number, port.label, {}, {}, false, false});
-        for (const auto& port : node.symbol.outputs) node.outputs.push_back({port.number, port.label, {}, {}, false, false});
+        for (const auto& port : node.symbol.inputs)
+            node.inputs.push_back({port.number, port.label, {}, {}, false, false});
+        for (const auto& port : node.symbol.outputs)
+            node.outputs.push_back({port.number, port.label, {}, {}, false, false});
         for (const std::size_t child : plan_.children[index]) {
             if (!diagram_.blocks[child].is("enable")) continue;
             node.inputs.push_back({enable_port, "", {}, {}, false, false});
@@ -118,7 +120,8 @@ private:
         }
         if (!plan_.inlined[index]) return node;
         node.inner = std::move(inner[index]);
-        const double side = 26 + std::min(60.0, widest_label(node.inputs)), other = 26 + std::min(60.0, widest_label(node.outputs));
+        const double side = 26 + std::min(60.0, widest_label(node.inputs)),
+                     other = 26 + std::min(60.0, widest_label(node.outputs));
         node.symbol.width = std::max(node.symbol.width, node.inner->bounds.w + side + other);
         node.symbol.height = std::max(node.symbol.height, node.inner->bounds.h + 38);
         node.inner_at = {side, 28};
@@ -159,10 +162,8 @@ private:
             found.input = find_port(ports, link.target_port);
             ports[found.input].linked = true;
         }
-        if (found.from != none && found.to != none)
-            page.links.push_back(found);
-        else
-            strays_.push_back(found);
+        if (found.from != none && found.to != none) page.links.push_back(found);
+        else strays_.push_back(found);
     }
 
     void place_contents() {
@@ -170,7 +171,8 @@ private:
             if (node.inner == nullptr) continue;
             const double spare_w = node.box.w - node.symbol.width, spare_h = node.box.h - node.symbol.height;
             const Rect& inside = node.inner->bounds;
-            node.inner_at = Point{node.box.x, node.box.y} + node.inner_at + Point{spare_w / 2, spare_h / 2} - Point{inside.x, inside.y};
+            node.inner_at = Point{node.box.x, node.box.y} + node.inner_at + Point{spare_w / 2, spare_h / 2} -
+                            Point{inside.x, inside.y};
         }
     }
 
@@ -215,7 +217,8 @@ private:
 
     Wire wire_of(const PageLink& link, Polyline path) const {
         const std::size_t source = page.scene.nodes[link.from].block;
-        return {std::move(path), source, types_.of_output(source, diagram_.links[link.link].source_port), broken(link), true};
+        return {std::move(path), source, types_.of_output(source, diagram_.links[link.link].source_port), broken(link),
+                true};
     }
 
     void lay_wires() {
@@ -278,7 +281,8 @@ private:
             wire.arrow = true;
             page.scene.wires.push_back(wire);
             wire_links_.push_back(none);
-            const std::string text = other == none ? tessel::format("no block {}", id) : (leaves ? "to " : "from ") + diagram_.short_path(other);
+            const std::string text = other == none ? tessel::format("no block {}", id)
+                                                   : (leaves ? "to " : "from ") + diagram_.short_path(other);
             Label label = make_label(wire.broken ? Label::Kind::broken : Label::Kind::link, text, type_size, 190);
             const double x = port.out.x < 0 ? end.x - label.box.w - 3 : end.x + 3;
             const Point corner{x, end.y - label.box.h / 2};
@@ -327,7 +331,7 @@ private:
     const SignalTypes& types_;
     std::unordered_map<std::size_t, std::size_t> places_;  // block to node
     std::vector<PageLink> strays_;
-    std::vector<std::size_t> wire_links_;                  // the link that each wire stands for
+    std::vector<std::size_t> wire_links_;  // the link that each wire stands for
 };
 
 /// The links that each page shows, by owner: those that touch one of its blocks.
@@ -371,7 +375,8 @@ void lay_out(const Diagram& diagram, std::vector<PageMaker>& makers, const DrawO
 void note_lost_links(const Diagram& diagram, Scene& root) {
     for (const Link& link : diagram.links)
         if (link.source == none && link.target == none)
-            root.notes.push_back(tessel::format("a link from {} to {}: there are no such blocks", link.source_id, link.target_id));
+            root.notes.push_back(
+                tessel::format("a link from {} to {}: there are no such blocks", link.source_id, link.target_id));
     root.notes.insert(root.notes.end(), diagram.notes.begin(), diagram.notes.end());
     if (root.notes.size() <= most_notes) return;
     const std::size_t more = root.notes.size() - most_notes;

@@ -35,7 +35,8 @@ std::string SignalTypes::of_output(std::size_t block, int port) const {
         if (source.is_subsystem()) {
             if (const auto found = outports_.find({block, port}); found != outports_.end()) relay = found->second;
         } else if (source.is("from")) {
-            if (const auto found = gotos_.find(source.parameter("target")); found != gotos_.end()) relay = found->second;
+            if (const auto found = gotos_.find(source.parameter("target")); found != gotos_.end())
+                relay = found->second;
         } else if (source.is("outport") || source.is("inport")) {
             relay = block;
         }

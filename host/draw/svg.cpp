@@ -9,9 +9,9 @@
 namespace zarn::draw {
 namespace {
 
-constexpr double edge = 16;          // around and between panels
+constexpr double edge = 16;  // around and between panels
 constexpr double title_height = 34;
-constexpr double padding = 22;       // inside a panel
+constexpr double padding = 22;  // inside a panel
 constexpr double note_height = 17;
 constexpr double least_width = 420;
 constexpr double text_size = 11;
@@ -51,9 +51,7 @@ text { font-family: Helvetica, Arial, 'Liberation Sans', 'DejaVu Sans', sans-ser
 )";
 
 /// The inside of a file's colour is dark: texts on it are white.
-bool is_dark(const std::array<double, 4>& c) {
-    return c[3] > 0.5 && 0.299 * c[0] + 0.587 * c[1] + 0.114 * c[2] < 0.45;
-}
+bool is_dark(const std::array<double, 4>& c) { return c[3] > 0.5 && 0.299 * c[0] + 0.587 * c[1] + 0.114 * c[2] < 0.45; }
 
 int byte_of(double v) { return static_cast<int>(std::lround(v * 255)); }
 
@@ -201,7 +199,8 @@ private:
     static std::string fill(const Block& block) {
         const auto& c = block.color;
         if (c[3] <= 0) return {};
-        std::string attribute = tessel::format(" style=\"fill:#{:02x}{:02x}{:02x}", byte_of(c[0]), byte_of(c[1]), byte_of(c[2]));
+        std::string attribute =
+            tessel::format(" style=\"fill:#{:02x}{:02x}{:02x}", byte_of(c[0]), byte_of(c[1]), byte_of(c[2]));
         if (c[3] < 1) attribute += ";fill-opacity:" + tessel::format("{:.2f}", c[3]);
         return attribute + "\"";
     }
@@ -287,7 +286,8 @@ private:
         if (n.symbol.text.empty() || n.symbol.shape == Shape::circle) return;
         const Rect room = middle(n);
         double size = std::min(text_size, room.h * 0.75);
-        static const std::set<std::string_view> signs{"acc", "add", "delta", "divide", "multiply", "relational", "subtract"};
+        static const std::set<std::string_view> signs{"acc",      "add",        "delta",   "divide",
+                                                      "multiply", "relational", "subtract"};
         const bool sign = signs.contains(block.class_name) && text_width(n.symbol.text, 1) < 0.9;
         if (sign) size = std::min(18.0, room.h * 0.7);
         if (n.symbol.shape == Shape::frame && n.symbol.inputs.empty()) size = std::min(size, 10.0);
@@ -346,15 +346,16 @@ private:
         const double size = circle ? std::clamp(n.box.w * 0.36, 7.0, 13.0) : port_text_size;
         const double limit = n.symbol.shape == Shape::frame ? n.bounds().w / 2 - 6 : n.bounds().w;
         const double drop = circle || port.out.x != 0 ? 0.34 : port.out.y < 0 ? 0.9 : 0;
-        line(R"(<text class="{}" x="{}" y="{}" font-size="{}" text-anchor="{}"{}>{}</text>)", port.broken ? "bad" : "port",
-             num(at.x), num(at.y + size * drop), num(size), anchor,
-             is_dark(block.color) && !port.broken ? " style=\"fill:#ffffff\"" : "", escape(fit(port.label, size, limit)));
+        line(R"(<text class="{}" x="{}" y="{}" font-size="{}" text-anchor="{}"{}>{}</text>)",
+             port.broken ? "bad" : "port", num(at.x), num(at.y + size * drop), num(size), anchor,
+             is_dark(block.color) && !port.broken ? " style=\"fill:#ffffff\"" : "",
+             escape(fit(port.label, size, limit)));
     }
 
     /// A small pulse inside of the frame.
     void enable_mark(const Port& port) {
         const Point c = port.at - port.out * 12;
-        const Polyline pulse{{c.x - 7, c.y + 4}, {c.x - 3.5, c.y + 4}, {c.x - 3.5, c.y - 4},
+        const Polyline pulse{{c.x - 7, c.y + 4},   {c.x - 3.5, c.y + 4}, {c.x - 3.5, c.y - 4},
                              {c.x + 3.5, c.y - 4}, {c.x + 3.5, c.y + 4}, {c.x + 7, c.y + 4}};
         line(R"(<path class="icon" style="stroke-width:1.1" d="{}"/>)", path_data(pulse));
     }
@@ -380,8 +381,8 @@ private:
         const bool middle = l.kind == Label::Kind::name;
         const double x = middle ? l.at.x + l.box.w / 2 : l.at.x;
         const std::string hint = l.hint.empty() ? "" : "<title>" + escape(l.hint) + "</title>";
-        line(R"(<text class="{} halo" x="{}" y="{}" font-size="{}"{}>{}{}</text>)", kind, num(x), num(l.at.y), num(l.size),
-             middle ? " text-anchor=\"middle\"" : "", hint, escape(l.text));
+        line(R"(<text class="{} halo" x="{}" y="{}" font-size="{}"{}>{}{}</text>)", kind, num(x), num(l.at.y),
+             num(l.size), middle ? " text-anchor=\"middle\"" : "", hint, escape(l.text));
     }
 
     template <class... Args>

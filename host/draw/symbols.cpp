@@ -129,9 +129,8 @@ Icon table_icon(const Block& block) {
 }
 
 std::string relation(std::string_view op) {
-    static const std::map<std::string_view, const char*> signs{{"eq", "="},           {"ne", "\xE2\x89\xA0"},
-                                                               {"lt", "<"},           {"le", "\xE2\x89\xA4"},
-                                                               {"gt", ">"},           {"ge", "\xE2\x89\xA5"}};
+    static const std::map<std::string_view, const char*> signs{
+        {"eq", "="}, {"ne", "\xE2\x89\xA0"}, {"lt", "<"}, {"le", "\xE2\x89\xA4"}, {"gt", ">"}, {"ge", "\xE2\x89\xA5"}};
     const auto found = signs.find(op);
     return found != signs.end() ? found->second : std::string(op);
 }
@@ -146,12 +145,14 @@ std::string upper(std::string text) {
 std::string caption(const Block& block) {
     static const std::map<std::string_view, const char*> fixed{
         {"abs", "|u|"},
-        {"acc", "\xCE\xA3"},    // capital sigma
+        {"acc", "\xCE\xA3"},  // capital sigma
         {"add", "\xCE\xA3"},
         {"delta", "\xCE\x94"},  // capital delta
         {"divide", "\xC3\xB7"},
         {"log", "ln"},
-        {"memory", "z^\xE2\x88\x92" "1"},
+        {"memory",
+         "z^\xE2\x88\x92"
+         "1"},
         {"multiply", "\xC3\x97"},
         {"not", "NOT"},
         {"pow", "u^v"},
@@ -177,8 +178,12 @@ std::string caption(const Block& block) {
 
 std::vector<std::string> input_labels(const Block& block) {
     static const std::map<std::string_view, std::vector<std::string>> fixed{
-        {"acc", {"u", "set", "reset"}},     {"clamp", {"u", "lo", "hi"}}, {"if", {"if", "then", "else"}},
-        {"divide", {"\xC3\x97", "\xC3\xB7"}}, {"lut2d", {"u1", "u2"}},      {"pow", {"u", "v"}},
+        {"acc", {"u", "set", "reset"}},
+        {"clamp", {"u", "lo", "hi"}},
+        {"if", {"if", "then", "else"}},
+        {"divide", {"\xC3\x97", "\xC3\xB7"}},
+        {"lut2d", {"u1", "u2"}},
+        {"pow", {"u", "v"}},
         {"mod", {"u", "v"}},
     };
     if (const auto found = fixed.find(block.class_name); found != fixed.end()) return found->second;
@@ -208,7 +213,7 @@ std::vector<PortName> inner_ports(const Diagram& diagram, const std::vector<std:
 
 Shape shape_of(const Block& block) {
     static const std::map<std::string_view, Shape> shapes{
-        {"inport", Shape::pill},   {"outport", Shape::pill}, {"goto", Shape::goto_tag}, {"from", Shape::from_tag},
+        {"inport", Shape::pill},  {"outport", Shape::pill}, {"goto", Shape::goto_tag},  {"from", Shape::from_tag},
         {"subsys", Shape::frame}, {"refsys", Shape::frame}, {"display", Shape::screen},
     };
     if (!block.known) return Shape::unknown;
@@ -216,8 +221,8 @@ Shape shape_of(const Block& block) {
     if (found != shapes.end()) return found->second;
     // a drawn sum is round where its box is about as wide as it is high
     const bool sum = (block.is("add") || block.is("subtract")) && (block.inputs == 2 || block.inputs == 3);
-    const bool square = block.width <= 0 || block.height <= 0 ||
-                        (block.width < 1.3 * block.height && block.height < 1.3 * block.width);
+    const bool square =
+        block.width <= 0 || block.height <= 0 || (block.width < 1.3 * block.height && block.height < 1.3 * block.width);
     return sum && square ? Shape::circle : Shape::box;
 }
 
@@ -266,10 +271,8 @@ Symbol symbol_of(const Diagram& diagram, std::size_t index, const std::vector<st
         }
         for (int i = 0; i < block.outputs; ++i) symbol.outputs.push_back({i, "", false});
     }
-    if (block.is("lut1d"))
-        symbol.icon = table_icon(block);
-    else if (const auto found = icons().find(block.class_name); found != icons().end())
-        symbol.icon = found->second;
+    if (block.is("lut1d")) symbol.icon = table_icon(block);
+    else if (const auto found = icons().find(block.class_name); found != icons().end()) symbol.icon = found->second;
     if (symbol.icon.strokes.empty()) symbol.text = caption(block);
     natural_size(symbol, block);
     return symbol;

@@ -41,12 +41,46 @@ double character_width(std::uint32_t c) {
     if (c >= 0x1100 && (c <= 0x115F || (c >= 0x2E80 && c <= 0xD7A3) || c >= 0xF900)) return 1.0;
     if (c >= 0x80) return 0.64;
     switch (static_cast<char>(c)) {
-        case 'i': case 'j': case 'l': case '\'': case '|': return 0.29;
-        case ' ': case '.': case ',': case ':': case ';': case '!': case 'I': return 0.34;
-        case 'f': case 't': case 'r': case '(': case ')': case '[': case ']': case '-': case '/': return 0.40;
-        case 'm': case 'w': case 'M': case 'W': case '%': case '@': return 0.92;
-        case '_': case 's': case 'c': case 'k': case 'x': case 'z': case 'v': case 'y': return 0.54;
-        case '=': case '<': case '>': case '+': case '~': return 0.70;
+        case 'i':
+        case 'j':
+        case 'l':
+        case '\'':
+        case '|': return 0.29;
+        case ' ':
+        case '.':
+        case ',':
+        case ':':
+        case ';':
+        case '!':
+        case 'I': return 0.34;
+        case 'f':
+        case 't':
+        case 'r':
+        case '(':
+        case ')':
+        case '[':
+        case ']':
+        case '-':
+        case '/': return 0.40;
+        case 'm':
+        case 'w':
+        case 'M':
+        case 'W':
+        case '%':
+        case '@': return 0.92;
+        case '_':
+        case 's':
+        case 'c':
+        case 'k':
+        case 'x':
+        case 'z':
+        case 'v':
+        case 'y': return 0.54;
+        case '=':
+        case '<':
+        case '>':
+        case '+':
+        case '~': return 0.70;
         default: return c >= 'A' && c <= 'Z' ? 0.68 : 0.60;
     }
 }
@@ -58,12 +92,9 @@ std::string clean_utf8(std::string_view bytes) {
     out.reserve(bytes.size());
     while (!bytes.empty()) {
         const Character c = next_character(bytes);
-        if (c.valid && (c.code == '\n' || c.code == '\r' || c.code == '\t'))
-            out += ' ';
-        else if (!c.valid || !xml_may_hold(c.code))
-            out += replacement;
-        else
-            out += bytes.substr(0, c.length);
+        if (c.valid && (c.code == '\n' || c.code == '\r' || c.code == '\t')) out += ' ';
+        else if (!c.valid || !xml_may_hold(c.code)) out += replacement;
+        else out += bytes.substr(0, c.length);
         bytes.remove_prefix(c.length);
     }
     return out;

@@ -81,6 +81,8 @@ constexpr const char* zero_faults = "a divisor of 0 ends the program; a run give
 constexpr const char* zero_raises = "a divisor of 0 ends the program with an exception";
 constexpr const char* no_code = "it writes no code: its output stays what it was at the start";
 constexpr const char* one_line_if = "its condition is not followed by a colon";
+constexpr const char* memory_order =
+    "its source may come before it, as classes do not decide the order in a zone; then there is no delay";
 constexpr const char* no_true = "its start value is spelt 'true', which C does not have";
 
 constexpr std::array rows{
@@ -140,12 +142,8 @@ constexpr std::array rows{
     known_t{"max", c, differs, &of_bool, "it starts at true and stays there"},
     known_t{"max", c, differs, &of_float, "it starts far below 0; a run starts at the smallest number above 0"},
     known_t{"max", python, not_parsed, &always, one_line_if},
-    known_t{"memory", c, differs, &reads_zone_zero,
-            "its source may compute before it, in the order of the model file; "
-            "then there is no delay"},
-    known_t{"memory", python, differs, &reads_zone_zero,
-            "its source may compute before it, in the order of the model "
-            "file; then there is no delay"},
+    known_t{"memory", c, differs, &reads_zone_zero, memory_order},
+    known_t{"memory", python, differs, &reads_zone_zero, memory_order},
     known_t{"min", c, not_compiled, &of_bool, no_true},
     known_t{"min", c, differs, &of_float, "it starts at 1e300, or 1e30 in flt32; a run starts at the largest number"},
     known_t{"min", python, not_parsed, &always, one_line_if},

@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <map>
+#include <memory>
 #include <string_view>
 #include <unordered_map>
 
@@ -22,12 +24,38 @@ using tessel::IMetaBlock;
 using tessel::IMetaModel;
 using tessel::var_t;
 
+/// The order of a model's blocks, put back at the end: grouping starts from the order that it finds, so a second one
+/// may come out otherwise than the first.
+class KeptOrder {
+public:
+    explicit KeptOrder(IMetaModel& model) : model_(model) {
+        for (const auto& block : model) order_.push_back(block.get());
+    }
+    KeptOrder(const KeptOrder&) = delete;
+    KeptOrder& operator=(const KeptOrder&) = delete;
+    ~KeptOrder() {
+        std::unordered_map<const IMetaBlock*, std::unique_ptr<IMetaBlock>> blocks;
+        for (auto& block : model_)
+            if (block != nullptr) blocks.emplace(block.get(), std::move(block));
+        auto place = model_.begin();
+        for (const IMetaBlock* block : order_) {
+            if (block != nullptr) *place = std::move(blocks.at(block));
+            ++place;
+        }
+    }
+
+private:
+    IMetaModel& model_;
+    std::vector<const IMetaBlock*> order_;
+};
+
 /// Gathers the notes on one model in one language.
 class Notes {
 public:
     Notes(IMetaModel& model, language_t language) : model_(model), language_(language) {}
 
     std::vector<note_t> gather() {
+        const KeptOrder order(model_);
         model_.group_by_subsystem();
         note_project();
         for (const auto& block : model_) {

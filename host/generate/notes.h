@@ -29,7 +29,7 @@ struct note_t {
 };
 
 /// Every note on the model's project, in the order of the generated text; those on the project as a whole stand first.
-/// The model must be compiled; its live blocks are reordered as a generator does it.
+/// The model must be compiled; the order of its blocks is kept.
 std::vector<note_t> find_notes(tessel::IMetaModel& model, language_t language);
 
 /// The same as lines: "Gain_42 (abs): does not compile: its text calls std::abs, which C does not have".

@@ -32,11 +32,15 @@ std::string listed(const std::vector<zarn::note_t>& notes) {
 class Built {
 public:
     explicit Built(std::unique_ptr<Diagram> diagram) : diagram_(std::move(diagram)) {
+        notes_c_ = zarn::find_notes(diagram_->model(), language_t::c);
         EXPECT_EQ(coder_c::generate_code(folder_.text(), &diagram_->model()), result_ok);
+        notes_py_ = zarn::find_notes(diagram_->model(), language_t::python);
         EXPECT_EQ(coder_py::generate_code(folder_.text(), &diagram_->model()), result_ok);
     }
 
-    std::vector<zarn::note_t> notes(language_t language) { return zarn::find_notes(diagram_->model(), language); }
+    const std::vector<zarn::note_t>& notes(language_t language) const {
+        return language == language_t::c ? notes_c_ : notes_py_;
+    }
 
     std::filesystem::path c() const { return folder_.path() / "zarn-ccoder"; }
     std::filesystem::path py() const { return folder_.path() / "zarn-pcoder"; }
@@ -57,6 +61,8 @@ public:
 private:
     Folder folder_;
     std::unique_ptr<Diagram> diagram_;
+    std::vector<zarn::note_t> notes_c_;  // taken before each generation, which reorders the blocks
+    std::vector<zarn::note_t> notes_py_;
 };
 
 class Tools : public testing::Test {

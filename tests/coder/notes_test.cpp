@@ -54,6 +54,24 @@ TEST(Notes, FollowTheOrderOfTheGeneratedText) {
     EXPECT_EQ(subjects, (lines_t{"u_24 (inport)", "y_25 (outport)"}));
 }
 
+TEST(Notes, KeepTheOrderOfTheModel) {
+    const auto diagram = make_small_model("nested");
+    std::vector<const IMetaBlock*> before, after;
+    for (const auto& block : diagram->model()) before.push_back(block.get());
+    zarn::find_notes(diagram->model(), language_t::python);
+    for (const auto& block : diagram->model()) after.push_back(block.get());
+    EXPECT_EQ(after, before);
+
+    FakeModel model;
+    model.add_null();
+    model.add("a");
+    model.add_null();
+    zarn::find_notes(model, language_t::c);
+    EXPECT_EQ(model.blocks[0], nullptr);
+    EXPECT_NE(model.blocks[1], nullptr);
+    EXPECT_EQ(model.blocks[2], nullptr);
+}
+
 TEST(Notes, KnowOnlyClassesThatExist) {
     for (const auto& known : zarn::known_texts()) {
         EXPECT_NE(factory::find_class(class_hash_of(known.class_name)), nullptr) << known.class_name;
@@ -169,7 +187,8 @@ TEST(Notes, TablesOfOneTypeShareAStructure) {
 }
 
 TEST(Notes, AMemoryBehindAnotherSourceMayNotDelay) {
-    EXPECT_THAT(lines_of("memory", language_t::c), Contains(HasSubstr("(memory): differs: its source may compute")));
+    EXPECT_THAT(lines_of("memory", language_t::c),
+                Contains(HasSubstr("(memory): differs: its source may come before it")));
     const auto constant = make_block_model("memory", {"1.5"});
     EXPECT_THAT(lines_of(constant->model(), language_t::c), Not(Contains(HasSubstr("(memory)"))));
 }

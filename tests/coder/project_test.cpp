@@ -9,6 +9,9 @@
 #include "coder/texts.h"
 #include "coder_c.h"
 #include "coder_py.h"
+#include "core/str.h"
+#include "factory.h"
+#include "framework/classes.h"
 #include "tests/coder/fake_model.h"
 #include "tests/support/diagram.h"
 
@@ -138,6 +141,39 @@ TEST_P(Project, FilesAreClosedAfterFailures) {
     FakeModel fine;
     EXPECT_EQ(generate(&fine), result_ok);
     setrlimit(RLIMIT_NOFILE, &before);
+}
+
+/// Every class, with no link and no type, and with three inputs where the file decides.
+void add_every_class(FakeModel& model, const std::string& name) {
+    std::uint64_t id = 0;
+    for (const class_row_t& row : factory::class_rows()) {
+        auto properties = std::make_shared<PropertiesBlock>();
+        properties->name = name;
+        properties->id = ++id;
+        properties->inportCount = 3;
+        model.add_block(factory::create(row.name, properties));
+    }
+}
+
+TEST_P(Project, EveryClassWritesTextWithoutSourcesAndTypes) {
+    add_every_class(model_, "Blk");
+    EXPECT_EQ(generate(), result_ok);
+    EXPECT_EQ(files_of(target()), GetParam().files);
+}
+
+TEST_P(Project, EveryClassWritesItsNameInFullWhateverItsLength) {
+    const std::string name(3000, 'n');
+    add_every_class(model_, name);
+    ASSERT_EQ(generate(), result_ok);
+    FakeModel brief;
+    add_every_class(brief, "Blk");
+    Folder other;
+    ASSERT_EQ(GetParam().generate(other.text(), &brief), result_ok);
+    for (const auto& file : GetParam().files) {
+        std::string text = read_file(target() / file);
+        str::replace_all(text, name, "Blk");
+        EXPECT_EQ(first_difference(read_file(other.path() / GetParam().folder / file), text), "") << file;
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -3,18 +3,15 @@
 
 #include "coder.h"
 
-typedef struct
-{
+typedef struct {
     double port0;
 } constant_flt64_t;
 
-typedef struct
-{
+typedef struct {
     double port0;
 } abs_flt64_t;
 
-typedef struct
-{
+typedef struct {
     constant_flt64_t In0_11;
     abs_flt64_t Blk_42;
 
@@ -23,7 +20,7 @@ typedef struct
 } model_t;
 
 // initialize model for simulation
-ZARN_API void init(model_t *p_model);
+ZARN_API void init(model_t* p_model);
 
 // simulation step
-ZARN_API void step(model_t *p_model);
+ZARN_API void step(model_t* p_model);

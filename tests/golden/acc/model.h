@@ -3,28 +3,23 @@
 
 #include "coder.h"
 
-typedef struct
-{
+typedef struct {
     double port0;
 } time_flt64_t;
 
-typedef struct
-{
+typedef struct {
     double port0;
 } constant_flt64_t;
 
-typedef struct
-{
+typedef struct {
     bool port0;
 } constant_bool_t;
 
-typedef struct
-{
+typedef struct {
     double port0;
 } acc_flt64_t;
 
-typedef struct
-{
+typedef struct {
     time_flt64_t In0_11;
     constant_flt64_t In1_12;
     constant_bool_t In2_13;
@@ -35,7 +30,7 @@ typedef struct
 } model_t;
 
 // initialize model for simulation
-ZARN_API void init(model_t *p_model);
+ZARN_API void init(model_t* p_model);
 
 // simulation step
-ZARN_API void step(model_t *p_model);
+ZARN_API void step(model_t* p_model);

@@ -3,28 +3,23 @@
 
 #include "coder.h"
 
-typedef struct
-{
+typedef struct {
     double port0;
 } time_flt64_t;
 
-typedef struct
-{
+typedef struct {
     int port0;
 } constant_int32_t;
 
-typedef struct
-{
+typedef struct {
     double port0;
 } constant_flt64_t;
 
-typedef struct
-{
+typedef struct {
     double port0;
 } add_flt64_t;
 
-typedef struct
-{
+typedef struct {
     time_flt64_t In0_11;
     constant_int32_t In1_12;
     constant_flt64_t In2_13;
@@ -35,7 +30,7 @@ typedef struct
 } model_t;
 
 // initialize model for simulation
-ZARN_API void init(model_t *p_model);
+ZARN_API void init(model_t* p_model);
 
 // simulation step
-ZARN_API void step(model_t *p_model);
+ZARN_API void step(model_t* p_model);

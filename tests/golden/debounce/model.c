@@ -1,9 +1,8 @@
 
-#include "coder.h"
 #include "model.h"
+#include "coder.h"
 
-void init(model_t *p_model)
-{
+void init(model_t* p_model) {
     p_model->time_now_sec = 0.0;
     p_model->time_step_sec = 0.0;
 
@@ -29,11 +28,9 @@ void init(model_t *p_model)
      * id: 44, parent: 0, tier: 0, zone: 2
      */
     // no initialization is required
-
 }
 
-void step(model_t *p_model)
-{
+void step(model_t* p_model) {
     /*
      * path: mainsys.In0
      * class: constant
@@ -46,33 +43,22 @@ void step(model_t *p_model)
      * class: debounce
      * id: 42, parent: 0, tier: 0, zone: 1
      */
-    if (p_model->In0_11.port0)
-    {
-        if (p_model->Blk_42.count < 0.0)
-        {
+    if (p_model->In0_11.port0) {
+        if (p_model->Blk_42.count < 0.0) {
             p_model->Blk_42.count = 0.0;
         }
-        if (p_model->Blk_42.count >= p_model->Blk_42.rise)
-        {
+        if (p_model->Blk_42.count >= p_model->Blk_42.rise) {
             p_model->Blk_42.port0 = 1;
-        }
-        else
-        {
+        } else {
             p_model->Blk_42.count += p_model->time_step_sec;
         }
-        }
-        else
-        {
-        if (p_model->Blk_42.count > 0.0)
-        {
+    } else {
+        if (p_model->Blk_42.count > 0.0) {
             p_model->Blk_42.count = 0.0;
         }
-        if (p_model->Blk_42.count <= p_model->Blk_42.fall)
-        {
+        if (p_model->Blk_42.count <= p_model->Blk_42.fall) {
             p_model->Blk_42.port0 = 0;
-        }
-        else
-        {
+        } else {
             p_model->Blk_42.count -= p_model->time_step_sec;
         }
     }
@@ -83,5 +69,4 @@ void step(model_t *p_model)
      * id: 44, parent: 0, tier: 0, zone: 2
      */
     // no code generated
-
 }

@@ -3,21 +3,18 @@
 
 #include "coder.h"
 
-typedef struct
-{
+typedef struct {
     bool port0;
 } constant_bool_t;
 
-typedef struct
-{
+typedef struct {
     bool port0;
     double fall;
     double rise;
     double count;
 } debounce_bool_t;
 
-typedef struct
-{
+typedef struct {
     constant_bool_t In0_11;
     debounce_bool_t Blk_42;
 
@@ -26,7 +23,7 @@ typedef struct
 } model_t;
 
 // initialize model for simulation
-ZARN_API void init(model_t *p_model);
+ZARN_API void init(model_t* p_model);
 
 // simulation step
-ZARN_API void step(model_t *p_model);
+ZARN_API void step(model_t* p_model);

@@ -1,9 +1,8 @@
 
-#include "coder.h"
 #include "model.h"
+#include "coder.h"
 
-void init(model_t *p_model)
-{
+void init(model_t* p_model) {
     p_model->time_now_sec = 0.0;
     p_model->time_step_sec = 0.0;
 
@@ -48,11 +47,9 @@ void init(model_t *p_model)
      * id: 44, parent: 70, tier: 1, zone: 1002
      */
     // no initialization is required
-
 }
 
-void step(model_t *p_model)
-{
+void step(model_t* p_model) {
     /*
      * path: mainsys.Clock
      * class: time
@@ -81,8 +78,7 @@ void step(model_t *p_model)
      */
     // no code generated
 
-    if (p_model->Late_22.port0)
-    {
+    if (p_model->Late_22.port0) {
         /*
          * path: mainsys.Sub.Blk
          * class: sin
@@ -96,6 +92,5 @@ void step(model_t *p_model)
          * id: 44, parent: 70, tier: 1, zone: 1002
          */
         // no code generated
-
     }
 }

@@ -1,9 +1,8 @@
 
-#include "coder.h"
 #include "model.h"
+#include "coder.h"
 
-void init(model_t *p_model)
-{
+void init(model_t* p_model) {
     p_model->time_now_sec = 0.0;
     p_model->time_step_sec = 0.0;
 
@@ -54,7 +53,7 @@ void init(model_t *p_model)
      * class: acc
      * id: 42, parent: 70, tier: 1, zone: 1
      */
-        p_model->Blk_42.port0 = 0;
+    p_model->Blk_42.port0 = 0;
 
     /*
      * path: mainsys.Sub.Log
@@ -69,11 +68,9 @@ void init(model_t *p_model)
      * id: 23, parent: 0, tier: 0, zone: 2
      */
     // no initialization is required
-
 }
 
-void step(model_t *p_model)
-{
+void step(model_t* p_model) {
     /*
      * path: mainsys.Clock
      * class: time
@@ -95,8 +92,7 @@ void step(model_t *p_model)
      */
     p_model->Late_22.port0 = p_model->Clock_20.port0 > p_model->Limit_21.port0;
 
-    if (p_model->Late_22.port0)
-    {
+    if (p_model->Late_22.port0) {
         /*
          * path: mainsys.Sub.In2
          * class: constant
@@ -123,7 +119,8 @@ void step(model_t *p_model)
          * class: acc
          * id: 42, parent: 70, tier: 1, zone: 1
          */
-        p_model->Blk_42.port0 = p_model->In2_13.port0 ? p_model->In1_12.port0 : p_model->In0_11.port0 + p_model->Blk_42.port0;
+        p_model->Blk_42.port0 =
+            p_model->In2_13.port0 ? p_model->In1_12.port0 : p_model->In0_11.port0 + p_model->Blk_42.port0;
 
         /*
          * path: mainsys.Sub.Log
@@ -131,7 +128,6 @@ void step(model_t *p_model)
          * id: 44, parent: 70, tier: 1, zone: 2
          */
         // no code generated
-
     }
     /*
      * path: mainsys.Sub.Gate
@@ -139,5 +135,4 @@ void step(model_t *p_model)
      * id: 23, parent: 0, tier: 0, zone: 2
      */
     // no code generated
-
 }

@@ -3,33 +3,27 @@
 
 #include "coder.h"
 
-typedef struct
-{
+typedef struct {
     double port0;
 } time_flt64_t;
 
-typedef struct
-{
+typedef struct {
     double port0;
 } constant_flt64_t;
 
-typedef struct
-{
+typedef struct {
     bool port0;
 } relational_bool_t;
 
-typedef struct
-{
+typedef struct {
     bool port0;
 } constant_bool_t;
 
-typedef struct
-{
+typedef struct {
     double port0;
 } acc_flt64_t;
 
-typedef struct
-{
+typedef struct {
     time_flt64_t Clock_20;
     constant_flt64_t Limit_21;
     relational_bool_t Late_22;
@@ -43,7 +37,7 @@ typedef struct
 } model_t;
 
 // initialize model for simulation
-ZARN_API void init(model_t *p_model);
+ZARN_API void init(model_t* p_model);
 
 // simulation step
-ZARN_API void step(model_t *p_model);
+ZARN_API void step(model_t* p_model);

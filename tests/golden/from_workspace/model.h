@@ -3,13 +3,11 @@
 
 #include "coder.h"
 
-typedef struct
-{
+typedef struct {
     double port0;
 } from_workspace_flt64_t;
 
-typedef struct
-{
+typedef struct {
     from_workspace_flt64_t Blk_42;
 
     double time_now_sec;
@@ -17,7 +15,7 @@ typedef struct
 } model_t;
 
 // initialize model for simulation
-ZARN_API void init(model_t *p_model);
+ZARN_API void init(model_t* p_model);
 
 // simulation step
-ZARN_API void step(model_t *p_model);
+ZARN_API void step(model_t* p_model);

@@ -1,9 +1,8 @@
 
-#include "coder.h"
 #include "model.h"
+#include "coder.h"
 
-void init(model_t *p_model)
-{
+void init(model_t* p_model) {
     p_model->time_now_sec = 0.0;
     p_model->time_step_sec = 0.0;
 
@@ -29,11 +28,9 @@ void init(model_t *p_model)
      * id: 44, parent: 0, tier: 0, zone: 2
      */
     // no initialization is required
-
 }
 
-void step(model_t *p_model)
-{
+void step(model_t* p_model) {
     /*
      * path: mainsys.In0
      * class: time
@@ -46,12 +43,9 @@ void step(model_t *p_model)
      * class: hysteresis
      * id: 42, parent: 0, tier: 0, zone: 1
      */
-    if (((double)p_model->In0_11.port0) > p_model->Blk_42.on)
-    {
+    if (((double)p_model->In0_11.port0) > p_model->Blk_42.on) {
         p_model->Blk_42.state = 1;
-    }
-    else if (((double)p_model->In0_11.port0) < p_model->Blk_42.off)
-    {
+    } else if (((double)p_model->In0_11.port0) < p_model->Blk_42.off) {
         p_model->Blk_42.state = 0;
     }
     p_model->Blk_42.port0 = p_model->Blk_42.state;
@@ -62,5 +56,4 @@ void step(model_t *p_model)
      * id: 44, parent: 0, tier: 0, zone: 2
      */
     // no code generated
-
 }

@@ -1,9 +1,8 @@
 
-#include "coder.h"
 #include "model.h"
+#include "coder.h"
 
-void init(model_t *p_model)
-{
+void init(model_t* p_model) {
     p_model->time_now_sec = 0.0;
     p_model->time_step_sec = 0.0;
 
@@ -13,8 +12,7 @@ void init(model_t *p_model)
      * id: 42, parent: 0, tier: 0, zone: 0
      */
     p_model->Blk_42.index = find_token(FILE_INPUT_TOKENS, "Blk");
-    if (p_model->Blk_42.index == 0)
-    {
+    if (p_model->Blk_42.index == 0) {
         return -1;
     }
 
@@ -24,11 +22,9 @@ void init(model_t *p_model)
      * id: 44, parent: 0, tier: 0, zone: 1
      */
     // no initialization is required
-
 }
 
-void step(model_t *p_model)
-{
+void step(model_t* p_model) {
     /*
      * path: mainsys.Blk
      * class: inport
@@ -42,5 +38,4 @@ void step(model_t *p_model)
      * id: 44, parent: 0, tier: 0, zone: 1
      */
     // no code generated
-
 }

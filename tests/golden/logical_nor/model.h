@@ -3,18 +3,15 @@
 
 #include "coder.h"
 
-typedef struct
-{
+typedef struct {
     bool port0;
 } constant_bool_t;
 
-typedef struct
-{
+typedef struct {
     bool port0;
 } logical_bool_t;
 
-typedef struct
-{
+typedef struct {
     constant_bool_t In0_11;
     constant_bool_t In1_12;
     constant_bool_t In2_13;
@@ -25,7 +22,7 @@ typedef struct
 } model_t;
 
 // initialize model for simulation
-ZARN_API void init(model_t *p_model);
+ZARN_API void init(model_t* p_model);
 
 // simulation step
-ZARN_API void step(model_t *p_model);
+ZARN_API void step(model_t* p_model);

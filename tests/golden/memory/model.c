@@ -1,9 +1,8 @@
 
-#include "coder.h"
 #include "model.h"
+#include "coder.h"
 
-void init(model_t *p_model)
-{
+void init(model_t* p_model) {
     p_model->time_now_sec = 0.0;
     p_model->time_step_sec = 0.0;
 
@@ -27,11 +26,9 @@ void init(model_t *p_model)
      * id: 44, parent: 0, tier: 0, zone: 1
      */
     // no initialization is required
-
 }
 
-void step(model_t *p_model)
-{
+void step(model_t* p_model) {
     /*
      * path: mainsys.Blk
      * class: memory
@@ -52,5 +49,4 @@ void step(model_t *p_model)
      * id: 44, parent: 0, tier: 0, zone: 1
      */
     // no code generated
-
 }

@@ -3,23 +3,19 @@
 
 #include "coder.h"
 
-typedef struct
-{
+typedef struct {
     double port0;
 } time_flt64_t;
 
-typedef struct
-{
+typedef struct {
     double port0;
 } constant_flt64_t;
 
-typedef struct
-{
+typedef struct {
     double port0;
 } mod_flt64_t;
 
-typedef struct
-{
+typedef struct {
     time_flt64_t In0_11;
     constant_flt64_t In1_12;
     mod_flt64_t Blk_42;
@@ -29,7 +25,7 @@ typedef struct
 } model_t;
 
 // initialize model for simulation
-ZARN_API void init(model_t *p_model);
+ZARN_API void init(model_t* p_model);
 
 // simulation step
-ZARN_API void step(model_t *p_model);
+ZARN_API void step(model_t* p_model);

@@ -3,18 +3,15 @@
 
 #include "coder.h"
 
-typedef struct
-{
+typedef struct {
     int port0;
 } constant_int32_t;
 
-typedef struct
-{
+typedef struct {
     int port0;
 } mod_int32_t;
 
-typedef struct
-{
+typedef struct {
     constant_int32_t In0_11;
     constant_int32_t In1_12;
     mod_int32_t Blk_42;
@@ -24,7 +21,7 @@ typedef struct
 } model_t;
 
 // initialize model for simulation
-ZARN_API void init(model_t *p_model);
+ZARN_API void init(model_t* p_model);
 
 // simulation step
-ZARN_API void step(model_t *p_model);
+ZARN_API void step(model_t* p_model);

@@ -1,9 +1,8 @@
 
-#include "coder.h"
 #include "model.h"
+#include "coder.h"
 
-void init(model_t *p_model)
-{
+void init(model_t* p_model) {
     p_model->time_now_sec = 0.0;
     p_model->time_step_sec = 0.0;
 
@@ -34,11 +33,9 @@ void init(model_t *p_model)
      * id: 44, parent: 0, tier: 0, zone: 2
      */
     // no initialization is required
-
 }
 
-void step(model_t *p_model)
-{
+void step(model_t* p_model) {
     /*
      * path: mainsys.In0
      * class: time
@@ -58,9 +55,7 @@ void step(model_t *p_model)
      * class: multiply
      * id: 42, parent: 0, tier: 0, zone: 1
      */
-    p_model->Blk_42.port0 = 
-        p_model->In0_11.port0 *
-        p_model->In1_12.port0;
+    p_model->Blk_42.port0 = p_model->In0_11.port0 * p_model->In1_12.port0;
 
     /*
      * path: mainsys.Log
@@ -68,5 +63,4 @@ void step(model_t *p_model)
      * id: 44, parent: 0, tier: 0, zone: 2
      */
     // no code generated
-
 }

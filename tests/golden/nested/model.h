@@ -3,38 +3,31 @@
 
 #include "coder.h"
 
-typedef struct
-{
+typedef struct {
     bool port0;
 } constant_bool_t;
 
-typedef struct
-{
+typedef struct {
     double port0;
 } constant_flt64_t;
 
-typedef struct
-{
+typedef struct {
     double port0;
 } time_flt64_t;
 
-typedef struct
-{
+typedef struct {
     double port0;
 } acc_flt64_t;
 
-typedef struct
-{
+typedef struct {
     bool port0;
 } relational_bool_t;
 
-typedef struct
-{
+typedef struct {
     double port0;
 } sin_flt64_t;
 
-typedef struct
-{
+typedef struct {
     constant_bool_t In2_13;
     constant_flt64_t In1_12;
     time_flt64_t In0_11;
@@ -50,7 +43,7 @@ typedef struct
 } model_t;
 
 // initialize model for simulation
-ZARN_API void init(model_t *p_model);
+ZARN_API void init(model_t* p_model);
 
 // simulation step
-ZARN_API void step(model_t *p_model);
+ZARN_API void step(model_t* p_model);

@@ -3,20 +3,17 @@
 
 #include "coder.h"
 
-typedef struct
-{
+typedef struct {
     double port0;
 } time_flt64_t;
 
-typedef struct
-{
+typedef struct {
     double port0;
     unsigned int index;
-    const char *name;
+    const char* name;
 } outport_flt64_t;
 
-typedef struct
-{
+typedef struct {
     time_flt64_t In0_11;
     outport_flt64_t Blk_42;
 
@@ -25,7 +22,7 @@ typedef struct
 } model_t;
 
 // initialize model for simulation
-ZARN_API void init(model_t *p_model);
+ZARN_API void init(model_t* p_model);
 
 // simulation step
-ZARN_API void step(model_t *p_model);
+ZARN_API void step(model_t* p_model);

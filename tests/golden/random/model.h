@@ -3,16 +3,14 @@
 
 #include "coder.h"
 
-typedef struct
-{
+typedef struct {
     double port0;
     double value_max;
     double value_min;
     unsigned long int seed;
 } random_flt64_t;
 
-typedef struct
-{
+typedef struct {
     random_flt64_t Blk_42;
 
     double time_now_sec;
@@ -20,7 +18,7 @@ typedef struct
 } model_t;
 
 // initialize model for simulation
-ZARN_API void init(model_t *p_model);
+ZARN_API void init(model_t* p_model);
 
 // simulation step
-ZARN_API void step(model_t *p_model);
+ZARN_API void step(model_t* p_model);

@@ -3,15 +3,13 @@
 
 #include "coder.h"
 
-typedef struct
-{
+typedef struct {
     double port0;
     double freq_rad_s;
     double phase_rad;
 } sinewave_flt64_t;
 
-typedef struct
-{
+typedef struct {
     sinewave_flt64_t Blk_42;
 
     double time_now_sec;
@@ -19,7 +17,7 @@ typedef struct
 } model_t;
 
 // initialize model for simulation
-ZARN_API void init(model_t *p_model);
+ZARN_API void init(model_t* p_model);
 
 // simulation step
-ZARN_API void step(model_t *p_model);
+ZARN_API void step(model_t* p_model);

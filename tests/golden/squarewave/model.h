@@ -3,8 +3,7 @@
 
 #include "coder.h"
 
-typedef struct
-{
+typedef struct {
     double port0;
     double time_on;
     double time_off;
@@ -14,8 +13,7 @@ typedef struct
     bool state_value;
 } squarewave_flt64_t;
 
-typedef struct
-{
+typedef struct {
     squarewave_flt64_t Blk_42;
 
     double time_now_sec;
@@ -23,7 +21,7 @@ typedef struct
 } model_t;
 
 // initialize model for simulation
-ZARN_API void init(model_t *p_model);
+ZARN_API void init(model_t* p_model);
 
 // simulation step
-ZARN_API void step(model_t *p_model);
+ZARN_API void step(model_t* p_model);

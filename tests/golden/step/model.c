@@ -1,9 +1,8 @@
 
-#include "coder.h"
 #include "model.h"
+#include "coder.h"
 
-void init(model_t *p_model)
-{
+void init(model_t* p_model) {
     p_model->time_now_sec = 0.0;
     p_model->time_step_sec = 0.0;
 
@@ -22,17 +21,16 @@ void init(model_t *p_model)
      * id: 44, parent: 0, tier: 0, zone: 1
      */
     // no initialization is required
-
 }
 
-void step(model_t *p_model)
-{
+void step(model_t* p_model) {
     /*
      * path: mainsys.Blk
      * class: step
      * id: 42, parent: 0, tier: 0, zone: 0
      */
-    p_model->Blk_42.port0 = (p_model->time_now_sec > p_model->Blk_42.step_time) ? p_model->Blk_42.value_init : p_model->Blk_42.value_final;
+    p_model->Blk_42.port0 =
+        (p_model->time_now_sec > p_model->Blk_42.step_time) ? p_model->Blk_42.value_init : p_model->Blk_42.value_final;
 
     /*
      * path: mainsys.Log
@@ -40,5 +38,4 @@ void step(model_t *p_model)
      * id: 44, parent: 0, tier: 0, zone: 1
      */
     // no code generated
-
 }

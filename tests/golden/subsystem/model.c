@@ -1,9 +1,8 @@
 
-#include "coder.h"
 #include "model.h"
+#include "coder.h"
 
-void init(model_t *p_model)
-{
+void init(model_t* p_model) {
     p_model->time_now_sec = 0.0;
     p_model->time_step_sec = 0.0;
 
@@ -20,8 +19,7 @@ void init(model_t *p_model)
      * id: 24, parent: 70, tier: 1, zone: 1001
      */
     p_model->u_24.index = find_token(FILE_INPUT_TOKENS, "u");
-    if (p_model->u_24.index == 0)
-    {
+    if (p_model->u_24.index == 0) {
         return -1;
     }
 
@@ -46,11 +44,9 @@ void init(model_t *p_model)
      * id: 44, parent: 0, tier: 0, zone: 2004
      */
     // no initialization is required
-
 }
 
-void step(model_t *p_model)
-{
+void step(model_t* p_model) {
     /*
      * path: mainsys.Clock
      * class: time
@@ -79,7 +75,6 @@ void step(model_t *p_model)
          * id: 25, parent: 70, tier: 1, zone: 1003
          */
         FILE_OUTPUT_VALUES[p_model->y_25.index] = p_model->Blk_42.port0;
-
     }
     /*
      * path: mainsys.Log
@@ -87,5 +82,4 @@ void step(model_t *p_model)
      * id: 44, parent: 0, tier: 0, zone: 2004
      */
     // no code generated
-
 }

@@ -3,31 +3,26 @@
 
 #include "coder.h"
 
-typedef struct
-{
+typedef struct {
     double port0;
 } time_flt64_t;
 
-typedef struct
-{
+typedef struct {
     double port0;
     unsigned int index;
 } inport_flt64_t;
 
-typedef struct
-{
+typedef struct {
     double port0;
 } sin_flt64_t;
 
-typedef struct
-{
+typedef struct {
     double port0;
     unsigned int index;
-    const char *name;
+    const char* name;
 } outport_flt64_t;
 
-typedef struct
-{
+typedef struct {
     time_flt64_t Clock_20;
     inport_flt64_t u_24;
     sin_flt64_t Blk_42;
@@ -38,7 +33,7 @@ typedef struct
 } model_t;
 
 // initialize model for simulation
-ZARN_API void init(model_t *p_model);
+ZARN_API void init(model_t* p_model);
 
 // simulation step
-ZARN_API void step(model_t *p_model);
+ZARN_API void step(model_t* p_model);

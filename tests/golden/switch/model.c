@@ -1,9 +1,8 @@
 
-#include "coder.h"
 #include "model.h"
+#include "coder.h"
 
-void init(model_t *p_model)
-{
+void init(model_t* p_model) {
     p_model->time_now_sec = 0.0;
     p_model->time_step_sec = 0.0;
 
@@ -48,11 +47,9 @@ void init(model_t *p_model)
      * id: 44, parent: 0, tier: 0, zone: 2
      */
     // no initialization is required
-
 }
 
-void step(model_t *p_model)
-{
+void step(model_t* p_model) {
     /*
      * path: mainsys.In0
      * class: constant
@@ -86,11 +83,10 @@ void step(model_t *p_model)
      * class: switch
      * id: 42, parent: 0, tier: 0, zone: 1
      */
-    switch((int) p_model->In0_11.port0)
-    {
+    switch ((int)p_model->In0_11.port0) {
         case 0: p_model->Blk_42.port0 = p_model->In2_13.port0; break;
         case 1: p_model->Blk_42.port0 = p_model->In3_14.port0; break;
-        default: p_model->Blk_42.port0 = p_model->In1_12.port0; break; 
+        default: p_model->Blk_42.port0 = p_model->In1_12.port0; break;
     }
 
     /*
@@ -99,5 +95,4 @@ void step(model_t *p_model)
      * id: 44, parent: 0, tier: 0, zone: 2
      */
     // no code generated
-
 }

@@ -14,7 +14,8 @@ int main(int argc, char** argv) {
         std::fputs("usage: host MODEL\n", stderr);
         return 2;
     }
-    python::set_console([](std::string_view text) { std::printf("%.*s\n", static_cast<int>(text.size()), text.data()); });
+    python::set_console(
+        [](std::string_view text) { std::printf("%.*s\n", static_cast<int>(text.size()), text.data()); });
 
     const auto model = tessel::create_empty_meta_model();
     model->set_properties(std::make_shared<tessel::PropertiesModel>());
