@@ -16,6 +16,13 @@ using nlohmann::json;
 
 bool Loader::read(const std::filesystem::path& path, std::string shown, unread_t& unread) {
     file_t file{path, std::move(shown), {}, {}};
+    std::error_code ignored;
+    const auto status = std::filesystem::status(path, ignored);
+    if (std::filesystem::is_other(status)) {  // a pipe or a device may never come to an end
+        unread = {"Z101", "the file cannot be read: not a regular file", {}};
+        graph_.files.push_back(std::move(file));
+        return false;
+    }
     try {
         tessel::sys::File stream(path, tessel::sys::file_read);
         while (const char* line = stream.readline()) file.text.append(line, stream.line_length());
