@@ -53,6 +53,11 @@ endfunction()
 if (BLOCKS_SANITIZE)
     add_link_options(-fsanitize=${BLOCKS_SANITIZE})
 endif ()
+# the library tells the fuzzer where an input has led
+if (BLOCKS_FUZZ)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+    add_link_options(-fsanitize=fuzzer-no-link)
+endif ()
 
 # blocks_add_sliced(TARGET NAME): NAME.cpp once for each of the eleven value types, with BLOCKS_SLICE telling which.
 # Spreads files with thousands of instances over processes that stay small.

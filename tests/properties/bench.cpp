@@ -11,15 +11,14 @@
 #include "framework/MetaBlock.h"
 #include "json.h"
 #include "port.h"
-#include "tests/support/temp_folder.h"
+#include "tests/support/memory_file.h"
 
 namespace tessel::test {
 
 Compiled::Compiled(const nlohmann::json& file) : properties(std::make_shared<PropertiesModel>()) {
     model.set_properties(properties);
-    const ::test::TempFolder folder;
-    const std::string path = folder.write("model.json", file.dump()).string();
-    if (json::load(&model, path) != result_ok) throw std::runtime_error("does not load:\n" + file.dump(1));
+    const MemoryFile stored(file.dump());
+    if (json::load(&model, stored.path()) != result_ok) throw std::runtime_error("does not load:\n" + file.dump(1));
     if (const result_t result = model.compile(); result != result_ok)
         throw std::runtime_error(tessel::format("compile gives {}:\n{}", static_cast<int>(result), file.dump(1)));
 }
