@@ -69,7 +69,10 @@ public:
 
 private:
     static void run(const void* const* p, std::size_t count, double) noexcept {
-        for (; count != 0; --count, p += 2) detail::self<Exec>(p).out0.value = K::eval(*static_cast<const A*>(p[1]));
+        do {
+            detail::self<Exec>(p).out0.value = K::eval(*static_cast<const A*>(p[1]));
+            p += 2;
+        } while (--count != 0);
     }
     BLOCKS_EXEC_MEMBERS(1)
 };
@@ -81,8 +84,10 @@ public:
 
 private:
     static void run(const void* const* p, std::size_t count, double) noexcept {
-        for (; count != 0; --count, p += 3)
+        do {
             detail::self<Exec>(p).out0.value = K::eval(*static_cast<const A*>(p[1]), *static_cast<const B*>(p[2]));
+            p += 3;
+        } while (--count != 0);
     }
     BLOCKS_EXEC_MEMBERS(2)
 };
@@ -94,9 +99,11 @@ public:
 
 private:
     static void run(const void* const* p, std::size_t count, double) noexcept {
-        for (; count != 0; --count, p += 4)
+        do {
             detail::self<Exec>(p).out0.value =
                 K::eval(*static_cast<const A*>(p[1]), *static_cast<const B*>(p[2]), *static_cast<const C*>(p[3]));
+            p += 4;
+        } while (--count != 0);
     }
     BLOCKS_EXEC_MEMBERS(3)
 };

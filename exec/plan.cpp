@@ -128,6 +128,8 @@ Plan::Plan(const PlanContext& context, std::span<const std::size_t> positions) :
     ops_.shrink_to_fit();
     operands_.shrink_to_fit();
     objects_.shrink_to_fit();
+    for (std::size_t n = 0; n < ops_.size(); ++n) ops_[n].operands = operands_.data() + offsets_[n];
+    offsets_ = {};
 }
 
 /// Lowers the objects from `begin` on that share a lowering and a gate, as loops over their inputs and one over their
@@ -205,12 +207,14 @@ std::size_t Plan::lower_stretch(const PlanContext& context, std::span<const std:
 void Plan::append(run_t run, std::span<const void* const> operands, std::size_t objects) {
     const std::size_t first_op = segments_.empty() ? 0 : segments_.back().op_end;
     if (ops_.size() > first_op && ops_.back().run == run) ops_.back().count += objects;
-    else ops_.push_back({run, operands_.size(), objects});
+    else {
+        ops_.push_back({run, nullptr, objects});
+        offsets_.push_back(operands_.size());
+    }
     operands_.insert(operands_.end(), operands.begin(), operands.end());
 }
 
 void Plan::step(double t) noexcept {
-    const void* const* operands = operands_.data();
     const op_t* op = ops_.data();
     for (segment_t& segment : segments_) {
         const op_t* end = ops_.data() + segment.op_end;
@@ -220,7 +224,7 @@ void Plan::step(double t) noexcept {
         }
         segment.last = t;
         segment.ran = true;
-        for (; op != end; ++op) op->run(operands + op->operands, op->count, t);
+        for (; op != end; ++op) op->run(op->operands, op->count, t);
         if (watched_) settle_segment(segment);
     }
 }

@@ -54,6 +54,8 @@ public:
     /// Lowers the objects at the given positions of the context's order, which are ascending. Holds no reference to
     /// the context.
     Plan(const PlanContext& context, std::span<const std::size_t> positions);
+    Plan(Plan&&) = default;
+    Plan& operator=(Plan&&) = default;
 
     /// Does what `enabled`, `set_time`, `sample` and `step` of every object do, in order.
     void step(double t) noexcept;
@@ -65,7 +67,7 @@ private:
     /// A loop over `count` objects.
     struct op_t {
         run_t run;
-        std::size_t operands;  // position of the first in operands_
+        const void* const* operands;  // the first in operands_
         std::size_t count;
     };
     /// Neighbours with one gate.
@@ -90,6 +92,7 @@ private:
     std::vector<segment_t> segments_;
     std::vector<op_t> ops_;
     std::vector<const void*> operands_;
+    std::vector<std::size_t> offsets_;  // of each loop's operands, while they can still move
     std::vector<object_t> objects_;
     bool watched_;
 };
