@@ -79,7 +79,8 @@ PlanContext::PlanContext(std::vector<planned_t> objects, const bool* always)
     : objects_(std::move(objects)), always_(always), owners_(objects_.size()) {
     for (std::size_t i = 0; i < objects_.size(); ++i) {
         if (objects_[i].block->lowering() == nullptr) watched_ = true;
-        else if (const ExecPort* out = objects_[i].block->output(0); out != nullptr) owners_.add(address(out), &objects_[i]);
+        else if (const ExecPort* out = objects_[i].block->output(0); out != nullptr)
+            owners_.add(address(out), &objects_[i]);
         if (objects_[i].gate != always_ && (i == 0 || objects_[i].gate != objects_[i - 1].gate))
             gates_.push_back(objects_[i].gate);
     }
@@ -92,7 +93,7 @@ PlanContext::PlanContext(std::vector<planned_t> objects, const bool* always)
         }
     }
     std::ranges::sort(gates_);
-    gates_.erase(std::ranges::unique(gates_).begin(), gates_.end());
+    gates_.erase(std::unique(gates_.begin(), gates_.end()), gates_.end());
 }
 
 bool PlanContext::is_gate(const void* cell) const noexcept { return std::ranges::binary_search(gates_, cell); }
