@@ -93,7 +93,7 @@ PlanContext::PlanContext(std::vector<planned_t> objects, const bool* always)
         }
     }
     std::ranges::sort(gates_);
-    gates_.erase(std::ranges::unique(gates_).begin(), gates_.end());
+    gates_.erase(std::unique(gates_.begin(), gates_.end()), gates_.end());
 }
 
 bool PlanContext::is_gate(const void* cell) const noexcept { return std::ranges::binary_search(gates_, cell); }

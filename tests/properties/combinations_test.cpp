@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+
 #include "exec/Exec.h"
 #include "framework/classes.h"
 #include "framework/entries.h"
@@ -38,7 +41,7 @@ std::unique_ptr<ExecBlock> source(type_t type, std::size_t phase, bool divisor) 
     if (divisor)
         for (const int n : {1, 2, 3, 7, 100, 5}) values.push_back(convert_to(type, value(n)));
     else values = edge_values(type, true);
-    std::ranges::rotate(values, values.begin() + static_cast<std::ptrdiff_t>(phase % values.size()));
+    std::rotate(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(phase % values.size()), values.end());
     auto made = make_cycle(type, value_types{});
     made->configure(&values);
     return made;
