@@ -138,10 +138,13 @@ void scan(std::string_view text, const visit_t& visit) {
 
 std::unordered_map<std::string, place_t> places_of(std::string_view text, const std::vector<std::string>& pointers) {
     const std::unordered_set<std::string> wanted(pointers.begin(), pointers.end());
+    std::size_t longest = 0;
+    for (const std::string& pointer : pointers) longest = std::max(longest, pointer.size());
     std::vector<std::pair<std::string, std::size_t>> found;
     if (!wanted.empty())
         scan(text, [&](const std::string& pointer, token_t kind, std::size_t first, std::size_t) {
-            if (kind != token_t::key && wanted.contains(pointer)) found.emplace_back(pointer, first);
+            if (kind != token_t::key && pointer.size() <= longest && wanted.contains(pointer))
+                found.emplace_back(pointer, first);
         });
     // one walk over the lines for all of them: the places come in the order of the text
     std::unordered_map<std::string, place_t> places;
