@@ -49,7 +49,7 @@ TEST_P(Check, NearestGoodModelPasses) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Codes, Check, testing::ValuesIn(cases()),
-                         [](const testing::TestParamInfo<std::string>& info) { return info.param; });
+                         [](const testing::TestParamInfo<std::string>& test) { return test.param; });
 
 TEST(Codes, EachHasABadModel) {
     std::set<std::string> told;

@@ -86,8 +86,8 @@ constexpr hazard_t cases[] = {
     {"single_breakpoints.json", 0, 0},
 };
 
-INSTANTIATE_TEST_SUITE_P(Models, Hazard, testing::ValuesIn(cases), [](const testing::TestParamInfo<hazard_t>& info) {
-    return std::filesystem::path(info.param.file).stem().string();
+INSTANTIATE_TEST_SUITE_P(Models, Hazard, testing::ValuesIn(cases), [](const testing::TestParamInfo<hazard_t>& test) {
+    return std::filesystem::path(test.param.file).stem().string();
 });
 
 // What comes of ids that are exchanged inside each other is a matter of chance; that it ends is not.
