@@ -65,6 +65,7 @@ public:
         if (count_++ == 0) first_ = last_;
         return true;
     }
+    bool looks_at_cells() const noexcept override { return false; }
     double seconds_per_step() {
         const double result = (last_ - first_) / static_cast<double>(count_ - 1);
         count_ = 0;

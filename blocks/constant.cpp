@@ -25,7 +25,7 @@ public:
     const lowering_t* lowering() const noexcept override { return &lowered; }
 
 private:
-    static constexpr lowering_t lowered{nullptr, 0};
+    static constexpr lowering_t lowered{nullptr, 0, false, true};
 };
 
 template <class T>

@@ -18,16 +18,32 @@ namespace tessel {
 
 namespace detail {
 
-/// The cell that operand `i` of an object points at.
 template <class T>
-const T& cell(const void* const* operands, std::size_t i) noexcept {
-    return *static_cast<const T*>(operands[1 + i]);
+const T& read(const void* cell) noexcept {
+    return *static_cast<const T*>(cell);
+}
+template <class T>
+T& written(const void* cell) noexcept {
+    return *static_cast<T*>(const_cast<void*>(cell));
+}
+template <class Run>
+Run& self(const void* object) noexcept {
+    return *static_cast<Run*>(static_cast<ExecBlock*>(const_cast<void*>(object)));
 }
 
-template <class Run>
-Run& self(const void* const* operands) noexcept {
-    return *static_cast<Run*>(static_cast<ExecBlock*>(const_cast<void*>(operands[0])));
+/// Operand `I` of a chain's step of which input `Last` comes from the step before.
+template <int I, int Last>
+double read_or_last(const void* cell, double last) noexcept {
+    if constexpr (I == Last) return last;
+    else return read<double>(cell);
 }
+/// Goes on with the chain behind a step; a tail call where the build optimises.
+inline void next_link(const void* const* operands, double t, double last) noexcept {
+    reinterpret_cast<link_step_t>(const_cast<void*>(operands[0]))(operands, t, last);
+}
+
+template <class T, class... More>
+inline constexpr bool all_flt64 = std::is_same_v<T, double> && (std::is_same_v<More, double> && ...);
 
 /// Whether a kernel says that its output equals its input after every step.
 template <class K>
@@ -35,18 +51,31 @@ inline constexpr bool passes_through = requires {
     requires K::passes_through;
 };
 
-/// Number of ports in a list.
-template <class In>
-inline constexpr std::size_t count_of = 0;
-template <class... T>
-inline constexpr std::size_t count_of<inputs<T...>> = sizeof...(T);
-template <class T, std::size_t N>
-inline constexpr std::size_t count_of<same_inputs<T, N>> = N;
+template <class Out>
+struct output_of {
+    using type = void;
+};
+template <class O>
+struct output_of<outputs<O>> {
+    using type = O;
+};
 
 template <class Out>
 inline constexpr bool has_output = true;
 template <>
 inline constexpr bool has_output<outputs<>> = false;
+
+/// The types of the inputs of a port list, as parameters of a call.
+template <class In>
+struct inputs_of;
+template <class... T>
+struct inputs_of<inputs<T...>> {
+    static constexpr std::size_t count = sizeof...(T);
+};
+template <class T, std::size_t N>
+struct inputs_of<same_inputs<T, N>> {
+    static constexpr std::size_t count = N;
+};
 
 }  // namespace detail
 
@@ -55,62 +84,102 @@ inline constexpr bool has_output<outputs<>> = false;
 template <class K, class In = typename K::in>
 class Exec;
 
+// what the forms share; `links` stands in each
 #define BLOCKS_EXEC_MEMBERS(count)                                            \
 public:                                                                       \
     const lowering_t* lowering() const noexcept override { return &lowered; } \
                                                                               \
 private:                                                                      \
-    static constexpr lowering_t lowered{&Exec::run, count, detail::passes_through<K>};
+    static constexpr lowering_t lowered{&Exec::run, count, false, true, detail::passes_through<K>, links()};
+
+#define BLOCKS_EXEC_LINKS(flt64, ...)                               \
+    static constexpr const link_step_t* links() noexcept {          \
+        if constexpr (flt64) return link_table<__VA_ARGS__>.data(); \
+        else return nullptr;                                        \
+    }                                                               \
+    template <int... Last>                                          \
+    static constexpr std::array<link_step_t, sizeof...(Last)> link_table{&Exec::link<Last>...};
 
 template <class K, class A>
 class Exec<K, inputs<A>> final : public Ports<inputs<A>, typename K::out> {
+    using O = typename detail::output_of<typename K::out>::type;
+
 public:
     void step() noexcept override { this->out0.value = K::eval(this->in0.value); }
 
 private:
     static void run(const void* const* p, std::size_t count, double) noexcept {
         do {
-            detail::self<Exec>(p).out0.value = K::eval(*static_cast<const A*>(p[1]));
+            detail::written<O>(p[0]) = K::eval(detail::read<A>(p[1]));
             p += 2;
         } while (--count != 0);
     }
+    template <int Last>
+    static void link(const void* const* p, double t, [[maybe_unused]] double last) noexcept {
+        const double y = K::eval(detail::read_or_last<0, Last>(p[2], last));
+        detail::written<double>(p[1]) = y;
+        detail::next_link(p + 3, t, y);
+    }
+    BLOCKS_EXEC_LINKS((detail::all_flt64<A, O>), -1, 0)
     BLOCKS_EXEC_MEMBERS(1)
 };
 
 template <class K, class A, class B>
 class Exec<K, inputs<A, B>> final : public Ports<inputs<A, B>, typename K::out> {
+    using O = typename detail::output_of<typename K::out>::type;
+
 public:
     void step() noexcept override { this->out0.value = K::eval(this->in0.value, this->in1.value); }
 
 private:
     static void run(const void* const* p, std::size_t count, double) noexcept {
         do {
-            detail::self<Exec>(p).out0.value = K::eval(*static_cast<const A*>(p[1]), *static_cast<const B*>(p[2]));
+            detail::written<O>(p[0]) = K::eval(detail::read<A>(p[1]), detail::read<B>(p[2]));
             p += 3;
         } while (--count != 0);
     }
+    template <int Last>
+    static void link(const void* const* p, double t, [[maybe_unused]] double last) noexcept {
+        const double y = K::eval(detail::read_or_last<0, Last>(p[2], last), detail::read_or_last<1, Last>(p[3], last));
+        detail::written<double>(p[1]) = y;
+        detail::next_link(p + 4, t, y);
+    }
+    BLOCKS_EXEC_LINKS((detail::all_flt64<A, B, O>), -1, 0, 1)
     BLOCKS_EXEC_MEMBERS(2)
 };
 
 template <class K, class A, class B, class C>
 class Exec<K, inputs<A, B, C>> final : public Ports<inputs<A, B, C>, typename K::out> {
+    using O = typename detail::output_of<typename K::out>::type;
+
 public:
     void step() noexcept override { this->out0.value = K::eval(this->in0.value, this->in1.value, this->in2.value); }
 
 private:
     static void run(const void* const* p, std::size_t count, double) noexcept {
         do {
-            detail::self<Exec>(p).out0.value =
-                K::eval(*static_cast<const A*>(p[1]), *static_cast<const B*>(p[2]), *static_cast<const C*>(p[3]));
+            detail::written<O>(p[0]) = K::eval(detail::read<A>(p[1]), detail::read<B>(p[2]), detail::read<C>(p[3]));
             p += 4;
         } while (--count != 0);
     }
+    template <int Last>
+    static void link(const void* const* p, double t, [[maybe_unused]] double last) noexcept {
+        const double y = K::eval(detail::read_or_last<0, Last>(p[2], last), detail::read_or_last<1, Last>(p[3], last),
+                                 detail::read_or_last<2, Last>(p[4], last));
+        detail::written<double>(p[1]) = y;
+        detail::next_link(p + 5, t, y);
+    }
+    BLOCKS_EXEC_LINKS((detail::all_flt64<A, B, C, O>), -1, 0, 1, 2)
     BLOCKS_EXEC_MEMBERS(3)
 };
+
+#undef BLOCKS_EXEC_LINKS
 
 /// N inputs of one type: the kernel is handed an array of pointers to the values.
 template <class K, class T, std::size_t N>
 class Exec<K, same_inputs<T, N>> final : public Ports<same_inputs<T, N>, typename K::out> {
+    using O = typename detail::output_of<typename K::out>::type;
+
 public:
     void step() noexcept override {
         std::array<const T*, N> u;
@@ -123,9 +192,10 @@ private:
         for (; count != 0; --count, p += 1 + N) {
             std::array<const T*, N> u;
             for (std::size_t i = 0; i < N; ++i) u[i] = static_cast<const T*>(p[1 + i]);
-            detail::self<Exec>(p).out0.value = K::eval(u);
+            detail::written<O>(p[0]) = K::eval(u);
         }
     }
+    static constexpr const link_step_t* links() noexcept { return nullptr; }
     BLOCKS_EXEC_MEMBERS(N)
 };
 
@@ -138,10 +208,15 @@ private:
 ///   void configure(const void*)     takes the class's record
 ///   void start(double t, O& y)      at the head of a run; for a sink start(t)
 ///   void finish()                   at its end
-template <class K>
-class StatefulExec final : public Ports<typename K::in, typename K::out> {
-    static constexpr std::size_t count = detail::count_of<typename K::in>;
+template <class K, class In = typename K::in>
+class StatefulExec;
+
+template <class K, class... In>
+class StatefulExec<K, inputs<In...>> final : public Ports<inputs<In...>, typename K::out> {
+    using O = typename detail::output_of<typename K::out>::type;
+    static constexpr std::size_t count = sizeof...(In);
     static constexpr bool sink = !detail::has_output<typename K::out>;
+    static constexpr std::size_t operands = 1 + (sink ? 0 : 1) + count;
 
 public:
     StatefulExec() noexcept {
@@ -162,38 +237,66 @@ public:
         if constexpr (requires(K & k) { k.finish(); }) kernel.finish();
     }
     void step() noexcept override {
-        if constexpr (count == 0) advance(*this, this->time());
-        else if constexpr (count == 1) advance(*this, this->time(), this->in0.value);
-        else if constexpr (count == 2) advance(*this, this->time(), this->in0.value, this->in1.value);
-        else advance(*this, this->time(), this->in0.value, this->in1.value, this->in2.value);
+        if constexpr (sink) {
+            if constexpr (count == 0) kernel.eval(this->time());
+            else if constexpr (count == 1) kernel.eval(this->time(), this->in0.value);
+            else if constexpr (count == 2) kernel.eval(this->time(), this->in0.value, this->in1.value);
+            else kernel.eval(this->time(), this->in0.value, this->in1.value, this->in2.value);
+        } else {
+            O& y = this->out0.value;
+            if constexpr (count == 0) y = kernel.eval(this->time(), y);
+            else if constexpr (count == 1) y = kernel.eval(this->time(), y, this->in0.value);
+            else if constexpr (count == 2) y = kernel.eval(this->time(), y, this->in0.value, this->in1.value);
+            else y = kernel.eval(this->time(), y, this->in0.value, this->in1.value, this->in2.value);
+        }
     }
     const lowering_t* lowering() const noexcept override { return &lowered; }
 
     K kernel;
 
 private:
-    template <class... U>
-    static void advance(StatefulExec& b, double t, U... u) noexcept {
-        if constexpr (sink) b.kernel.eval(t, u...);
-        else b.out0.value = b.kernel.eval(t, b.out0.value, u...);
-    }
-    template <class P>
-    using value_of = std::remove_reference_t<decltype(std::declval<P&>().value)>;
-
     static void run(const void* const* p, std::size_t n, double t) noexcept {
-        for (; n != 0; --n, p += 1 + count) {
-            auto& b = detail::self<StatefulExec>(p);
-            if constexpr (count == 0) advance(b, t);
-            else if constexpr (count == 1) advance(b, t, detail::cell<value_of<decltype(b.in0)>>(p, 0));
-            else if constexpr (count == 2)
-                advance(b, t, detail::cell<value_of<decltype(b.in0)>>(p, 0),
-                        detail::cell<value_of<decltype(b.in1)>>(p, 1));
-            else
-                advance(b, t, detail::cell<value_of<decltype(b.in0)>>(p, 0),
-                        detail::cell<value_of<decltype(b.in1)>>(p, 1), detail::cell<value_of<decltype(b.in2)>>(p, 2));
+        for (; n != 0; --n, p += operands) run_one(p, t, std::make_index_sequence<count>{});
+    }
+    template <std::size_t... I>
+    static void run_one(const void* const* p, double t, std::index_sequence<I...>) noexcept {
+        K& k = detail::self<StatefulExec>(p[0]).kernel;
+        if constexpr (sink) {
+            k.eval(t, detail::read<In>(p[1 + I])...);
+        } else {
+            O& y = detail::written<O>(p[1]);
+            y = k.eval(t, y, detail::read<In>(p[2 + I])...);
         }
     }
-    static constexpr lowering_t lowered{&StatefulExec::run, static_cast<std::uint8_t>(count), false};
+
+    template <int Last>
+    static void link(const void* const* p, double t, [[maybe_unused]] double last) noexcept {
+        const double y = link_value<Last>(p, t, last, std::make_index_sequence<count>{});
+        detail::written<double>(p[2]) = y;
+        detail::next_link(p + 1 + operands, t, y);
+    }
+    template <int Last, std::size_t... I>
+    static double link_value(const void* const* p, double t, [[maybe_unused]] double last,
+                             std::index_sequence<I...>) noexcept {
+        return detail::self<StatefulExec>(p[1]).kernel.eval(
+            t, detail::read<double>(p[2]), detail::read_or_last<static_cast<int>(I), Last>(p[3 + I], last)...);
+    }
+    template <std::size_t... I>
+    static constexpr std::array<link_step_t, 1 + count> link_table(std::index_sequence<I...>) noexcept {
+        return {&StatefulExec::link<-1>, &StatefulExec::link<static_cast<int>(I)>...};
+    }
+    static constexpr const link_step_t* links() noexcept {
+        if constexpr (detail::all_flt64<O, In...>) {
+            return stored_links<void>.data();
+        } else {
+            return nullptr;
+        }
+    }
+    template <class>
+    static constexpr auto stored_links = link_table(std::make_index_sequence<count>{});
+
+    static constexpr lowering_t lowered{
+        &StatefulExec::run, static_cast<std::uint8_t>(count), true, !sink, false, links()};
 };
 
 /// Runnable class of a block whose step does nothing: it only holds what it samples, or what was put into its output.
@@ -204,7 +307,8 @@ public:
     const lowering_t* lowering() const noexcept override { return &lowered; }
 
 private:
-    static constexpr lowering_t lowered{nullptr, static_cast<std::uint8_t>(detail::count_of<In>), false};
+    static constexpr lowering_t lowered{nullptr, static_cast<std::uint8_t>(detail::inputs_of<In>::count), false,
+                                        detail::has_output<Out>};
 };
 
 // `new` and not make_unique: naming unique_ptr<Run> for thousands of Runs multiplies the build time.

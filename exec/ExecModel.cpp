@@ -118,7 +118,7 @@ PlanContext ExecModel::plan_context() const {
         object.gate = static_cast<const bool*>(const_cast<ExecBlock*>(gates_[i])->input(0)->value_ptr());
         object.enable_position = positions.at(gates_[i]);
     }
-    return {std::move(objects), &always_enabled};
+    return {std::move(objects), &always_enabled, monitor_ != nullptr && monitor_->looks_at_cells()};
 }
 
 template <class Step>
@@ -144,6 +144,7 @@ result_t ExecModel::run_serial(double ti, double tf, double ts) {
         std::iota(all.begin(), all.end(), std::size_t{0});
         Plan plan(context, all);
         run_steps(ti, tf, ts, [&plan](double t) { plan.step(t); });
+        context.store_outputs();
         plan.settle();
     } else {
         run_steps(ti, tf, ts, [this](double t) {
@@ -193,6 +194,7 @@ result_t ExecModel::run_parallel(double ti, double tf, double ts) {
             for (zone_plan_t& zone : plans)
                 parallel_for_parts(zone.chunks.size(), [&zone, t](std::size_t i) { zone.chunks[i].step(t); });
         });
+        context.store_outputs();
         for (zone_plan_t& zone : plans)
             for (Plan& chunk : zone.chunks) chunk.settle();
     } else {

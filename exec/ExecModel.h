@@ -22,6 +22,9 @@ public:
     /// Called on the caller's thread after each time step; false ends the run as if "tf" had been passed. Input cells
     /// are up to date at the end of a run; who wants to look at them in between adds an object to the model.
     virtual bool step_done(double t) noexcept = 0;
+    /// Whether `step_done` reads output cells or writes input cells. A run that nobody looks into is faster; its cells
+    /// are up to date at its end.
+    virtual bool looks_at_cells() const noexcept { return true; }
 };
 
 /// How a run steps its objects: by their virtual operations, or by a plan made of their lowerings. Nobody can tell the

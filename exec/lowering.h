@@ -6,16 +6,28 @@
 
 namespace tessel {
 
+/// One step of a chain of single objects, see Plan. Finds itself at operands[0] and its operands behind, in the order
+/// of `lowering_t`; writes its output and calls the next step of the chain, which stands behind its last operand, with
+/// that value as `last`.
+using link_step_t = void (*)(const void* const* operands, double t, double last) noexcept;
+
 /// What a class tells a run about stepping its objects directly on their cells.
 ///
-/// `run` steps `count` objects of the class, at least one, in order. For each it is handed 1 + `inputs` pointers: the object (as
-/// `ExecBlock*`), then for each input the cell to read, which holds a value of that input port's type. It does what
-/// `step` does after `sample`, but it need not write the input cells: the run brings them up to date where somebody
-/// can look. A null `run` says that a step does nothing. Input ports are `Port<T>`s.
+/// `run` steps `count` objects of the class, at least one, in order. For each it is handed pointers to:
+///   the object, as `ExecBlock*`, if `needs_object`
+///   the cell of its output, if it has one: `has_output`
+///   for each of its `inputs` the cell to read, which holds a value of that input port's type.
+/// The cells need not be those of the ports: the run brings these up to date where somebody can look. `run` does what
+/// `step` does after `sample`. A null `run` says that a step does nothing. Input ports are `Port<T>`s.
 struct lowering_t {
     void (*run)(const void* const* operands, std::size_t count, double t) noexcept;
     std::uint8_t inputs;
+    bool needs_object;
+    bool has_output;
     bool passes_through = false;  ///< one input and one output of one type, equal after every step
+    /// Null, or 1 + `inputs` steps of a chain: one that reads all inputs from cells, then one for each input that takes
+    /// that input from `last`.
+    const link_step_t* links = nullptr;
 };
 
 }  // namespace tessel

@@ -5,6 +5,7 @@
 #include <type_traits>
 
 #include "core/convert.h"
+#include "exec/Exec.h"
 #include "exec/Port.h"
 #include "exec/lowering.h"
 
@@ -38,6 +39,18 @@ void run_foreign(const void* const* p, std::size_t count, double t) noexcept {
         block.step();
     }
 }
+
+/// Operands: the links of a chain.
+void run_chain(const void* const* p, std::size_t, double t) noexcept { detail::next_link(p, t, 0.0); }
+
+void end_of_chain(const void* const*, double, double) noexcept {}
+
+const void* link_operand(link_step_t step) noexcept { return reinterpret_cast<const void*>(step); }
+
+/// Loops shorter than this are links of a chain.
+constexpr std::size_t shortest_loop = 4;
+/// Keeps the stack small in builds that make no tail calls.
+constexpr std::size_t longest_chain = 64;
 
 std::uint64_t address(const ExecPort* port) noexcept { return reinterpret_cast<std::uintptr_t>(port); }
 
@@ -75,8 +88,8 @@ run_t pull(type_t type) {
 
 }  // namespace
 
-PlanContext::PlanContext(std::vector<planned_t> objects, const bool* always)
-    : objects_(std::move(objects)), always_(always), owners_(objects_.size()) {
+PlanContext::PlanContext(std::vector<planned_t> objects, const bool* always, bool outputs_in_ports)
+    : objects_(std::move(objects)), always_(always), outputs_in_ports_(outputs_in_ports), owners_(objects_.size()) {
     for (std::size_t i = 0; i < objects_.size(); ++i) {
         if (objects_[i].block->lowering() == nullptr) watched_ = true;
         else if (const ExecPort* out = objects_[i].block->output(0); out != nullptr)
@@ -94,6 +107,28 @@ PlanContext::PlanContext(std::vector<planned_t> objects, const bool* always)
     }
     std::ranges::sort(gates_);
     gates_.erase(std::unique(gates_.begin(), gates_.end()), gates_.end());
+
+    cells_.resize(objects_.size());
+    outputs_in_ports_ = outputs_in_ports_ || watched_;
+    values_.resize(outputs_in_ports_ ? 0 : objects_.size());
+    for (std::size_t i = 0; i < objects_.size(); ++i) {
+        const lowering_t* lowering = objects_[i].block->lowering();
+        if (lowering == nullptr || !lowering->has_output) continue;
+        ExecPort* port = objects_[i].block->output(0);
+        cells_[i] = port->value_ptr();
+        if (outputs_in_ports_) continue;
+        std::memcpy(&values_[i], cells_[i], size_of(port->type()));
+        cells_[i] = &values_[i];
+    }
+}
+
+void PlanContext::store_outputs() const noexcept {
+    if (outputs_in_ports_) return;
+    for (std::size_t i = 0; i < objects_.size(); ++i) {
+        if (cells_[i] == nullptr) continue;
+        ExecPort* port = objects_[i].block->output(0);
+        std::memcpy(port->value_ptr(), cells_[i], size_of(port->type()));
+    }
 }
 
 bool PlanContext::is_gate(const void* cell) const noexcept { return std::ranges::binary_search(gates_, cell); }
@@ -120,6 +155,7 @@ Plan::Plan(const PlanContext& context, std::span<const std::size_t> positions) :
         segment_t segment{gate, 0, objects_.size(), 0, 0.0, false};
         do i = lower_stretch(context, positions, i);
         while (i < positions.size() && gate != nullptr && gate_of(i) == gate);
+        end_chain();
         segment.op_end = ops_.size();
         segment.object_end = objects_.size();
         segments_.push_back(segment);
@@ -157,7 +193,7 @@ std::size_t Plan::lower_stretch(const PlanContext& context, std::span<const std:
         const planned_t& object = context.objects()[position];
         if (object.block->lowering() != lowering || object.gate != first.gate) break;
 
-        const std::size_t sampled = samplers.size();
+        const std::size_t sampled = samplers.size(), stepped = steps.size();
         bool all_kept = true, observed = false, inside = false;
         for (std::int16_t n = 0; n < lowering->inputs; ++n) {
             ExecPort* port = object.block->input(n);
@@ -168,7 +204,8 @@ std::size_t Plan::lower_stretch(const PlanContext& context, std::span<const std:
         }
         const bool lazy = all_kept && !observed;
         settle_t settle = lazy ? settle_t::sample : settle_t::clock;
-        steps.push_back(object.block);
+        if (lowering->needs_object) steps.push_back(object.block);
+        if (lowering->has_output) steps.push_back(context.output_cell(position));
         for (std::int16_t n = 0; n < lowering->inputs; ++n) {
             ExecPort* port = object.block->input(n);
             ExecPort* source = port->source();
@@ -176,13 +213,15 @@ std::size_t Plan::lower_stretch(const PlanContext& context, std::span<const std:
             if (source != nullptr) {
                 const std::size_t owner = context.owner_of(source);
                 const bool foreign = owner == PlanContext::nowhere;
-                const bool direct = !foreign && source->type() == port->type();
-                if (direct && (lazy || (lowering->passes_through && !observed))) {
-                    cell = source->value_ptr();
+                const void* source_cell = foreign ? nullptr : context.output_cell(owner);
+                const bool kept = lazy || (lowering->passes_through && !observed);
+                if (kept && !foreign && source->type() == port->type()) {
+                    cell = source_cell;
                     if (!lazy) settle = settle_t::pass_through;
                 } else {
+                    if (lazy && !context.watched()) cell = &converted_.emplace_back();
                     if (foreign) samplers.push_back({pull(port->type()), {port, nullptr}, 1});
-                    else samplers.push_back({conversion(port->type(), source->type()), {cell, source->value_ptr()}, 2});
+                    else samplers.push_back({conversion(port->type(), source->type()), {cell, source_cell}, 2});
                     inside = inside || foreign || (owner >= positions[begin] && owner < position);
                 }
             }
@@ -190,7 +229,7 @@ std::size_t Plan::lower_stretch(const PlanContext& context, std::span<const std:
         }
         if (inside && end != begin) {
             samplers.resize(sampled);
-            steps.resize(steps.size() - 1 - lowering->inputs);
+            steps.resize(stepped);
             break;
         }
         objects_.push_back({object.block, settle});
@@ -199,19 +238,49 @@ std::size_t Plan::lower_stretch(const PlanContext& context, std::span<const std:
     // inputs sampled by one loop each; their order does not matter, as each writes its own cell
     std::ranges::stable_sort(samplers, std::less{}, [](const sampler_t& s) { return s.run; });
     for (const sampler_t& s : samplers) append(s.run, std::span(s.operands).first(s.count), 1);
-    if (lowering->run != nullptr) append(lowering->run, steps, end - begin);
+    if (lowering->run == nullptr) return end;
+    if (lowering->links != nullptr && end - begin < shortest_loop) append_links(*lowering, steps);
+    else append(lowering->run, steps, end - begin);
     return end;
 }
 
 /// Adds a loop, or lengthens the last one of its kind.
 void Plan::append(run_t run, std::span<const void* const> operands, std::size_t objects) {
+    end_chain();
     const std::size_t first_op = segments_.empty() ? 0 : segments_.back().op_end;
-    if (ops_.size() > first_op && ops_.back().run == run) ops_.back().count += objects;
+    if (ops_.size() > first_op && ops_.back().run == run && run != &run_chain) ops_.back().count += objects;
     else {
         ops_.push_back({run, nullptr, objects});
         offsets_.push_back(operands_.size());
     }
     operands_.insert(operands_.end(), operands.begin(), operands.end());
+}
+
+/// Adds objects with the given operands to the chain at the end.
+void Plan::append_links(const lowering_t& lowering, std::span<const void* const> operands) {
+    const std::size_t output = lowering.needs_object ? 1 : 0, inputs = output + 1;
+    const std::size_t stride = inputs + lowering.inputs;
+    for (; !operands.empty(); operands = operands.subspan(stride)) {
+        if (chain_room_ == 0) {
+            append(&run_chain, {}, 1);
+            chain_room_ = longest_chain;
+        }
+        const auto own = operands.first(stride);
+        const auto read = own.subspan(inputs);
+        const auto last = last_output_ != nullptr ? std::ranges::find(read, last_output_) : read.end();
+        const auto variant = last != read.end() ? 1 + (last - read.begin()) : 0;
+        operands_.push_back(link_operand(lowering.links[variant]));
+        operands_.insert(operands_.end(), own.begin(), own.end());
+        last_output_ = own[output];
+        if (--chain_room_ == 0) end_chain();
+    }
+}
+
+void Plan::end_chain() {
+    if (last_output_ == nullptr) return;
+    operands_.push_back(link_operand(&end_of_chain));
+    chain_room_ = 0;
+    last_output_ = nullptr;
 }
 
 void Plan::step(double t) noexcept {

@@ -3,11 +3,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <span>
 #include <vector>
 
 #include "ExecBlock.h"
 #include "core/id_index.h"
+#include "exec/lowering.h"
 
 namespace tessel {
 
@@ -18,11 +20,14 @@ struct planned_t {
     std::size_t enable_position;
 };
 
-/// What plans need to know of the whole run: the objects in stepping order and whose output a port is.
+/// What plans need to know of the whole run: the objects in stepping order, whose output a port is, and where the
+/// outputs' values are. In a run that nobody watches they are in one array in stepping order, a few bytes apart, and
+/// not in their ports, which are spread over the objects.
 class PlanContext {
 public:
-    /// `always` is the flag of objects that nothing gates. The objects must be wired.
-    PlanContext(std::vector<planned_t> objects, const bool* always);
+    /// `always` is the flag of objects that nothing gates. The objects must be wired and started.
+    /// `outputs_in_ports`: somebody reads them there between steps.
+    PlanContext(std::vector<planned_t> objects, const bool* always, bool outputs_in_ports);
     PlanContext(const PlanContext&) = delete;
     PlanContext& operator=(const PlanContext&) = delete;
 
@@ -37,22 +42,35 @@ public:
     /// that the latter sampled: both run in the same steps, in this order.
     bool keeps_sample(std::size_t from, std::size_t to) const noexcept;
 
+    /// Where the output of the lowered object at `position` is during the run; null when it has none.
+    void* output_cell(std::size_t position) const noexcept { return cells_[position]; }
+    /// Writes the outputs into their ports: at the end of a run.
+    void store_outputs() const noexcept;
+
     static constexpr std::size_t nowhere = static_cast<std::size_t>(-1);
 
 private:
     std::vector<planned_t> objects_;
     const bool* always_;
     bool watched_ = false;
+    bool outputs_in_ports_;
     IdIndex<const planned_t> owners_;  // by the address of the output port
     std::vector<const void*> gates_;   // sorted
+    std::vector<void*> cells_;         // of the outputs, by position
+    std::vector<std::uint64_t> values_;
 };
 
 /// A sequence of objects lowered to loops over cells. Values, states and times are those of calling the objects one by
-/// one; input cells and clocks of objects that nobody watches are brought up to date by `settle`.
+/// one; cells and clocks of objects that nobody watches are brought up to date by `store_outputs` of the context and
+/// then `settle`.
+///
+/// Equal neighbours are one loop. Single objects that compute flt64 from flt64 are links of a chain: each hands its
+/// output to the next in a register and jumps there, so that neither the way through memory nor a call is between two
+/// blocks that follow each other.
 class Plan {
 public:
-    /// Lowers the objects at the given positions of the context's order, which are ascending. Holds no reference to
-    /// the context.
+    /// Lowers the objects at the given positions of the context's order, which are ascending. The context must
+    /// outlive the plan.
     Plan(const PlanContext& context, std::span<const std::size_t> positions);
     Plan(Plan&&) = default;
     Plan& operator=(Plan&&) = default;
@@ -87,6 +105,8 @@ private:
 
     std::size_t lower_stretch(const PlanContext& context, std::span<const std::size_t> positions, std::size_t begin);
     void append(run_t run, std::span<const void* const> operands, std::size_t objects);
+    void append_links(const lowering_t& lowering, std::span<const void* const> operands);
+    void end_chain();
     void settle_segment(const segment_t& segment) noexcept;
 
     std::vector<segment_t> segments_;
@@ -94,6 +114,9 @@ private:
     std::vector<const void*> operands_;
     std::vector<std::size_t> offsets_;  // of each loop's operands, while they can still move
     std::vector<object_t> objects_;
+    std::deque<std::uint64_t> converted_;  // cells of inputs whose source has another type
+    std::size_t chain_room_ = 0;           // links that the chain at the end can still take
+    const void* last_output_ = nullptr;    // of the chain at the end
     bool watched_;
 };
 

@@ -17,6 +17,7 @@ public:
     ~Monitor() override;
 
     bool step_done(double t) noexcept override;
+    bool looks_at_cells() const noexcept override { return false; }
 
 private:
     using steady = std::chrono::steady_clock;

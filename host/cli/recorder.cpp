@@ -139,7 +139,7 @@ private:
             probe.recording_.add(*static_cast<const T*>(operands[1]), probe.clock_);
         }
     }
-    static constexpr tessel::lowering_t lowered{&TypedProbe::run, 1};
+    static constexpr tessel::lowering_t lowered{&TypedProbe::run, 1, true, false};
 
     run_clock_t& clock_;
     tessel::Port<T> in0_;

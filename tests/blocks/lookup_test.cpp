@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include <limits>
 
 #include "tests/support/block_test.h"

@@ -120,6 +120,27 @@ void expect_agreement(extras_t extras, std::uint64_t first_seed) {
 
 TEST(EngineEquality, OfOutputsAtEachStepAndOfAllCellsAfterEachRun) { expect_agreement(extras_t::none, 1); }
 
+/// Runs that nobody looks into keep their values elsewhere: what such a run of any length leaves in the cells, and a
+/// second one that goes on from there.
+TEST(EngineEquality, OfAllCellsAfterRunsOfEachLengthThatNobodyLooksInto) {
+    for (std::uint64_t seed = 5000; seed < 5000 + model_count; ++seed) {
+        const auto file = model_of(seed);
+        prepare_bridge();
+        Compiled of_objects(file), of_plan(file);
+        const auto objects = of_objects.build(engine_t::objects), plan = of_plan.build(engine_t::plan);
+        const double ti = of_objects.properties->get("ti").payload<double>();
+        const double ts = of_objects.properties->get("ts").payload<double>();
+        for (const int steps : {1, 2, 3, 20, 1}) {
+            for (Compiled* compiled : {&of_objects, &of_plan})
+                compiled->properties->set("tf", var_t(ti + (steps - 0.5) * ts));
+            objects->run();
+            plan->run();
+            ASSERT_EQ(cells(*plan), cells(*objects)) << seed << " after " << steps << "\n" << file.dump(1);
+        }
+        ASSERT_EQ(recordings(of_plan), recordings(of_objects)) << seed;
+    }
+}
+
 TEST(EngineEquality, OfEveryCellThatAnObjectWithoutALoweringCanSee) { expect_agreement(extras_t::observers, 1000); }
 
 TEST(EngineEquality, OfEveryCellThatAGatedObjectCanSee) { expect_agreement(extras_t::gated_observers, 2000); }

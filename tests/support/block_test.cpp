@@ -179,7 +179,9 @@ Runnable& Runnable::step_lowered(const std::vector<value_t>& inputs, double t) {
     const lowering_t* lowered = (*this)->lowering();
     if (lowered == nullptr) throw std::logic_error("the object has no lowered form");
     if (lowered->inputs != inputs.size()) throw std::invalid_argument("the lowered form has other inputs");
-    std::vector<const void*> operands{&**this};
+    std::vector<const void*> operands;
+    if (lowered->needs_object) operands.push_back(&**this);
+    if (lowered->has_output) operands.push_back((*this)->output(0)->value_ptr());
     for (const value_t& v : inputs) operands.push_back(&v.bits);
     (*this)->set_time(t);
     if (lowered->run != nullptr) lowered->run(operands.data(), 1, t);
