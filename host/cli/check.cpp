@@ -74,7 +74,8 @@ void add_check(CLI::App& app, int& status) {
         "         zarn check --explain Z217");
     verb->callback([=, &status] {
         if (model->count() == 0 && page->count() == 0) throw CLI::RequiredError("MODEL or --explain");
-        status = guarded([&] { return page->count() != 0 ? explain(*arguments) : check(*arguments); });
+        status = guarded([&] { return page->count() != 0 ? explain(*arguments) : check(*arguments); },
+                         arguments->common.model);
     });
 }
 

@@ -58,7 +58,7 @@ void add_explain(CLI::App& app, int& status) {
     verb->footer(
         "Example: zarn explain motor.json\n"
         "         zarn explain motor.json mainsys.pump.gain");
-    verb->callback([=, &status] { status = guarded([&] { return explain(*arguments); }); });
+    verb->callback([=, &status] { status = guarded([&] { return explain(*arguments); }, arguments->common.model); });
 }
 
 }  // namespace zarn

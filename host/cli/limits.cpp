@@ -9,6 +9,7 @@
 #include "core/format.h"
 #include "core/str.h"
 #include "host/cli/session.h"
+#include "host/diagnose/memory.h"
 #include "port.h"
 
 namespace zarn {
@@ -67,6 +68,7 @@ private:
     bool in_block() const { return in_blocks_ && depth_ == 4; }
 
     bool count(double value) {
+        if (strictness_ == strictness_t::readable) return true;
         if (!in_block() || (key_ != "inportCount" && key_ != "outportCount")) return true;
         const bool all = strictness_ == strictness_t::sensible;
         if (all && (value < 0.0 || value > static_cast<double>(most_ports))) {
@@ -107,7 +109,7 @@ std::string unreadable(const std::filesystem::path& file) {
     const auto status = std::filesystem::status(file, error);
     if (error && status.type() != std::filesystem::file_type::not_found) return error.message();
     switch (status.type()) {
-        case std::filesystem::file_type::regular: return {};
+        case std::filesystem::file_type::regular: return too_large(length_of(file));
         case std::filesystem::file_type::not_found: return "no such file";
         case std::filesystem::file_type::directory: return "a folder, not a file";
         default: return "not a regular file";
@@ -161,13 +163,19 @@ std::string find_unloadable(const std::filesystem::path& file, strictness_t stri
     std::int64_t ports = 0;
     Scan reader(strictness, ports);
     if (auto problem = scan(file, reader); !problem.empty()) return problem;
+    double length = length_of(file);
     for (const std::string& path : reader.references()) {
+        const auto refused = [&path](const std::string& why) {
+            return tessel::format("reference '{}': {}", path, why);
+        };
         const auto other = file.parent_path() / path;
-        const auto what = unreadable(other);
-        if (what == "not a regular file") return tessel::format("reference '{}': {}", path, what);
+        std::error_code error;
+        const auto status = std::filesystem::status(other, error);
+        if (std::filesystem::is_other(status)) return refused(unreadable(other));
+        length += length_of(other);
+        if (const auto problem = too_large(length); !problem.empty()) return refused(problem);
         Scan referenced(strictness, ports);
-        if (auto problem = scan(other, referenced); !problem.empty())
-            return tessel::format("reference '{}': {}", path, problem);
+        if (const auto problem = scan(other, referenced); !problem.empty()) return refused(problem);
     }
     return {};
 }
