@@ -109,7 +109,7 @@ std::string unreadable(const std::filesystem::path& file) {
     const auto status = std::filesystem::status(file, error);
     if (error && status.type() != std::filesystem::file_type::not_found) return error.message();
     switch (status.type()) {
-        case std::filesystem::file_type::regular: return too_large(length_of(file));
+        case std::filesystem::file_type::regular: return {};
         case std::filesystem::file_type::not_found: return "no such file";
         case std::filesystem::file_type::directory: return "a folder, not a file";
         default: return "not a regular file";
@@ -158,22 +158,36 @@ tessel::IMetaBlock* stuck_source(tessel::IMetaBlock& block) {
 
 }  // namespace
 
+std::string find_too_large(const std::filesystem::path& file) {
+    double bytes = memory_of(file);
+    if (auto problem = too_large(bytes); bytes == 0.0 || !problem.empty()) return problem;
+    std::int64_t ports = 0;
+    Scan reader(strictness_t::readable, ports);
+    scan(file, reader);
+    std::unordered_map<std::string, double> known;  // one file can be referred to many times
+    for (const std::string& path : reader.references()) {
+        const auto [other, added] = known.try_emplace(path, 0.0);
+        if (added) other->second = memory_of(file.parent_path() / path);
+        bytes += other->second;
+        if (const auto problem = too_large(bytes); !problem.empty())
+            return tessel::format("with reference '{}' the model {}", path, problem);
+    }
+    return {};
+}
+
 std::string find_unloadable(const std::filesystem::path& file, strictness_t strictness) {
     if (auto problem = unreadable(file); !problem.empty()) return problem;
+    if (auto problem = find_too_large(file); !problem.empty()) return problem;
     std::int64_t ports = 0;
     Scan reader(strictness, ports);
     if (auto problem = scan(file, reader); !problem.empty()) return problem;
-    double length = length_of(file);
     for (const std::string& path : reader.references()) {
         const auto refused = [&path](const std::string& why) {
             return tessel::format("reference '{}': {}", path, why);
         };
         const auto other = file.parent_path() / path;
         std::error_code error;
-        const auto status = std::filesystem::status(other, error);
-        if (std::filesystem::is_other(status)) return refused(unreadable(other));
-        length += length_of(other);
-        if (const auto problem = too_large(length); !problem.empty()) return refused(problem);
+        if (std::filesystem::is_other(std::filesystem::status(other, error))) return refused(unreadable(other));
         Scan referenced(strictness, ports);
         if (const auto problem = scan(other, referenced); !problem.empty()) return refused(problem);
     }

@@ -7,7 +7,6 @@
 #include "core/hash.h"
 #include "factory.h"
 #include "host/diagnose/classes.h"
-#include "host/diagnose/memory.h"
 #include "host/diagnose/tree.h"
 #include "host/diagnose/values.h"
 
@@ -21,12 +20,6 @@ bool Loader::read(const std::filesystem::path& path, std::string shown, unread_t
     const auto status = std::filesystem::status(path, ignored);
     if (std::filesystem::is_other(status)) {  // a pipe or a device may never come to an end
         unread = {"Z101", "the file cannot be read: not a regular file", {}};
-        graph_.files.push_back(std::move(file));
-        return false;
-    }
-    total_text_ += length_of(path);  // one file can be referred to many times
-    if (const auto problem = too_large(total_text_); !problem.empty()) {
-        unread = {"Z101", "the file cannot be read: " + problem, {}};
         graph_.files.push_back(std::move(file));
         return false;
     }

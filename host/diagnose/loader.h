@@ -64,7 +64,6 @@ private:
     graph_t& graph_;
     Report* report_;
     std::size_t total_ports_ = 0;
-    double total_text_ = 0.0;  // characters read so far
 };
 
 }  // namespace zarn

@@ -9,10 +9,11 @@ namespace zarn {
 /// Bytes that the machine can still give, 0 when it does not say.
 double free_memory();
 
-/// Length of a file in bytes, 0 when there is none.
-double length_of(const std::filesystem::path& file);
+/// About how many bytes a model file takes once it is loaded, 0 when there is no such file. A file whose text alone is
+/// too much is not read.
+double memory_of(const std::filesystem::path& file);
 
-/// Why a text of that length is not worth a try: taken apart, it would not fit the memory. "" when it does.
-std::string too_large(double length);
+/// Why so many bytes are not worth a try, "" when they are there.
+std::string too_large(double bytes);
 
 }  // namespace zarn

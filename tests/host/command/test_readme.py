@@ -57,7 +57,7 @@ class Readme(CommandTest):
                 self.shell("zarn run first_order.json -q -e 'k = 0.5' -o y.csv")
             result = self.shell("zarn " + command)
             self.assertEqual(result.returncode, 0, (command, result.stderr))
-            self.assertNotIn("error", result.stdout + result.stderr)
+            self.assertNotRegex(result.stdout + result.stderr, r"(?m)^(error|zarn: .* failed)")
 
     def test_every_verb_of_the_command_is_in_the_table(self):
         text = self.check("--help").stdout

@@ -226,7 +226,7 @@ class Blocks(CommandTest):
                 self.assertTrue(text.startswith(f"{name}: ") or name == "subsystem", text)
                 for part in "\nInput", "\nPorts      inputs: ", "\nState ", "\nTypes      ":
                     self.assertIn(part, text)
-                self.assertRegex(text, r"(?s)Outputs? .*\nPorts .*, outputs: ")
+                self.assertRegex(text, r"(?s)[Oo]utputs? .*\nPorts .*, outputs: ")
                 answer = json.loads(self.check("blocks", name, "--json").stdout)
                 for key, parameter in answer["parameters"].items():
                     default = f"'{parameter['default']}'" if isinstance(parameter["default"], str) else parameter["default"]
