@@ -166,6 +166,24 @@ class Generate(CommandTest):
             self.assertEqual(result.returncode, 1)
         self.assertEqual(sorted(os.listdir(self.folder)), ["m.json", "out"])
 
+    def test_a_full_file_system(self):
+        place = self.folder / "small"
+        place.mkdir()
+        mount = ["mount", "-t", "tmpfs", "-o", "size=16k", "tmpfs", str(place)]
+        if os.geteuid() != 0 or subprocess.run(mount, capture_output=True).returncode != 0:
+            self.skipTest("this user may not mount a file system")
+        self.addCleanup(subprocess.run, ["umount", str(place)], check=True)
+        self.write("m.json", counter(tf=10000))
+        self.check("run", "m.json", "--set", "tf=1", "-q", "-o", "small/r.csv", err="")
+        earlier = (place / "r.csv").read_text()
+        (place / "pad").write_bytes(b"x" * 4096)
+        self.check("run", "m.json", "-o", "small/r.csv", status=1, err="zarn: small/r.csv: No space left on device\n", out="")
+        for language in "c", "py":
+            full = ["generate", language, "m.json", "small/out", "-q"]
+            self.check(*full, status=1, err="zarn: small/out: No space left on device\n", out="")
+        self.assertEqual((place / "r.csv").read_text(), earlier)
+        self.assertEqual(sorted(os.listdir(place)), ["pad", "r.csv"])
+
     def project(self, folder):
         return {path.name: path.read_bytes() for path in (self.folder / folder).iterdir()}
 
