@@ -40,7 +40,7 @@ char* File::readline() {
     errno = 0;
     const ssize_t length = ::getline(&line_, &capacity_, stream_);
     if (length < 0) {
-        if (std::ferror(stream_) != 0) raise_errno("cannot read '" + path_ + "'");
+        if (std::feof(stream_) == 0) raise_errno("cannot read '" + path_ + "'");
         line_length_ = 0;
         return nullptr;
     }

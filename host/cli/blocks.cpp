@@ -31,12 +31,16 @@ std::string_view head_of(const row_t& row) {
     return found != heads.end() ? found->text : std::string_view();
 }
 
-/// The first line behind "name: ".
-std::string_view summary_of(const row_t& row) {
-    std::string_view line = head_of(row);
-    line = line.substr(0, line.find('\n'));
-    const auto colon = line.find(": ");
-    return colon != std::string_view::npos ? line.substr(colon + 2) : line;
+/// The first sentence behind "name: ", which may run over lines.
+std::string summary_of(const row_t& row) {
+    std::string text(head_of(row));
+    text.erase(std::min(text.find("\n\n"), text.size()));
+    std::ranges::replace(text, '\n', ' ');
+    const auto colon = text.find(": ");
+    text.erase(0, colon != std::string::npos ? colon + 2 : 0);
+    text.erase(std::min(text.find(". "), text.size()));
+    if (text.ends_with('.')) text.pop_back();
+    return text;
 }
 
 std::string count_text(int count) {

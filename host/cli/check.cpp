@@ -36,6 +36,7 @@ int check(const check_arguments_t& arguments) {
     Session session(arguments.common, bridge_t::literal);
     check_options_t options;
     options.final_bridge = session.interpreter() != nullptr;
+    if (const auto problem = find_too_large(session.file()); !problem.empty()) session.refuse(problem);
     // what must not be loaded is not, not even to confirm
     options.confirm = find_unloadable(session.file(), strictness_t::loadable).empty();
     options.settings = session.settings();
@@ -74,7 +75,8 @@ void add_check(CLI::App& app, int& status) {
         "         zarn check --explain Z217");
     verb->callback([=, &status] {
         if (model->count() == 0 && page->count() == 0) throw CLI::RequiredError("MODEL or --explain");
-        status = guarded([&] { return page->count() != 0 ? explain(*arguments) : check(*arguments); });
+        status = guarded([&] { return page->count() != 0 ? explain(*arguments) : check(*arguments); },
+                         arguments->common.model);
     });
 }
 

@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
+#include <filesystem>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -29,13 +31,11 @@ using cells_t = std::vector<std::string_view>;
 class Table {
 public:
     explicit Table(const std::string& file) : file_(file) {
-        errno = 0;
-        in_.open(file, std::ios::binary);
-        if (!in_ || in_.peek() == std::ifstream::traits_type::eof()) {
-            message(tessel::format("{}: {}", file, errno != 0 ? std::strerror(errno) : "an empty file"));
-            throw Failure{status_usage};
-        }
-        next();
+        std::error_code ignored;
+        if (std::filesystem::is_character_file(file, ignored)) refuse("a device, which may never come to an end");
+        in_.reset(std::fopen(file.c_str(), "rb"));
+        if (in_ == nullptr) refuse(std::strerror(errno));
+        if (!next()) refuse("an empty file");
         for (const auto cell : cells_) names_.emplace_back(cell);
     }
 
@@ -43,7 +43,7 @@ public:
     const cells_t& cells() const { return cells_; }
     /// Goes on to the next line; false at the end.
     bool next() {
-        if (!std::getline(in_, line_)) return false;
+        if (!read_line()) return false;
         if (line_.ends_with('\r')) line_.pop_back();
         ++number_;
         cells_.clear();
@@ -53,18 +53,37 @@ public:
             if (end == std::string::npos) break;
             begin = end + 1;
         }
-        if (!names_.empty() && cells_.size() != names_.size()) {
-            message(tessel::format("{}: line {} has {} cells, and the head has {}", file_, number_, cells_.size(),
-                                   names_.size()));
-            throw Failure{status_usage};
-        }
+        if (!names_.empty() && cells_.size() != names_.size())
+            refuse(tessel::format("line {} has {} cells, and the head has {}", number_, cells_.size(), names_.size()));
         return true;
     }
     std::size_t line() const { return number_; }
 
 private:
+    [[noreturn]] void refuse(std::string_view why) const {
+        message(tessel::format("{}: {}", file_, why));
+        throw Failure{status_usage};
+    }
+
+    /// False at the end of the file.
+    bool read_line() {
+        constexpr std::size_t longest = std::size_t{1} << 28;  // beyond that, nobody has written it as a line
+        line_.clear();
+        for (int c = getc_unlocked(in_.get()); c != EOF; c = getc_unlocked(in_.get())) {
+            if (c == '\n') return true;
+            if (line_.size() == longest) refuse(tessel::format("line {} has no end", number_ + 1));
+            line_ += static_cast<char>(c);
+        }
+        if (std::ferror(in_.get()) != 0) refuse(std::strerror(errno));
+        return !line_.empty();
+    }
+
+    struct closer_t {
+        void operator()(std::FILE* file) const noexcept { std::fclose(file); }
+    };
+
     std::string file_;
-    std::ifstream in_;
+    std::unique_ptr<std::FILE, closer_t> in_;
     std::string line_;
     std::size_t number_ = 0;
     cells_t cells_;

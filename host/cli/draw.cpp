@@ -49,7 +49,8 @@ void compile(Session& session, draw::Diagram& diagram) {
         diagram.notes.push_back(tessel::format("{}: {}", name, what != nullptr ? what : "failed"));
     };
     draw::CompiledView view(diagram, session.model());
-    if (result != tessel::result_ok) {
+    const bool loaded = result == tessel::result_ok;
+    if (!loaded) {
         stage("load");
     } else {
         result = session.compile([&] { view.take(session.model()); });
@@ -59,26 +60,35 @@ void compile(Session& session, draw::Diagram& diagram) {
     }
     if (session.console().empty() || session.options().quiet) return;
     for (const std::string& text : session.console()) session.complain(text);
-    if (session.interpreter() == nullptr && result != tessel::result_ok)
+    if (!loaded) session.complain("it cannot be loaded, and is drawn without types: 'zarn check' names the places");
+    else if (session.interpreter() == nullptr && result != tessel::result_ok)
         session.complain("types stop where an expression is no literal: --python, -w or -e evaluate it");
 }
 
 void write(const draw_options_t& options, const std::string& svg) {
     if (options.output == "-") return out(svg);
-    OutputFile file(options.output);
-    file.write(svg);
-    file.commit();
+    try {
+        OutputFile file(options.output);
+        file.write(svg);
+        file.commit();
+    } catch (const std::runtime_error& error) {
+        message(tessel::format("{}: {}", options.output, error.what()));
+        throw Failure{status_model};
+    }
 }
 
 int run(draw_options_t& options) {
     Session session(options, bridge_t::literal);
+    if (const auto problem = find_unloadable(session.file(), strictness_t::readable); !problem.empty())
+        session.refuse(problem);
     draw::Diagram diagram;
     try {
         diagram = draw::read_diagram(session.file());
     } catch (const std::runtime_error& error) {
         session.refuse(error.what());
     } catch (const nlohmann::json::exception& error) {
-        session.refuse(error.what());
+        const std::string_view text = error.what();  // behind the number of the library's error
+        session.refuse(text.substr(text.find(' ') + 1));
     }
     compile(session, diagram);
 
@@ -117,7 +127,7 @@ void add_draw(CLI::App& app, int& status) {
         "Wires carry their types as far as the model compiles. Nothing is evaluated unless --python, -w or -e is\n"
         "given. A model that is not in order is drawn as far as it can be read, with its faults in red.\n\n"
         "Example:\n  zarn draw pump.json -o pump.svg --depth 1");
-    verb->callback([options, &status] { status = guarded([&] { return run(*options); }); });
+    verb->callback([options, &status] { status = guarded([&] { return run(*options); }, options->model); });
 }
 
 }  // namespace zarn

@@ -28,6 +28,7 @@ int explain(const explain_arguments_t& arguments) {
     check_options_t options;
     options.final_bridge = session.interpreter() != nullptr;
     options.settings = session.settings();
+    if (const auto problem = find_too_large(session.file()); !problem.empty()) session.refuse(problem);
     const Explanation explanation(arguments.common.model, options);
     std::vector<finding_t> told = explanation.findings();
     std::erase_if(told, [](const finding_t& f) { return f.severity != severity_t::error && f.code != "Z402"; });
@@ -58,7 +59,7 @@ void add_explain(CLI::App& app, int& status) {
     verb->footer(
         "Example: zarn explain motor.json\n"
         "         zarn explain motor.json mainsys.pump.gain");
-    verb->callback([=, &status] { status = guarded([&] { return explain(*arguments); }); });
+    verb->callback([=, &status] { status = guarded([&] { return explain(*arguments); }, arguments->common.model); });
 }
 
 }  // namespace zarn

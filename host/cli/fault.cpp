@@ -67,7 +67,7 @@ void on_fault(int) {
     }
     text = tessel::format("zarn: {}: divide fault in a step: {}\n", model_name, text);
     [[maybe_unused]] const auto written = write(STDERR_FILENO, text.data(), text.size());
-    remove_file_in_the_making();
+    remove_files_in_the_making();
     _exit(status_model);
 }
 

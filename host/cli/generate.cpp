@@ -1,11 +1,17 @@
 // zarn generate: a model as a stand-alone C or Python project.
 
+#include <unistd.h>
+
+#include <cerrno>
 #include <filesystem>
 #include <nlohmann/json.hpp>
+#include <system_error>
+#include <vector>
 
 #include "coder_c.h"
 #include "coder_py.h"
 #include "core/format.h"
+#include "host/cli/interrupt.h"
 #include "host/cli/prepare.h"
 #include "host/cli/session.h"
 #include "host/cli/verbs.h"
@@ -14,35 +20,100 @@
 namespace zarn {
 namespace {
 
+using path_t = std::filesystem::path;
+
 struct generate_options_t : options_t {
     std::string language;
     std::string folder;
 };
 
+/// A project in the making, in a folder inside its own: until `commit` an earlier project stays as it is, and a project
+/// that fails leaves nothing behind. Operations that fail raise `std::system_error` with the reason.
+class Project {
+public:
+    Project(const path_t& folder, const char* name)
+        : place_(folder / name), part_(place_ / tessel::format(".{}.part", getpid())), name_(name) {
+        for (path_t missing = part_; !std::filesystem::exists(missing); missing = missing.parent_path())
+            made_.push_back(missing);
+        std::error_code error;
+        std::filesystem::create_directories(part_, error);
+        if (error) abandon(error);
+    }
+    Project(const Project&) = delete;
+    Project& operator=(const Project&) = delete;
+    ~Project() {
+        std::error_code ignored;
+        std::filesystem::remove_all(part_, ignored);
+    }
+
+    /// Writes the files beside those of an earlier project.
+    template <class Write>
+    void write(Write write) {
+        errno = 0;
+        if (write(part_.string()) == tessel::result_ok) return;
+        abandon(std::error_code(errno != 0 ? errno : EIO, std::generic_category()));
+    }
+
+    /// Puts the files in their place.
+    void commit() {
+        std::vector<path_t> files;
+        for (const auto& file : std::filesystem::directory_iterator(part_ / name_)) files.push_back(file.path());
+        for (const path_t& file : files)
+            if (std::filesystem::is_directory(place_ / file.filename()))
+                abandon(std::make_error_code(std::errc::is_a_directory));
+        for (const path_t& file : files) {
+            std::error_code error;
+            std::filesystem::rename(file, place_ / file.filename(), error);
+            if (error) abandon(error);
+        }
+    }
+
+    /// Removes what was made, folders of the way to the project included.
+    void remove() noexcept {
+        std::error_code ignored;
+        std::filesystem::remove_all(part_, ignored);
+        for (const path_t& folder : made_) std::filesystem::remove(folder, ignored);  // while they are empty
+    }
+
+private:
+    [[noreturn]] void abandon(std::error_code error) {
+        remove();
+        throw std::system_error(error);
+    }
+
+    path_t place_, part_;
+    std::string name_;
+    std::vector<path_t> made_;  // by us, the innermost first
+};
+
 int generate(const generate_options_t& options) {
     const bool c = options.language == "c";
+    const char* name = c ? "zarn-ccoder" : "zarn-pcoder";
     const auto folder = std::filesystem::absolute(options.folder);
     Session session(options, bridge_t::interpreter);
     load_and_compile(session);
 
-    std::error_code error;
-    std::filesystem::create_directories(folder, error);
-    if (error) {
-        message(tessel::format("{}: {}", options.folder, error.message()));
-        return status_model;
-    }
     const auto notes = notes_for(session.model(), c ? language_t::c : language_t::python);
-    const auto place = folder.string();
-    const auto result =
-        c ? coder_c::generate_code(place, &session.model()) : coder_py::generate_code(place, &session.model());
-    if (result != tessel::result_ok) {
-        message(tessel::format("{}: the project could not be written", options.folder));
+    try {
+        const DeferInterrupts deferred;
+        Project project(folder, name);
+        project.write([&](const std::string& place) {
+            return c ? coder_c::generate_code(place, &session.model())
+                     : coder_py::generate_code(place, &session.model());
+        });
+        if (interrupted()) {
+            project.remove();
+            message("interrupted");
+            return status_interrupted;
+        }
+        project.commit();
+    } catch (const std::system_error& error) {
+        message(tessel::format("{}: {}", options.folder, error.code().message()));
         return status_model;
     }
-    const auto project = (std::filesystem::path(options.folder) / (c ? "zarn-ccoder" : "zarn-pcoder")).string();
+    const auto project = (path_t(options.folder) / name).string();
     if (options.json) {
-        const nlohmann::ordered_json answer{
-            {"result", static_cast<int>(result)}, {"project", project}, {"notes", notes}};
+        const nlohmann::ordered_json answer{{"result", 0}, {"project", project}, {"notes", notes}};
         out(answer.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
         return status_ok;
     }
@@ -64,7 +135,7 @@ void add_generate(CLI::App& app, int& status) {
     verb->footer(
         "Tells on standard error what the project does not do as a run of the model does.\n\n"
         "Example:\n  zarn generate c pump.json build && cmake -S build/zarn-ccoder -B build/pump");
-    verb->callback([options, &status] { status = guarded([&] { return generate(*options); }); });
+    verb->callback([options, &status] { status = guarded([&] { return generate(*options); }, options->model); });
 }
 
 }  // namespace zarn

@@ -117,16 +117,23 @@ int inspect(const options_t& options) {
     session.set_console_silent(options.json);
     auto result = session.load(strictness_t::loadable);
     std::string state;
-    if (result == tessel::result_ok) {
+    const bool compiled = result == tessel::result_ok;
+    if (compiled) {
         result = session.compile([&] { state = describe(session); });
         if (!session.loop().empty()) {
             if (options.json) print_json(session, result, state);
             session.require(result, "compile");
         }
     }
-    if (options.json) print_json(session, result, describe(session));
-    else print_table(session, result);
-    return result == tessel::result_ok ? status_ok : status_model;
+    if (options.json) {
+        print_json(session, result, describe(session));
+        return result == tessel::result_ok ? status_ok : status_model;
+    }
+    print_table(session, result);
+    if (result != tessel::result_ok && session.interpreter() == nullptr && !session.console().empty() && compiled)
+        session.complain("expressions are evaluated with --python, -w or -e");
+    session.require(result, compiled ? "compile" : "load");
+    return status_ok;
 }
 
 }  // namespace
@@ -138,7 +145,7 @@ void add_inspect(CLI::App& app, int& status) {
     verb->footer(
         "Nothing is evaluated unless --python, -w or -e is given.\n\n"
         "Example:\n  zarn inspect --json pump.json");
-    verb->callback([options, &status] { status = guarded([&] { return inspect(*options); }); });
+    verb->callback([options, &status] { status = guarded([&] { return inspect(*options); }, options->model); });
 }
 
 }  // namespace zarn

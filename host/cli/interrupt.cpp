@@ -15,21 +15,22 @@ namespace {
 
 volatile std::sig_atomic_t noted = 0;
 volatile std::sig_atomic_t deferring = 0;
-std::array<char, PATH_MAX> unfinished{};
+using path_t = std::array<char, PATH_MAX>;
+std::array<path_t, 4> unfinished{};  // an empty text is a free place
 
 void on_interrupt(int) {
     if (deferring != 0 && noted == 0) {
         noted = 1;
         return;
     }
-    remove_file_in_the_making();
+    remove_files_in_the_making();
     static constexpr char text[] = "\nzarn: interrupted\n";
     [[maybe_unused]] const auto written = write(STDERR_FILENO, text, sizeof text - 1);
     _exit(status_interrupted);
 }
 
 void on_end(int signal) {
-    remove_file_in_the_making();
+    remove_files_in_the_making();
     std::signal(signal, SIG_DFL);
     std::raise(signal);
 }
@@ -56,18 +57,24 @@ void install_interrupts() {
 DeferInterrupts::DeferInterrupts() { deferring = 1; }
 DeferInterrupts::~DeferInterrupts() { deferring = 0; }
 
-void remove_file_in_the_making() noexcept {
-    if (unfinished[0] != '\0') unlink(unfinished.data());
+void remove_files_in_the_making() noexcept {
+    for (const path_t& path : unfinished)
+        if (path[0] != '\0') unlink(path.data());
 }
 
 bool interrupted() noexcept { return noted != 0; }
 
-void set_file_in_the_making(const std::string& path) {
-    unfinished[0] = '\0';
-    if (path.size() + 1 > unfinished.size()) return;
-    std::copy(path.begin() + (path.empty() ? 0 : 1), path.end(), unfinished.begin() + (path.empty() ? 0 : 1));
-    unfinished[path.size()] = '\0';
-    if (!path.empty()) unfinished[0] = path[0];  // last, for a signal in between
+void add_file_in_the_making(const std::string& path) {
+    const auto place = std::ranges::find(unfinished, '\0', [](const path_t& other) { return other[0]; });
+    if (place == unfinished.end() || path.empty() || path.size() >= place->size()) return;
+    std::copy(path.begin() + 1, path.end(), place->begin() + 1);
+    (*place)[path.size()] = '\0';
+    (*place)[0] = path[0];  // last, for a signal in between
+}
+
+void drop_file_in_the_making(const std::string& path) {
+    for (path_t& other : unfinished)
+        if (path == other.data()) other[0] = '\0';
 }
 
 }  // namespace zarn

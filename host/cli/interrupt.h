@@ -5,7 +5,7 @@
 
 namespace zarn {
 
-/// From here on Ctrl-C ends the process at once, with a message and status 130; a file in the making is removed first.
+/// From here on Ctrl-C ends the process at once, with a message and status 130; files in the making are removed first.
 /// Where the command was started with Ctrl-C ignored, it stays ignored.
 void install_interrupts();
 
@@ -21,9 +21,10 @@ public:
 /// Whether a Ctrl-C has been noted.
 bool interrupted() noexcept;
 
-/// The file that an abrupt end removes, "" for none.
-void set_file_in_the_making(const std::string& path);
-/// Removes it, from a signal handler too.
-void remove_file_in_the_making() noexcept;
+/// A file that an abrupt end removes, until it is dropped.
+void add_file_in_the_making(const std::string& path);
+void drop_file_in_the_making(const std::string& path);
+/// Removes all of them, from a signal handler too.
+void remove_files_in_the_making() noexcept;
 
 }  // namespace zarn

@@ -9,6 +9,7 @@
 #include "core/format.h"
 #include "core/str.h"
 #include "host/cli/session.h"
+#include "host/diagnose/memory.h"
 #include "port.h"
 
 namespace zarn {
@@ -67,6 +68,7 @@ private:
     bool in_block() const { return in_blocks_ && depth_ == 4; }
 
     bool count(double value) {
+        if (strictness_ == strictness_t::readable) return true;
         if (!in_block() || (key_ != "inportCount" && key_ != "outportCount")) return true;
         const bool all = strictness_ == strictness_t::sensible;
         if (all && (value < 0.0 || value > static_cast<double>(most_ports))) {
@@ -156,18 +158,38 @@ tessel::IMetaBlock* stuck_source(tessel::IMetaBlock& block) {
 
 }  // namespace
 
+std::string find_too_large(const std::filesystem::path& file) {
+    double bytes = memory_of(file);
+    if (auto problem = too_large(bytes); bytes == 0.0 || !problem.empty()) return problem;
+    std::int64_t ports = 0;
+    Scan reader(strictness_t::readable, ports);
+    scan(file, reader);
+    std::unordered_map<std::string, double> known;  // one file can be referred to many times
+    for (const std::string& path : reader.references()) {
+        const auto [other, added] = known.try_emplace(path, 0.0);
+        if (added) other->second = memory_of(file.parent_path() / path);
+        bytes += other->second;
+        if (const auto problem = too_large(bytes); !problem.empty())
+            return tessel::format("with reference '{}' the model {}", path, problem);
+    }
+    return {};
+}
+
 std::string find_unloadable(const std::filesystem::path& file, strictness_t strictness) {
     if (auto problem = unreadable(file); !problem.empty()) return problem;
+    if (auto problem = find_too_large(file); !problem.empty()) return problem;
     std::int64_t ports = 0;
     Scan reader(strictness, ports);
     if (auto problem = scan(file, reader); !problem.empty()) return problem;
     for (const std::string& path : reader.references()) {
+        const auto refused = [&path](const std::string& why) {
+            return tessel::format("reference '{}': {}", path, why);
+        };
         const auto other = file.parent_path() / path;
-        const auto what = unreadable(other);
-        if (what == "not a regular file") return tessel::format("reference '{}': {}", path, what);
+        std::error_code error;
+        if (std::filesystem::is_other(std::filesystem::status(other, error))) return refused(unreadable(other));
         Scan referenced(strictness, ports);
-        if (auto problem = scan(other, referenced); !problem.empty())
-            return tessel::format("reference '{}': {}", path, problem);
+        if (const auto problem = scan(other, referenced); !problem.empty()) return refused(problem);
     }
     return {};
 }

@@ -13,8 +13,12 @@
 
 namespace zarn {
 
-/// How much of a file's port counts is a problem: anything that makes no sense, or only what would not fit in memory.
-enum class strictness_t { sensible, loadable };
+/// How much of a file's port counts is a problem: anything that makes no sense, only what would not fit in memory, or
+/// nothing.
+enum class strictness_t { sensible, loadable, readable };
+
+/// Why a model with all that it refers to would not fit the memory, "" when it does.
+std::string find_too_large(const std::filesystem::path& file);
 
 /// Reads a model file, and the files that it refers to, for what must not be loaded. Answers the problem, "" for none;
 /// a text that is not JSON is no problem here, for the loader says so itself.

@@ -22,7 +22,7 @@ OutputFile::OutputFile(const std::filesystem::path& file) : target_(file) {
     stream_ = std::fopen(temporary_.c_str(), "wb");
     if (stream_ == nullptr) fail(errno);
     if (direct_) return;
-    set_file_in_the_making(temporary_);
+    add_file_in_the_making(temporary_);
     if (std::filesystem::exists(status)) std::filesystem::permissions(temporary_, status.permissions(), error);
 }
 
@@ -31,7 +31,7 @@ OutputFile::~OutputFile() {
     if (!direct_ && !temporary_.empty()) {
         std::error_code ignored;
         std::filesystem::remove(temporary_, ignored);
-        set_file_in_the_making("");
+        drop_file_in_the_making(temporary_);
     }
 }
 
@@ -48,8 +48,8 @@ void OutputFile::commit() {
     if (!closed) fail(errno);
     if (direct_) return;
     if (std::rename(temporary_.c_str(), target_.c_str()) != 0) fail(errno);
+    drop_file_in_the_making(temporary_);
     temporary_.clear();
-    set_file_in_the_making("");
 }
 
 void OutputFile::fail(int error) const { throw std::runtime_error(std::strerror(error)); }

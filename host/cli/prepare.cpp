@@ -19,6 +19,7 @@ void refuse_problems(Session& session) {
     check_options_t how;
     how.final_bridge = true;
     how.settings = session.settings();
+    if (const auto problem = find_too_large(session.file()); !problem.empty()) session.refuse(problem);
     auto findings = diagnose(options.model, how);
     const bool failed = has_errors(findings);
     const auto counts = summary(findings);

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <fstream>
 #include <optional>
 #include <stdexcept>
 
@@ -22,6 +21,7 @@
 #include "host/cli/results.h"
 #include "host/cli/session.h"
 #include "host/cli/verbs.h"
+#include "host/diagnose/memory.h"
 #include "host/python/interpreter.h"
 
 namespace zarn {
@@ -77,14 +77,6 @@ void append_cell(std::string& text, tessel::ExecPort& port) {
         else append_number(text, value);
     };
     [&]<class... T>(tessel::type_list<T...>) { (append(T{}), ...); }(tessel::value_types{});
-}
-
-/// Bytes that the machine can still give, 0 when it does not say.
-double free_memory() {
-    std::ifstream info("/proc/meminfo");
-    for (std::string line; std::getline(info, line);)
-        if (line.starts_with("MemAvailable:")) return std::strtod(line.c_str() + 13, nullptr) * 1024.0;
-    return 0.0;
 }
 
 class Run {
@@ -238,8 +230,10 @@ void Run::print_table() const {
     std::ranges::stable_sort(shown, {}, &signal_t::name);
     std::size_t width = 0;
     for (const signal_t& signal : shown) width = std::max(width, signal.name.size());
-    std::string text =
-        tessel::format("{} steps, the last at t = {} s\n", clock_.step, tessel::str::shortest(clock_.time));
+    // the sum of many steps without the rounding of its last digits
+    const double time = std::strtod(tessel::format("{:.12g}", clock_.time).c_str(), nullptr);
+    std::string text = tessel::format("{} step{}, the last at t = {} s\n", clock_.step, clock_.step == 1 ? "" : "s",
+                                      tessel::str::shortest(time));
     for (const signal_t& signal : shown) {
         auto* object = exec_->find_block(signal.block->id());
         auto* port = signal.is_input ? object->input(signal.port) : object->output(signal.port);
@@ -270,7 +264,7 @@ void add_run(CLI::App& app, int& status) {
         "Without --probe the root's outports, displays and to_workspace blocks are recorded. A file has a column\n"
         "'time' in seconds and one of each signal; a cell is empty where the block did not run.\n\n"
         "Example:\n  zarn run pump.json -w gains.py --set tf=20 --probe mainsys.motor.speed -o speed.csv");
-    verb->callback([options, &status] { status = guarded([&] { return Run(*options).go(); }); });
+    verb->callback([options, &status] { status = guarded([&] { return Run(*options).go(); }, options->model); });
 }
 
 }  // namespace zarn

@@ -16,6 +16,7 @@
 #include "core/python.h"
 #include "framework/MetaBlock.h"
 #include "host/cli/interrupt.h"
+#include "host/diagnose/source.h"
 #include "host/python/interpreter.h"
 #include "json.h"
 
@@ -99,7 +100,8 @@ void add_common(CLI::App& verb, options_t& options) {
 }
 
 void message(std::string_view text) {
-    std::fprintf(stderr, "zarn: %.*s\n", static_cast<int>(text.size()), text.data());
+    const std::string line = "zarn: " + printable(text) + "\n";
+    std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
 // A buffer of the command's own: the interpreter flushes that of the C library when it ends, and drops what fails.
@@ -125,13 +127,13 @@ void flush_out() {
 
 namespace {
 
-int status_of(const std::function<int()>& work) {
+int status_of(const std::function<int()>& work, const std::string& model) {
     try {
         return work();
     } catch (const Failure& failure) {
         return failure.status;
     } catch (const std::bad_alloc&) {
-        message("not enough memory");
+        message(model.empty() ? "not enough memory" : model + ": not enough memory");
     } catch (const std::exception& error) {
         message(error.what());
     }
@@ -140,8 +142,8 @@ int status_of(const std::function<int()>& work) {
 
 }  // namespace
 
-int guarded(const std::function<int()>& work) {
-    const int status = status_of(work);
+int guarded(const std::function<int()>& work, const std::string& model) {
+    const int status = status_of(work, model);
     try {
         flush_out();
     } catch (const Failure& failure) {

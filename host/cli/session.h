@@ -51,10 +51,11 @@ struct Failure {
     int status;
 };
 
-/// Calls `work`, which may throw `Failure` or `std::exception`, and answers the exit status.
-int guarded(const std::function<int()>& work);
+/// Calls `work`, which may throw `Failure` or `std::exception`, and answers the exit status. A model that the memory
+/// cannot hold is named.
+int guarded(const std::function<int()>& work, const std::string& model = {});
 
-/// Writes "zarn: TEXT" as one line to standard error.
+/// Writes "zarn: TEXT" as one line to standard error, control characters as blanks.
 void message(std::string_view text);
 
 /// Writes to standard output, buffered. A full disk or a closed reader throws `Failure`.

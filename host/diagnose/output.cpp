@@ -75,17 +75,18 @@ void print(std::span<const finding_t> findings, std::ostream& out, bool colors) 
     for (const finding_t& finding : findings) {
         const char* on = colors ? color[static_cast<std::size_t>(finding.severity)] : "";
         const char* off = colors ? "\033[0m" : "";
-        out << on << severity_name(finding.severity) << ' ' << finding.code << off << ' ' << subject(finding) << ": "
-            << finding.what << '\n';
-        out << "    at   " << finding.file;
-        if (finding.line != 0) out << ':' << finding.line << ':' << finding.column;
-        if (!finding.pointer.empty()) out << ' ' << finding.pointer;
-        out << '\n';
+        const auto line = [&out](std::string_view text) { out << printable(text) << '\n'; };
+        out << on << severity_name(finding.severity) << ' ' << finding.code << off;
+        line(" " + subject(finding) + ": " + finding.what);
+        std::string place = "    at   " + finding.file;
+        if (finding.line != 0) place += tessel::format(":{}:{}", finding.line, finding.column);
+        if (!finding.pointer.empty()) place += " " + finding.pointer;
+        line(place);
         for (std::size_t i = 0; i < std::min(finding.steps.size(), most_steps); ++i)
-            out << "         " << finding.steps[i] << '\n';
+            line("         " + finding.steps[i]);
         if (finding.steps.size() > most_steps)
-            out << "         ... and " << finding.steps.size() - most_steps << " more (all with --json)\n";
-        out << "    mend " << finding.mend << '\n';
+            line(tessel::format("         ... and {} more (all with --json)", finding.steps.size() - most_steps));
+        line("    mend " + finding.mend);
     }
 }
 

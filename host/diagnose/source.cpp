@@ -116,6 +116,31 @@ std::string lowered(std::string_view text) {
     return low;
 }
 
+/// Number of bytes of the UTF-8 character that the text begins with, 0 when it is none.
+std::size_t character_length(std::string_view text) {
+    const auto byte = [text](std::size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u; };
+    const unsigned first = byte(0), second = byte(1);
+    const std::size_t length = first < 0x80                     ? 1u
+                               : first >= 0xC2 && first < 0xE0  ? 2u
+                               : first >= 0xE0 && first < 0xF0  ? 3u
+                               : first >= 0xF0 && first <= 0xF4 ? 4u
+                                                                : 0u;
+    for (std::size_t i = 1; i < length; ++i)
+        if ((byte(i) & 0xC0u) != 0x80u) return 0;
+    const bool overlong = (first == 0xE0 && second < 0xA0) || (first == 0xF0 && second < 0x90);
+    const bool surrogate = first == 0xED && second >= 0xA0;
+    const bool beyond = first == 0xF4 && second >= 0x90;
+    return overlong || surrogate || beyond ? 0 : length;
+}
+
+/// Control characters, and the marks that turn the direction of what follows.
+bool is_control(std::string_view character) {
+    if (character.size() == 1) return static_cast<unsigned char>(character[0]) < ' ' || character[0] == '\x7F';
+    if (character.size() == 2) return character < "\xC2\xA0";
+    return (character >= "\xE2\x80\xA8" && character <= "\xE2\x80\xAE") ||
+           (character >= "\xE2\x81\xA6" && character <= "\xE2\x81\xA9");
+}
+
 }  // namespace
 
 place_t place_at(std::string_view text, std::size_t offset) {
@@ -197,6 +222,20 @@ std::string in_quotes(std::string_view text) {
     for (const char c : text.substr(0, kept)) clean += static_cast<unsigned char>(c) < ' ' ? ' ' : c;
     if (text.size() > kept) clean += "...";
     return clean + "'";
+}
+
+std::string printable(std::string_view text) {
+    std::string clean;
+    clean.reserve(text.size());
+    while (!text.empty()) {
+        const std::size_t length = character_length(text);
+        const std::string_view character = text.substr(0, std::max<std::size_t>(length, 1));
+        if (length == 0) clean += "\xEF\xBF\xBD";  // the mark for bytes that are no text
+        else if (is_control(character)) clean += ' ';
+        else clean += character;
+        text.remove_prefix(character.size());
+    }
+    return clean;
 }
 
 }  // namespace zarn

@@ -2,12 +2,16 @@
 
 import json
 import os
+import re
+import resource
 import subprocess
 import unittest
 
 from support import ZARN, CommandTest, Model, counter
 
 VERBS = [["run"], ["inspect"], ["inspect", "--json"], ["check"], ["generate", "c"], ["verify-engines"]]
+VERBS += [["explain"], ["draw", "-o", "m.svg", "--layout-time", "2"], ["run", "--no-python"]]
+WRONG = [None, True, -1, 2**64, 1.5, "text", "", [], [1], {}, {"a": 1}]  # one of each JSON type and more
 
 
 class Hostile(CommandTest):
@@ -57,7 +61,9 @@ class Hostile(CommandTest):
     def test_deep_nesting(self):
         self.every_verb(self.write("deep.json", "[" * 200000), None)
         closed = '{"blocks": ' + "[" * 100000 + "]" * 100000 + "}"
-        self.every_verb(self.write("closed.json", closed), None)
+        self.write("closed.json", closed)
+        self.ends("closed.json", verbs=[verb for verb in VERBS if verb[0] != "draw"], status=(1,))
+        self.ends("closed.json", verbs=[["draw", "-o", "m.svg"]])
         objects = '{"a":' * 100000 + "1" + "}" * 100000
         for verb in VERBS:
             arguments = [*verb, self.write("objects.json", objects)] + (["out"] if verb[0] == "generate" else [])
@@ -70,6 +76,84 @@ class Hostile(CommandTest):
             self.write("m.json", model)
             for verb in ["run"], ["run", "--no-python"], ["inspect"], ["inspect", "--python"]:
                 self.assertEqual(self.zarn(*verb, "m.json").returncode, 1, verb)
+
+    def ends(self, name="m.json", verbs=VERBS, status=(0, 1)):
+        """Every verb comes to an end, and says something where it is not content."""
+        for verb in verbs:
+            arguments = [*verb, name] + (["out"] if verb[0] == "generate" else [])
+            result = self.zarn(*arguments)
+            told = (verb, result.stderr[-500:])
+            self.assertIn(result.returncode, status, told)
+            self.assertNotIn("Traceback", result.stderr)
+            if result.returncode != 0:
+                self.assertTrue(result.stderr or result.stdout, told)
+
+    def test_wrong_types_everywhere(self):
+        verbs = [["run", "--no-python"], ["inspect"], ["draw", "-o", "m.svg"]]
+        for key in "name", "id", "parent", "inportCount", "outportCount", "geometry", "bg", "expression":
+            for value in WRONG:
+                with self.subTest(key=key, value=value):
+                    model = counter()
+                    model.blocks[1]["constant"][key] = value
+                    self.write("m.json", model)
+                    self.ends(verbs=verbs)
+        for key in "srcId", "dstId", "srcPort", "dstPort", "label", "breakpoints":
+            for value in WRONG:
+                with self.subTest(key=key, value=value):
+                    model = counter()
+                    model.links[0][key] = value
+                    self.write("m.json", model)
+                    self.ends(verbs=verbs[1:])
+        for key in "ti", "tf", "ts":
+            for value in WRONG:
+                with self.subTest(key=key, value=value):
+                    self.write("m.json", counter(**{key: value}))
+                    self.ends(verbs=verbs[1:])
+        for key in "blocks", "links", "model":
+            for value in WRONG:
+                with self.subTest(key=key, value=value):
+                    content = json.loads(counter().text())
+                    content[key] = value
+                    self.write("m.json", json.dumps(content))
+                    self.ends(verbs=verbs[1:])
+
+    def test_a_wrong_type_is_told_with_its_place(self):
+        model = counter()
+        model.blocks[2]["multiply"]["parent"] = "top"
+        self.write("m.json", model)
+        for verb in ["run"], ["generate", "c"], ["verify-engines"], ["explain"]:
+            arguments = [*verb, "m.json"] + (["out"] if verb[0] == "generate" else [])
+            result = self.check(*arguments, status=1, out="", err="m.json:1:")
+            self.assertIn("/blocks/2/multiply/parent", result.stderr)
+            self.assertIn("mainsys.double (multiply)", result.stderr)
+            self.assertRegex(result.stderr, "mend .+")
+
+    def test_huge_numbers(self):
+        for number in "1e400", "-1e400", "9" * 400, "0." + "0" * 400 + "1", "-0", "1E+9999999999", "18446744073709551616":
+            for key in "id", "parent", "inportCount":
+                model = counter()
+                model.blocks[1]["constant"][key] = "@"
+                self.write("m.json", model.text().replace('"@"', number))
+                self.ends(verbs=[["run", "--no-python"], ["inspect"], ["draw", "-o", "m.svg"]])
+            for key in "ti", "tf", "ts":
+                self.write("m.json", counter(**{key: "@"}).text().replace('"@"', number))
+                self.ends(verbs=[["check"], ["inspect"], ["draw", "-o", "m.svg"]])
+
+    def test_bytes_that_are_no_utf_8(self):
+        good = counter().text().encode()
+        for bytes_ in b"\xff", b"\xc3", b"\xed\xa0\x80", b"\xf8\x88\x80\x80\x80", b"\xc0\xaf":
+            (self.folder / "m.json").write_bytes(good.replace(b'"double"', b'"dou' + bytes_ + b'ble"'))
+            self.ends(verbs=[verb for verb in VERBS if verb[0] != "draw"], status=(1,))
+            self.check("check", "m.json", status=1, out="m.json:1:")
+            self.ends(verbs=[["draw", "-o", "m.svg"]])
+
+    def test_a_file_that_ends_early(self):
+        text = counter().text()
+        for length in range(0, len(text), 23):
+            self.write("m.json", text[:length])
+            self.check("run", "--no-python", "m.json", status=1, out="", err="the text is not JSON")
+        self.write("m.json", text[: len(text) // 2])
+        self.ends(status=(1,))
 
     def test_absurd_port_counts_are_refused_before_they_are_made(self):
         for count in -1, 65536, 10**9, 2**31 - 1, 2**31, 10**18, 2**64 - 1, 1e300, -2147483648:
@@ -116,6 +200,51 @@ class Hostile(CommandTest):
                 result = self.zarn(*arguments, timeout=60)
                 self.assertIn(result.returncode, (0, 1), (path, verb, result.stderr))
 
+    def test_a_circle_of_references(self):
+        for name, other in ("a", "b"), ("b", "a"):
+            model = counter()
+            model.add("refsys", "part", path=f"{other}.json")
+            self.write(f"{name}.json", model)
+        self.ends("a.json")
+        self.check("check", "a.json", out="warning Z111 mainsys.part.part (refsys): ")
+        model = counter()
+        model.add("refsys", "part", path="m.json")
+        self.write("m.json", model)
+        self.ends()
+        self.check("check", "m.json", out="warning Z112 mainsys.part (refsys): ")
+
+    def test_one_file_referred_to_without_measure(self):
+        """The copies would take far more memory than the files."""
+        part = Model()
+        for i in range(20000):
+            part.add("add", f"a{i}", inputs=3)
+        self.write("part.json", part)
+        model = counter()
+        for i in range(30000):
+            model.add("refsys", f"r{i}", path="part.json")
+        self.write("m.json", model)
+        for verb in ["check"], ["inspect"], ["run", "--no-python"], ["draw"], ["explain"]:
+            result = self.check(*verb, "m.json", status=1, timeout=60, out="")
+            self.assertRegex(result.stderr, r"zarn: m.json: with reference 'part.json' the model takes about \S+ GiB")
+
+    def limited(self, kilobytes, *arguments):
+        """Runs with so much address space."""
+        limit = kilobytes * 1024
+        return self.zarn(*arguments, preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (limit, limit)))
+
+    def test_a_file_larger_than_the_memory(self):
+        with open(self.folder / "m.json", "wb") as file:
+            file.truncate(1 << 40)
+        with open(self.folder / "half.json", "wb") as file:
+            file.truncate(1 << 29)
+        for verb in ["run", "--no-python"], ["inspect"], ["check"], ["explain"], ["draw"]:
+            result = self.limited(400_000, *verb, "m.json")
+            self.assertEqual(result.returncode, 1, verb)
+            self.assertRegex(result.stdout + result.stderr, r"m\.json: takes about 2.05e\+04 GiB once it is loaded")
+            result = self.limited(400_000, *verb, "half.json")
+            self.assertEqual(result.returncode, 1, verb)
+            self.assertRegex(result.stdout + result.stderr, r"half\.json: .*(memory|machine has)")
+
     def test_steps_without_end_are_refused_before_the_start(self):
         for settings in {"ts": 1e-300}, {"ti": 1e16, "tf": 2e16, "ts": 1.0}, {"tf": 1e300, "ts": 1.0}:
             self.write("m.json", counter(**settings))
@@ -140,6 +269,28 @@ class Hostile(CommandTest):
             rows = self.csv("r.csv")
             self.assertTrue(all(len(row) == 5 for row in rows), name[:50])
             json.loads(self.check("inspect", "--json", "m.json").stdout)
+
+    def test_names_and_texts_do_nothing_to_a_terminal(self):
+        wild = "a\x1b[31m\x1b]0;title\x07b\nzarn: c\r\x9b5m\u202e\x7f"
+        model = counter()
+        for block in model.blocks:
+            next(iter(block.values()))["name"] = wild
+        broken, unknown = counter(), counter()
+        broken.blocks[1]["constant"]["expression"] = wild
+        broken.blocks[1]["constant"]["name"] = wild
+        unknown.blocks.append({wild: {"name": wild, "id": 77}})
+        reference = counter()
+        reference.add("refsys", wild, path=wild)
+        control = re.compile("[\x00-\x08\x0b-\x1f\x7f-\x9f\u202a-\u202e]")
+        for kind in model, broken, unknown, reference:
+            self.write("m.json", kind)
+            for verb in [*VERBS, ["check", "--json"], ["run", "--json"], ["explain", "--json"], ["check", "--python"]]:
+                arguments = [*verb, "m.json"] + (["out"] if verb[0] == "generate" else [])
+                result = self.zarn(*arguments)
+                self.assertEqual(control.findall(result.stderr), [], (verb, result.stderr))
+                if "--json" not in verb:
+                    self.assertEqual(control.findall(result.stdout), [], (verb, result.stdout))
+                self.assertNotIn("\nzarn: c", result.stderr)
 
     def test_duplicate_ids_do_not_crash(self):
         model = counter()

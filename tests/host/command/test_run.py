@@ -410,6 +410,16 @@ class Ends(CommandTest):
         process.communicate()
         self.assertEqual(os.listdir(self.folder), ["m.json"])
 
+    def test_no_file_of_several_is_left_behind(self):
+        self.write("m.json", counter(**self.endless))
+        for end in signal.SIGTERM, signal.SIGHUP:
+            process = self.start_run("--probe", "two", "--plot", "p.png")
+            self.wait_for(lambda: len([name for name in os.listdir(self.folder) if name.endswith(".part")]) == 2)
+            process.send_signal(end)
+            self.assertEqual(process.wait(20), -end)
+            process.communicate()
+            self.assertEqual(os.listdir(self.folder), ["m.json"])
+
     def test_a_terminated_run_leaves_no_file_behind(self):
         self.write("m.json", counter(**self.endless))
         process = self.start_run("--probe", "two")

@@ -6,7 +6,7 @@ import pathlib
 import subprocess
 import unittest
 
-from support import DATA, CommandTest, Model, counter, gated
+from support import DATA, ZARN, CommandTest, Model, counter, gated
 
 
 class Inspect(CommandTest):
@@ -151,6 +151,58 @@ class Generate(CommandTest):
         self.check("generate", "py", "m.json", "m.json/x", status=1, err="zarn: m.json/x: Not a directory", out="")
         self.check("generate", "py", "m.json", "/proc/none", status=1, err="zarn: /proc/none: ", out="")
 
+    def test_a_project_appears_whole_or_not_at_all(self):
+        self.write("m.json", counter())
+        self.check("generate", "c", "m.json", "out")
+        before = self.project("out/zarn-ccoder")
+        self.write("m.json", counter(tf=0.5))
+        limited = f"ulimit -f 2; trap '' XFSZ; exec '{ZARN}' generate c m.json out"
+        result = subprocess.run(["sh", "-c", limited], cwd=self.folder, capture_output=True, text=True)
+        self.assertEqual((result.returncode, result.stdout), (1, ""))
+        self.assertIn("zarn: out: File too large\n", result.stderr)
+        self.assertEqual(self.project("out/zarn-ccoder"), before)
+        for folder in "new", "deep/er/new":
+            result = subprocess.run(["sh", "-c", limited.replace(" out", f" {folder}")], cwd=self.folder, capture_output=True)
+            self.assertEqual(result.returncode, 1)
+        self.assertEqual(sorted(os.listdir(self.folder)), ["m.json", "out"])
+
+    def test_a_full_file_system(self):
+        place = self.folder / "small"
+        place.mkdir()
+        mount = ["mount", "-t", "tmpfs", "-o", "size=16k", "tmpfs", str(place)]
+        if os.geteuid() != 0 or subprocess.run(mount, capture_output=True).returncode != 0:
+            self.skipTest("this user may not mount a file system")
+        self.addCleanup(subprocess.run, ["umount", str(place)], check=True)
+        self.write("m.json", counter(tf=10000))
+        self.check("run", "m.json", "--set", "tf=1", "-q", "-o", "small/r.csv", err="")
+        earlier = (place / "r.csv").read_text()
+        (place / "pad").write_bytes(b"x" * 4096)
+        self.check("run", "m.json", "-o", "small/r.csv", status=1, err="zarn: small/r.csv: No space left on device\n", out="")
+        for language in "c", "py":
+            full = ["generate", language, "m.json", "small/out", "-q"]
+            self.check(*full, status=1, err="zarn: small/out: No space left on device\n", out="")
+        self.assertEqual((place / "r.csv").read_text(), earlier)
+        self.assertEqual(sorted(os.listdir(place)), ["pad", "r.csv"])
+
+    def project(self, folder):
+        return {path.name: path.read_bytes() for path in (self.folder / folder).iterdir()}
+
+    def test_a_project_replaces_an_earlier_one_and_keeps_what_stands_beside_it(self):
+        self.write("m.json", counter())
+        self.write("out/zarn-pcoder/own.txt", "mine")
+        self.write("out/zarn-pcoder/model.py", "earlier")
+        self.check("generate", "py", "m.json", "out")
+        files = self.project("out/zarn-pcoder")
+        self.assertEqual(sorted(files), ["coder.py", "main.py", "model.py", "own.txt"])
+        self.assertEqual(files["own.txt"], b"mine")
+        self.assertIn(b"class ", files["model.py"])
+
+    def test_a_folder_in_the_place_of_a_file(self):
+        self.write("m.json", counter())
+        (self.folder / "out/zarn-pcoder/model.py").mkdir(parents=True)
+        self.check("generate", "py", "m.json", "out", status=1, err="zarn: out: Is a directory\n", out="")
+        self.assertEqual(os.listdir(self.folder / "out/zarn-pcoder"), ["model.py"])
+
     def test_notes_tell_where_the_project_differs_from_a_run(self):
         model = counter()
         model.chain(model.blocks[0]["time"]["id"], model.add("to_workspace", "w", inputs=1, outputs=0))
@@ -181,6 +233,31 @@ class Blocks(CommandTest):
         for line in lines:
             name, _, summary = line.partition(" ")
             self.assertTrue(summary.strip(), line)
+            self.assertLess(len(line), 100)
+            self.assertNotRegex(summary, r"\.|\b(a|the|compile|replaces)$")  # one whole sentence
+        self.assertIn("goto            sends a signal to the from block with the same target, without a drawn line", lines)
+
+    def test_every_class_is_described(self):
+        for name in [line.split()[0] for line in self.check("blocks").stdout.splitlines()]:
+            with self.subTest(name):
+                text = self.check("blocks", name, err="").stdout
+                self.assertTrue(text.startswith(f"{name}: ") or name == "subsystem", text)
+                for part in "\nInput", "\nPorts      inputs: ", "\nState ", "\nTypes      ":
+                    self.assertIn(part, text)
+                self.assertRegex(text, r"(?s)[Oo]utputs? .*\nPorts .*, outputs: ")
+                answer = json.loads(self.check("blocks", name, "--json").stdout)
+                for key, parameter in answer["parameters"].items():
+                    default = f"'{parameter['default']}'" if isinstance(parameter["default"], str) else parameter["default"]
+                    self.assertIn(f"{key}{parameter['unit']}, default {default}\n", text)
+
+    def test_a_class_shows_its_formula_ports_and_type_rule(self):
+        text = self.check("blocks", "clamp", err="").stdout
+        self.assertTrue(text.startswith("clamp: limits a signal to a range.\n\n  y = hi  where u > hi\n"), text)
+        self.assertIn("\nInputs     0: u   1: lo   2: hi ", text)
+        self.assertIn("u of any type; bounds of any type not ranked above it", text)
+        self.assertIn("\nOutput     0: y                                type of u\n", text)
+        self.assertIn("\nPorts      inputs: 3, outputs: 1\nTypes      506 combinations\n           bool;bool;bool -> bool\n", text)
+        self.assertNotIn("int8;flt64;", self.check("blocks", "clamp", "--types").stdout)
 
     def test_one_class_shows_head_ports_parameters_and_types(self):
         text = self.check("blocks", "debounce", err="").stdout
@@ -247,8 +324,18 @@ class Diff(CommandTest):
         self.check("diff", "a.csv", "no.csv", status=2, err="zarn: no.csv: No such file")
         self.check("diff", "a.csv", ".", status=2, err="zarn: .: Is a directory")
         self.check("diff", "a.csv", "ragged.csv", status=2, err="zarn: ragged.csv: line 2 has 1 cells, and the head has 2")
+        self.check("diff", "a.csv", "/dev/zero", status=2, err="zarn: /dev/zero: a device, which may never come to an end")
+        with open(self.folder / "long.csv", "wb") as file:
+            file.truncate(3 << 28)
+        self.check("diff", "a.csv", "long.csv", status=2, err="zarn: long.csv: line 1 has no end")
         self.check("diff", "a.csv", "empty.csv", status=2, err="zarn: empty.csv: an empty file")
         self.check("diff", "a.csv", status=2)
+
+    def test_a_pipe_is_read_and_the_last_line_needs_no_end(self):
+        self.write("a.csv", "time,x\n0,1\n1,2")
+        command = f"cat a.csv | '{ZARN}' diff /dev/stdin a.csv"
+        self.assertEqual(subprocess.run(["sh", "-c", command], cwd=self.folder).returncode, 0)
+        self.diff("time,x\n0,1\n1,2", "time,x\n0,1\n1,3", status=1, out="line 3, time 1, x: 2 and 3 differ by 1")
 
     def test_two_runs_of_one_model_agree(self):
         self.write("m.json", gated(ts=0.01))
