@@ -35,6 +35,7 @@ private:
     struct unread_t {
         std::string code;
         std::string what;
+        std::string mend;
         place_t place;
     };
 

@@ -85,7 +85,7 @@ std::unordered_set<std::uint64_t> starving_ids(const graph_t& graph) {
 void check_tree(const graph_t& graph, Report& report) {
     if (graph.has_root && graph.nodes.size() > 1 && graph.edges.empty())
         report.at_place("Z221", severity_t::warning, 0, "/links",
-                        tessel::format("{} and no link between them", counted(graph.nodes.size() - 1, "block")),
+                        tessel::format("the model has {} and no links", counted(graph.nodes.size() - 1, "block")),
                         "link the blocks");
     check_ids(graph, report);
     check_parents(graph, report);
