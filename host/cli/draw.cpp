@@ -65,9 +65,14 @@ void compile(Session& session, draw::Diagram& diagram) {
 
 void write(const draw_options_t& options, const std::string& svg) {
     if (options.output == "-") return out(svg);
-    OutputFile file(options.output);
-    file.write(svg);
-    file.commit();
+    try {
+        OutputFile file(options.output);
+        file.write(svg);
+        file.commit();
+    } catch (const std::runtime_error& error) {
+        message(tessel::format("{}: {}", options.output, error.what()));
+        throw Failure{status_model};
+    }
 }
 
 int run(draw_options_t& options) {

@@ -17,6 +17,7 @@
 #include "framework/MetaBlock.h"
 #include "host/cli/interrupt.h"
 #include "host/diagnose/diagnose.h"
+#include "host/diagnose/source.h"
 #include "host/python/interpreter.h"
 #include "json.h"
 
@@ -81,9 +82,7 @@ void add_common(CLI::App& verb, options_t& options) {
     verb.add_flag("--json", options.json, "One JSON object on standard output");
 }
 
-void message(std::string_view text) {
-    std::fprintf(stderr, "zarn: %.*s\n", static_cast<int>(text.size()), text.data());
-}
+void message(std::string_view text) { std::fprintf(stderr, "zarn: %s\n", printable(text).c_str()); }
 
 bool takes_colors(int descriptor) {
     const char* terminal = std::getenv("TERM");
@@ -251,7 +250,7 @@ const std::string& python_path_of(const tessel::IMetaBlock& block) { return prop
 
 std::string shown(const tessel::IMetaBlock& block) {
     if (!path_of(block).empty()) return tessel::format("{} ({})", path_of(block), block.class_name());
-    return tessel::format("'{}' #{} ({})", block.name(), block.id(), block.class_name());
+    return tessel::format("'{}' #{} ({})", printable(block.name()), block.id(), block.class_name());
 }
 
 }  // namespace zarn

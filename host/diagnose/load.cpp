@@ -124,11 +124,12 @@ bool Loader::check_element(const std::string& pointer, json& element, std::size_
     return true;
 }
 
-void Loader::skip(const json& object) {
+void Loader::skip(const json& object, const fresh_ids& fresh) {
     if (!object.is_object() || !object.contains("id") || !object["id"].is_number()) return;
     tessel::PropertiesBlock properties;
     properties.import_json(json{{"id", object["id"]}});
-    graph_.skipped.insert(properties.id);
+    const auto own = fresh.find(properties.id);
+    graph_.skipped.insert(own != fresh.end() ? own->second : properties.id);
 }
 
 bool Loader::insert(const element_t& element, std::size_t file, std::size_t reference, severity_t weight) {
@@ -190,7 +191,7 @@ void Loader::main_file(const std::filesystem::path& path) {
         for (auto& [pointer, value] : elements_of(file)) {
             element_t element;
             if (!check_element(pointer, *value, 0, severity_t::error, element)) {
-                if (element.object != nullptr) skip(*element.object);
+                if (element.object != nullptr) skip(*element.object, {});
                 continue;
             }
             const std::size_t before = graph_.nodes.size();

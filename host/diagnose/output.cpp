@@ -75,17 +75,17 @@ void print(std::span<const finding_t> findings, std::ostream& out, bool colors) 
     for (const finding_t& finding : findings) {
         const char* on = colors ? color[static_cast<std::size_t>(finding.severity)] : "";
         const char* off = colors ? "\033[0m" : "";
-        out << on << severity_name(finding.severity) << ' ' << finding.code << off << ' ' << subject(finding) << ": "
-            << finding.what << '\n';
-        out << "    at   " << finding.file;
+        out << on << severity_name(finding.severity) << ' ' << finding.code << off << ' '
+            << printable(subject(finding) + ": " + finding.what) << '\n';
+        out << "    at   " << printable(finding.file);
         if (finding.line != 0) out << ':' << finding.line << ':' << finding.column;
-        if (!finding.pointer.empty()) out << ' ' << finding.pointer;
+        if (!finding.pointer.empty()) out << ' ' << printable(finding.pointer);
         out << '\n';
         for (std::size_t i = 0; i < std::min(finding.steps.size(), most_steps); ++i)
-            out << "         " << finding.steps[i] << '\n';
+            out << "         " << printable(finding.steps[i]) << '\n';
         if (finding.steps.size() > most_steps)
             out << "         ... and " << finding.steps.size() - most_steps << " more (all with --json)\n";
-        out << "    mend " << finding.mend << '\n';
+        out << "    mend " << printable(finding.mend) << '\n';
     }
 }
 

@@ -138,6 +138,7 @@ bool Loader::referenced_blocks(std::size_t file, std::size_t reference, const fr
         if (!check_element(pointer, *value, file, severity_t::warning, element)) {
             spoil(reference, report_->last());
             if (element.object == nullptr || !element.object->is_object()) return false;  // the loader stops here
+            skip(*element.object, fresh);
             continue;  // an unknown class is passed over
         }
         const std::size_t before = graph_.nodes.size();

@@ -189,6 +189,15 @@ std::string counted(std::size_t count, std::string_view noun) {
     return tessel::format("{} {}{}", count, noun, count == 1 ? "" : "s");
 }
 
+std::string printable(std::string_view text) {
+    using nlohmann::json;
+    const std::string quoted = json(text).dump(-1, ' ', false, json::error_handler_t::replace);
+    std::string clean = json::parse(quoted).get<std::string>();
+    for (char& c : clean)
+        if ((static_cast<unsigned char>(c) < ' ' && c != '\n' && c != '\t') || c == 0x7F) c = '?';
+    return clean;
+}
+
 std::string in_quotes(std::string_view text) {
     constexpr std::size_t most = 60;
     std::size_t kept = std::min(text.size(), most);

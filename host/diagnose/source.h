@@ -40,6 +40,10 @@ std::string nearest_name(std::string_view given, const std::vector<std::string>&
 /// "3 blocks", "1 block".
 std::string counted(std::size_t count, std::string_view noun);
 
+/// Text for a terminal, whatever bytes a file has brought into it: what is no character becomes U+FFFD, and control
+/// characters other than line ends and tabs become question marks.
+std::string printable(std::string_view text);
+
 /// Text for a message: cut where it is long, without line ends.
 std::string in_quotes(std::string_view text);
 

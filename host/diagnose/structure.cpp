@@ -49,10 +49,10 @@ void check_parents(const graph_t& graph, Report& report) {
                                            node.parent()),
                             "write the id of a subsystem, or 0 for the root");
         } else if (!is_subsystem(*around)) {
-            report.at_block(
-                "Z218", severity_t::warning, node,
-                tessel::format("its parent {} is a {}, which holds no blocks", around->path, around->class_name()),
-                "write the id of a subsystem, or 0 for the root");
+            report.at_block("Z218", severity_t::warning, node,
+                            tessel::format("its parent {} ({}) is no subsystem and holds no blocks", around->path,
+                                           around->class_name()),
+                            "write the id of a subsystem, or 0 for the root");
         } else if (!node.hangs && is_subsystem(node) && in_ring(graph, node)) {
             report.at_block("Z219", severity_t::warning, node,
                             tessel::format("this subsystem lies inside itself, by way of its parent {}", around->path),

@@ -47,6 +47,13 @@ TEST(Names, NearestOfTheKnown) {
     EXPECT_EQ(nearest_name("", known), "");
 }
 
+TEST(Texts, PrintableHoldsNothingThatATerminalObeys) {
+    EXPECT_EQ(printable("a\n\tb \xC3\xA4"), "a\n\tb \xC3\xA4");
+    EXPECT_EQ(printable("\x1B[31m\x07\x7F"), "?[31m??");
+    EXPECT_EQ(printable("d\xFF.\xC3"), "d\xEF\xBF\xBD.\xEF\xBF\xBD");
+    EXPECT_EQ(printable(std::string_view("a\0b", 3)), "a?b");
+}
+
 TEST(Texts, InQuotesKeepsWholeCharacters) {
     std::string text;
     for (int i = 0; i < 40; ++i) text += "\xC3\xA4";
