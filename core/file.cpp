@@ -58,6 +58,7 @@ void File::write(std::string_view bytes) {
 }
 
 void File::put(std::string_view bytes) {
+    if (bytes.empty()) return;
     errno = 0;
     if (std::fwrite(bytes.data(), 1, bytes.size(), stream_) != bytes.size())
         raise_errno("cannot write '" + path_ + "'");

@@ -2,7 +2,7 @@
 //
 // Needs   types and zones: the type that a cast stands for is on the ports behind it
 // Does    joins the first link into each cast with every link out of it
-// Leaves  no cast in the live list; the blocks behind one stay bound to it until create_links binds them anew
+// Leaves  no cast in the live list; the inputs behind one unbound until create_links binds them anew
 // Fails   result_cast_unresolved: a cast with a link out and none in, or a link that still touches a cast afterwards,
 //         as between two casts in a row
 
@@ -11,11 +11,26 @@
 
 #include "model/MetaModel.h"
 #include "model/helpers.h"
+#include "port.h"
 
 namespace tessel {
 namespace {
 
 bool is_cast(const IMetaBlock& block) { return block.class_hash() == hash_cast; }
+
+/// Leaves nothing bound to a block that goes: a link that create_links passes over binds no input anew.
+void unbind_casts(const blocks_t& blocks) {
+    for (const auto& block : blocks) {
+        if (block == nullptr) continue;
+        for (std::uint64_t i = 0; i < block->input_count(); ++i) {
+            port_t& input = *block->input(static_cast<std::int16_t>(i));
+            if (input.source_block() == nullptr || !is_cast(*input.source_block())) continue;
+            const type_t type = input.type();
+            input = port_t();
+            input.set_type(type);
+        }
+    }
+}
 
 }  // namespace
 
@@ -56,6 +71,7 @@ result_t MetaModel::reroute_due_to_cast() noexcept {
         }
     }
 
+    unbind_casts(blocks);
     blocks.erase(swap_partition(blocks, std::move(casts)), blocks.end());
     return result_ok;
 }

@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <cstdlib>
 #include <iostream>
 #include <sstream>
 
@@ -50,7 +49,7 @@ int check(const check_arguments_t& arguments) {
         out(to_json(arguments.common.model, findings));
     } else {
         std::ostringstream text;
-        print(findings, text, isatty(STDOUT_FILENO) != 0 && std::getenv("NO_COLOR") == nullptr);
+        print(findings, text, takes_colors(STDOUT_FILENO));
         out(text.str());
         if (!arguments.common.quiet) out(arguments.common.model + ": " + summary(findings) + "\n");
     }

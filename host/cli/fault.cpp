@@ -9,6 +9,7 @@
 
 #include "core/format.h"
 #include "host/cli/interrupt.h"
+#include "host/cli/monitor.h"
 #include "host/cli/session.h"
 #include "port.h"
 
@@ -66,6 +67,7 @@ void on_fault(int) {
                             : tessel::format("{}: the range from min to max holds no number", text);
     }
     text = tessel::format("zarn: {}: divide fault in a step: {}\n", model_name, text);
+    Monitor::erase_line();
     [[maybe_unused]] const auto written = write(STDERR_FILENO, text.data(), text.size());
     remove_files_in_the_making();
     _exit(status_model);

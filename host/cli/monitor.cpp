@@ -1,8 +1,11 @@
 #include "host/cli/monitor.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <cmath>
+#include <csignal>
 #include <cstdio>
-#include <string>
 
 #include "core/format.h"
 #include "host/cli/interrupt.h"
@@ -12,20 +15,27 @@ namespace {
 
 using namespace std::chrono_literals;
 
-std::string duration_text(double seconds) {
-    if (seconds < 60) return tessel::format("{:.0f} s", seconds);
-    if (seconds < 3600)
-        return tessel::format("{:.0f} min {:02.0f} s", seconds / 60, static_cast<int>(seconds) % 60 * 1.0);
-    return tessel::format("{:.1f} h", seconds / 3600);
-}
+volatile std::sig_atomic_t line_stands = 0;
 
 }  // namespace
+
+std::string duration_text(double seconds) {
+    if (seconds >= 3599.5) return tessel::format("{:.1f} h", seconds / 3600);
+    const long whole = std::lround(seconds);
+    if (whole < 60) return tessel::format("{} s", whole);
+    return tessel::format("{} min {:02} s", whole / 60, whole % 60);
+}
 
 Monitor::Monitor(run_clock_t& clock, double ti, double tf, bool show_progress)
     : clock_(clock), ti_(ti), tf_(tf), show_progress_(show_progress) {}
 
-Monitor::~Monitor() {
-    if (shown_) std::fputs("\r\033[K", stderr);
+Monitor::~Monitor() { erase_line(); }
+
+void Monitor::erase_line() noexcept {
+    if (line_stands == 0) return;
+    line_stands = 0;
+    static constexpr char text[] = "\r\033[K";
+    [[maybe_unused]] const auto written = write(STDERR_FILENO, text, sizeof text - 1);
 }
 
 bool Monitor::step_done(double t) noexcept {
@@ -44,7 +54,7 @@ void Monitor::look(double t) noexcept {
     last_look_ = now;
     if (now - begin_ < 1s || now - last_shown_ < 200ms) return;
     last_shown_ = now;
-    shown_ = true;
+    line_stands = 1;
     const double share = (t - ti_) / (tf_ - ti_);
     const double spent = std::chrono::duration<double>(now - begin_).count();
     try {

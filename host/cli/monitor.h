@@ -3,11 +3,15 @@
 
 #include <chrono>
 #include <cstdint>
+#include <string>
 
 #include "exec/ExecModel.h"
 #include "host/cli/recorder.h"
 
 namespace zarn {
+
+/// A time to wait in words, without more digits than anyone wants: "7 s", "3 min 05 s", "2.5 h".
+std::string duration_text(double seconds);
 
 /// Counts the steps, ends the run on Ctrl-C or when a recording finds no memory, and shows the progress of a run of
 /// over a second where somebody can see it.
@@ -19,6 +23,9 @@ public:
     bool step_done(double t) noexcept override;
     bool looks_at_cells() const noexcept override { return false; }
 
+    /// Erases the line of progress if one stands on the terminal. Safe in a signal handler.
+    static void erase_line() noexcept;
+
 private:
     using steady = std::chrono::steady_clock;
     void look(double t) noexcept;
@@ -26,7 +33,6 @@ private:
     run_clock_t& clock_;
     double ti_, tf_;
     bool show_progress_;
-    bool shown_ = false;
     steady::time_point begin_ = steady::now();
     steady::time_point last_look_ = begin_;
     steady::time_point last_shown_ = begin_;

@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <cstdlib>
 #include <iostream>
 
 #include "core/format.h"
@@ -24,7 +23,7 @@ void refuse_problems(Session& session) {
     const bool failed = has_errors(findings);
     const auto counts = summary(findings);
     if (!options.verbose) std::erase_if(findings, [](const finding_t& f) { return f.severity != severity_t::error; });
-    print(findings, std::cerr, isatty(STDERR_FILENO) != 0 && std::getenv("NO_COLOR") == nullptr);
+    print(findings, std::cerr, takes_colors(STDERR_FILENO));
     if (failed) session.refuse(counts);
 }
 

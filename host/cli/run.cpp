@@ -137,6 +137,7 @@ int Run::go() {
     }
     if (options_.json) print_json_results(tessel::result_ok, times(), signals_);
     else if (!options_.quiet) print_table();
+    flush_out();  // a terminal shows results before what is said of them
     if (interrupted()) {
         message(tessel::format("interrupted at t = {} s", tessel::str::shortest(clock_.time)));
         return status_interrupted;
@@ -144,10 +145,7 @@ int Run::go() {
     if (clock_.exhausted)
         session_->refuse(tessel::format("the memory for recordings is used up: the run ended at t = {} s",
                                         tessel::str::shortest(clock_.time)));
-    if (options_.interactive) {
-        flush_out();
-        session_->interpreter()->interact();
-    }
+    if (options_.interactive) session_->interpreter()->interact();
     return status_ok;
 }
 

@@ -16,6 +16,7 @@
 #include "core/python.h"
 #include "framework/MetaBlock.h"
 #include "host/cli/interrupt.h"
+#include "host/diagnose/diagnose.h"
 #include "host/diagnose/source.h"
 #include "host/python/interpreter.h"
 #include "json.h"
@@ -55,24 +56,6 @@ std::pair<std::string, double> parse_setting(const std::string& text) {
 constexpr std::size_t out_piece = 1u << 16;
 std::string out_buffer;
 
-/// What a result of the library means to the user.
-const char* explanation(tessel::result_t result) {
-    switch (result) {
-        case tessel::result_types_unresolved: return "the types of some ports cannot be worked out";
-        case tessel::result_cast_unresolved: return "a cast has no input, or feeds another cast";
-        case tessel::result_from_unresolved: return "a from has no goto that feeds it";
-        case tessel::result_goto_unresolved: return "a goto cannot be dissolved";
-        case tessel::result_source_missing: return "some input has no source";
-        case tessel::result_goto_duplicated: return "two gotos share one target";
-        case tessel::result_table_mismatch: return "breakpoints and table differ in their sizes";
-        case tessel::result_too_many_inputs: return "a block has more than 8 inputs";
-        case tessel::result_bad_parameter: return "a parameter holds an unusable value";
-        case tessel::result_bad_step: return "the step ts is not greater than 0";
-        case tessel::result_bad_interval: return "the start ti is not less than the end tf";
-        default: return "see the messages above";
-    }
-}
-
 const tessel::PropertiesBlock& properties_of(const tessel::IMetaBlock& block) {
     return static_cast<const tessel::MetaBlock&>(block).properties();
 }
@@ -102,6 +85,12 @@ void add_common(CLI::App& verb, options_t& options) {
 void message(std::string_view text) {
     const std::string line = "zarn: " + printable(text) + "\n";
     std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+bool takes_colors(int descriptor) {
+    const char* terminal = std::getenv("TERM");
+    return isatty(descriptor) != 0 && std::getenv("NO_COLOR") == nullptr &&
+           (terminal == nullptr || std::string_view(terminal) != "dumb");
 }
 
 // A buffer of the command's own: the interpreter flushes that of the C library when it ends, and drops what fails.
@@ -249,10 +238,7 @@ void Session::require(tessel::result_t result, std::string_view stage) const {
         for (const std::string& path : loop()) way += path + " -> ";
         refuse(tessel::format("algebraic loop: {}{}; put a memory block into it", way, loop().front()));
     }
-    std::string text = tessel::format("{} failed: {}", stage, explanation(result));
-    for (const auto& block : *model_)
-        if (block != nullptr && block->failed()) text += tessel::format("; {}", shown(*block));
-    refuse(text);
+    refuse(tessel::format("{} failed with {}", stage, describe_result(result, *model_)));
 }
 
 void Session::complain(std::string_view text) const { message(tessel::format("{}: {}", options_.model, text)); }
@@ -267,7 +253,7 @@ const std::string& python_path_of(const tessel::IMetaBlock& block) { return prop
 
 std::string shown(const tessel::IMetaBlock& block) {
     if (!path_of(block).empty()) return tessel::format("{} ({})", path_of(block), block.class_name());
-    return tessel::format("'{}' #{} ({})", block.name(), block.id(), block.class_name());
+    return tessel::format("'{}' #{} ({})", printable(block.name()), block.id(), block.class_name());
 }
 
 }  // namespace zarn

@@ -58,6 +58,9 @@ int guarded(const std::function<int()>& work, const std::string& model = {});
 /// Writes "zarn: TEXT" as one line to standard error, control characters as blanks.
 void message(std::string_view text);
 
+/// Whether what is written there may be coloured: a terminal that can, of a user who has not set NO_COLOR.
+bool takes_colors(int descriptor);
+
 /// Writes to standard output, buffered. A full disk or a closed reader throws `Failure`.
 void out(std::string_view text);
 /// Sends what `out` buffers on its way; called once at the end by `guarded`.

@@ -49,7 +49,7 @@ private:
         const wires_t& in = of(into_, node.id());
         const wires_t& out = of(out_, node.id());
         if (wiring_.typed[position][0].source == none) {
-            if (!wiring_.excused[position][0] && !report_.blame_reference(node))
+            if (!wiring_.excused[position][0] && !report_.blame_reference(node, input_text(node, 0)))
                 report_.at_block(
                     "Z215", severity_t::error, node,
                     out.empty() ? "no link leads into this cast, and none out of it" : "no link leads into this cast",

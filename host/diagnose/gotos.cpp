@@ -131,11 +131,12 @@ private:
             const bool out = source != nullptr && (source->is(hash_goto) || source->is(hash_from));
             const bool in = target != nullptr && target->is(hash_from);
             if (source != nullptr && source->is(hash_goto))
-                report_.at_link("Z210", severity_t::error, *wire.from, source, "a link leads out of this goto",
-                                "link from a from block with the same target");
+                report_.at_link(
+                    "Z210", severity_t::error, *wire.from, source, "a link leads out of this goto",
+                    tessel::format("link from a from block with the target {}", in_quotes(target_of(*source))));
             if (in)
                 report_.at_link("Z210", severity_t::error, *wire.to, target, "a link leads into this from",
-                                "link to the goto with the same target");
+                                tessel::format("link to the goto with the target {}", in_quotes(target_of(*target))));
             if (in || (target != nullptr && target->is(hash_goto))) continue;
             wire.told = wire.lost = out;
             kept.push_back(wire);

@@ -63,6 +63,7 @@ struct reference_t {
     std::size_t finding = none;  // the finding about it when it could not be read whole
     bool garbled = false;        // its ids and other values are not those of the file
     std::size_t circle = none;   // the finding that it leads back to the main file
+    std::size_t file = none;     // position of its file
 };
 
 /// Blocks in the order in which the loader inserts them, the root first.

@@ -52,6 +52,14 @@ private:
     map_t outports_;
 };
 
+/// The ports of one kind that a block has, as what to link to.
+std::string one_of(const char* any, const char* port, std::size_t count) {
+    if (count == 0) return "another block";
+    if (count == 1) return tessel::format("{} 0", port);
+    if (count == 2) return tessel::format("{} 0 or 1", port);
+    return tessel::format("{} from 0 to {}", any, count - 1);
+}
+
 /// Why a link carries nothing.
 struct dead_t {
     std::size_t node = none;  // the input that it should feed, if there is one
@@ -107,7 +115,7 @@ private:
         wire.src_port = src_port;
         wire.dst = at(dst).id();
         wire.dst_port = dst_port;
-        wiring_.typed[dst][static_cast<std::size_t>(dst_port)] = {src, src_port, wire.to};
+        wiring_.typed[dst][static_cast<std::size_t>(dst_port)] = {src, src_port, wire.from, wire.to};
         return true;
     }
 
@@ -140,7 +148,7 @@ private:
         if (port < 0 || static_cast<std::size_t>(port) >= node.inputs()) {
             set(dead, "Z203", *wire.to, &node,
                 tessel::format("a link leads to input {}, but the block has {}", port, counted(node.inputs(), "input")),
-                "link to an input that the block has, or take the link out");
+                "link to " + one_of("an input", "input", node.inputs()) + ", or take the link out");
             return none;
         }
         dead.node = dst;
@@ -173,7 +181,7 @@ private:
             set(dead, "Z203", *wire.from, &node,
                 tessel::format("a link comes from output {}, but the block has {}", port,
                                counted(node.outputs(), "output")),
-                "link from an output that the block has, or take the link out");
+                "link from " + one_of("an output", "output", node.outputs()) + ", or take the link out");
             return none;
         }
         return src;
@@ -209,11 +217,11 @@ private:
         if (dead.code == nullptr) return;
         if (dead.about != nullptr && dead.about->damaged) return;  // an error of its own
         if (dead.about != nullptr && report_.is_broken_reference(*dead.about) && !starves) return;
-        if (starves && dead.about != nullptr && report_.blame_reference(*dead.about)) return;
-        if (starves && report_.blame_reference(at(dead.node))) return;
+        const std::string input = starves ? input_text(at(dead.node), dead.port) : "";
+        if (starves && dead.about != nullptr && report_.blame_reference(*dead.about, input)) return;
+        if (starves && report_.blame_reference(at(dead.node), input)) return;
         std::string what = dead.what;
-        if (starves && dead.about != &at(dead.node))
-            what += "; " + input_text(at(dead.node), dead.port) + " stays without a source";
+        if (starves && dead.about != &at(dead.node)) what += "; " + input + " stays without a source";
         else if (starves) what += tessel::format("; input {} stays without a source", dead.port);
         report_.at_link(dead.code, starves ? severity_t::error : severity_t::warning, *dead.edge, dead.about, what,
                         dead.mend);
@@ -238,7 +246,7 @@ std::string listed(const std::vector<std::size_t>& numbers) {
 }
 
 void tell_missing(const graph_t& graph, const node_t& node, const std::vector<std::size_t>& missing, Report& report) {
-    if (report.blame_reference(node)) return;
+    if (report.blame_reference(node, input_text(node, static_cast<std::int16_t>(missing.front())))) return;
     const node_t* around = graph.find(node.parent());
     std::string what = tessel::format("{} {} no source", missing.size() == 1 ? "input" : "inputs", listed(missing));
     what.insert(what.rfind("no source"), missing.size() == 1 ? "has " : "have ");

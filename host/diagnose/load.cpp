@@ -1,5 +1,7 @@
 #include "host/diagnose/loader.h"
 
+#include <cmath>
+#include <cstdlib>
 #include <system_error>
 
 #include "PropertiesModel.h"
@@ -14,12 +16,30 @@ namespace zarn {
 
 using nlohmann::json;
 
+namespace {
+
+/// Where the first number stands that is beyond the range of a double.
+place_t overflow_in(const std::string& text) {
+    std::size_t at = std::string::npos;
+    try {
+        scan(text, [&](const std::string&, token_t kind, std::size_t first, std::size_t end) {
+            if (at != std::string::npos || kind != token_t::number) return;
+            if (std::isinf(std::strtod(text.substr(first, end - first).c_str(), nullptr))) at = first;
+        });
+    } catch (const json::exception&) {  // the text behind the number need not be JSON
+    }
+    return at != std::string::npos ? place_at(text, at) : place_t{};
+}
+
+}  // namespace
+
 bool Loader::read(const std::filesystem::path& path, std::string shown, unread_t& unread) {
+    constexpr const char* mend_path = "name a file that exists and that you may read";
     file_t file{path, std::move(shown), {}, {}};
     std::error_code ignored;
     const auto status = std::filesystem::status(path, ignored);
     if (std::filesystem::is_other(status)) {  // a pipe or a device may never come to an end
-        unread = {"Z101", "the file cannot be read: not a regular file", {}};
+        unread = {"Z101", "the file cannot be read: not a regular file", mend_path, {}};
         graph_.files.push_back(std::move(file));
         return false;
     }
@@ -27,7 +47,7 @@ bool Loader::read(const std::filesystem::path& path, std::string shown, unread_t
         tessel::sys::File stream(path, tessel::sys::file_read);
         while (const char* line = stream.readline()) file.text.append(line, stream.line_length());
     } catch (const std::system_error& error) {
-        unread = {"Z101", tessel::format("the file cannot be read: {}", error.code().message()), {}};
+        unread = {"Z101", tessel::format("the file cannot be read: {}", error.code().message()), mend_path, {}};
         graph_.files.push_back(std::move(file));
         return false;
     }
@@ -37,11 +57,15 @@ bool Loader::read(const std::filesystem::path& path, std::string shown, unread_t
         // behind "[json.exception.parse_error.101] parse error at line 1, column 2: "
         std::string what = error.what();
         if (const auto colon = what.find(": "); colon != std::string::npos) what.erase(0, colon + 2);
-        unread = {"Z102", "the text is not JSON: " + what, place_at(file.text, error.byte > 0 ? error.byte - 1 : 0)};
+        unread = {"Z102", "the text is not JSON: " + what,
+                  "mend the text there or a little before: a comma, a quote or a bracket is missing or too many",
+                  place_at(file.text, error.byte > 0 ? error.byte - 1 : 0)};
     } catch (const std::exception& error) {
         std::string what = error.what();
         if (const auto bracket = what.find("] "); bracket != std::string::npos) what.erase(0, bracket + 2);
-        unread = {"Z102", "the text is not JSON that can be held: " + what, {}};
+        unread = {"Z102", "the text is not JSON that can be held: " + what,
+                  "write a number that a double can hold, at most 1.7976931348623157e308 in size",
+                  overflow_in(file.text)};
     }
     graph_.files.push_back(std::move(file));
     return unread.code.empty();
@@ -100,11 +124,12 @@ bool Loader::check_element(const std::string& pointer, json& element, std::size_
     return true;
 }
 
-void Loader::skip(const json& object) {
+void Loader::skip(const json& object, const fresh_ids& fresh) {
     if (!object.is_object() || !object.contains("id") || !object["id"].is_number()) return;
     tessel::PropertiesBlock properties;
     properties.import_json(json{{"id", object["id"]}});
-    graph_.skipped.insert(properties.id);
+    const auto own = fresh.find(properties.id);
+    graph_.skipped.insert(own != fresh.end() ? own->second : properties.id);
 }
 
 bool Loader::insert(const element_t& element, std::size_t file, std::size_t reference, severity_t weight) {
@@ -148,9 +173,8 @@ void Loader::insert_root() {
 void Loader::main_file(const std::filesystem::path& path) {
     unread_t unread;
     if (!read(path, path.string(), unread)) {
-        const finding_id id = report_->at_place(
-            unread.code.c_str(), severity_t::error, 0, "", unread.what,
-            unread.code == "Z101" ? "name a file that exists and that you may read" : "mend the text at this place");
+        const finding_id id =
+            report_->at_place(unread.code.c_str(), severity_t::error, 0, "", unread.what, unread.mend);
         (*report_)[id].line = unread.place.line;
         (*report_)[id].column = unread.place.column;
         return;
@@ -167,7 +191,7 @@ void Loader::main_file(const std::filesystem::path& path) {
         for (auto& [pointer, value] : elements_of(file)) {
             element_t element;
             if (!check_element(pointer, *value, 0, severity_t::error, element)) {
-                if (element.object != nullptr) skip(*element.object);
+                if (element.object != nullptr) skip(*element.object, {});
                 continue;
             }
             const std::size_t before = graph_.nodes.size();

@@ -35,6 +35,7 @@ private:
     struct unread_t {
         std::string code;
         std::string what;
+        std::string mend;
         place_t place;
     };
 
@@ -47,7 +48,7 @@ private:
     /// Makes a block of an element and inserts it. Returns whether the library can read the element.
     bool insert(const element_t& element, std::size_t file, std::size_t reference, severity_t weight);
     /// Remembers the id of an element that no block is made of.
-    void skip(const nlohmann::json& object);
+    void skip(const nlohmann::json& object, const fresh_ids& fresh);
     void links(std::size_t file, std::size_t reference, const fresh_ids& ids, severity_t weight);
     void settings(std::size_t file);
     void refer(std::size_t refsys);

@@ -17,6 +17,8 @@ constexpr std::size_t most_candidates = 64;  // links that are tried as the plac
 struct link_in_loop_t {
     std::size_t from = 0, to = 0;  // local numbers
     std::int16_t output = 0, input = 0;
+    const edge_t* first = nullptr;  // drawn links at its ends, which differ where it leads through a goto
+    const edge_t* last = nullptr;
     bool gone = false;
 };
 
@@ -31,7 +33,8 @@ public:
                 const feed_t& feed = wiring.typed[part[i]][n];
                 if (feed.source == none || local[feed.source] == none) continue;
                 links_of_[local[feed.source]].push_back(links_.size());
-                links_.push_back({local[feed.source], i, feed.port, static_cast<std::int16_t>(n), false});
+                links_.push_back(
+                    {local[feed.source], i, feed.port, static_cast<std::int16_t>(n), feed.from, feed.edge, false});
             }
         }
     }
@@ -132,10 +135,20 @@ private:
                            input_text(node(weak.to), weak.input)));
         for (const std::size_t i : loop) {
             const link_in_loop_t& link = links_[i];
-            report_[id].steps.push_back(tessel::format("{} -> {}{}", output_text(node(link.from), link.output),
-                                                       input_text(node(link.to), link.input),
+            report_[id].steps.push_back(tessel::format("{} -> {}{}{}", output_text(node(link.from), link.output),
+                                                       input_text(node(link.to), link.input), by_way_of(link),
                                                        i == cut ? "   <- a memory here breaks the loop" : ""));
         }
+    }
+
+    /// The goto and the from that a link leads through, "" when it is drawn as one.
+    std::string by_way_of(const link_in_loop_t& link) const {
+        if (link.first == link.last) return {};
+        const node_t* in = graph_.find(link.first->dst);
+        const node_t* out = graph_.find(link.last->src);
+        if (in == nullptr || out == nullptr) return {};
+        return tessel::format(" by way of {} ({}) and {} ({})", in->path, in->class_name(), out->path,
+                              out->class_name());
     }
 
     const graph_t& graph_;

@@ -139,7 +139,7 @@ private:
             sizes += columns == 1 ? counted(rows, "element") : tessel::format("{} by {} elements", rows, columns);
         }
         report_.at_block("Z404", severity_t::error, node, "the table does not fit its breakpoints: " + sizes,
-                         node.is(class_hash_of("lut1d")) ? "give \"bp1\" and \"out\" as many elements"
+                         node.is(class_hash_of("lut1d")) ? "give \"bp1\" and \"out\" the same number of elements"
                                                          : "give \"out\" a row for each element of \"bp1\", of as many "
                                                            "elements as \"bp2\" has");
         point_at(node, "out");

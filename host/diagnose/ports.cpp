@@ -49,7 +49,7 @@ void check_port_numbers(const graph_t& graph, wiring_t& wiring, Report& report) 
             const bool used = input || drawn_out.contains(key);
             if (input) wiring.excused[position][0] = true;
             report.at_block("Z206", used ? severity_t::error : severity_t::warning, node,
-                            tessel::format("\"portNumber\" is the text {}, which no port of {} is told by",
+                            tessel::format("\"portNumber\" is the text {}, and a text stands for no port of {}",
                                            in_quotes(number.text()), around.path),
                             "write the number without quotes");
         }

@@ -17,14 +17,15 @@ void Loader::refer(std::size_t refsys) {
     const std::string name = held.block->param("path").text();
     const std::filesystem::path path = graph_.files[0].path.parent_path() / name;
     const std::size_t reference = graph_.references.size();
-    graph_.references.push_back({held.id(), none, false, none});
+    graph_.references.push_back({held.id(), none, false, none, none});
 
     std::error_code ignored;
     const bool circular = std::filesystem::equivalent(path, graph_.files[0].path, ignored);
     unread_t unread;
     const std::size_t file = graph_.files.size();
     const bool well = !name.empty() && read(path, path.lexically_normal().string(), unread);
-    if (name.empty()) unread = {"Z101", "no file is named", {}};
+    if (name.empty()) unread = {"Z101", "no file is named", {}, {}};
+    graph_.references[reference].file = file;
     const std::string pointer = held.pointer + "/path";
     if (!well) {
         std::string where;
@@ -137,6 +138,7 @@ bool Loader::referenced_blocks(std::size_t file, std::size_t reference, const fr
         if (!check_element(pointer, *value, file, severity_t::warning, element)) {
             spoil(reference, report_->last());
             if (element.object == nullptr || !element.object->is_object()) return false;  // the loader stops here
+            skip(*element.object, fresh);
             continue;  // an unknown class is passed over
         }
         const std::size_t before = graph_.nodes.size();
@@ -158,7 +160,7 @@ bool Loader::referenced_blocks(std::size_t file, std::size_t reference, const fr
                                                       "not read",
                                                       in_quotes(node.block->param("path").text())),
                                        "refer to that file from the main file");
-        graph_.references.push_back({node.id(), nested, false, none});
+        graph_.references.push_back({node.id(), nested, false, none, none});
     }
     return true;
 }

@@ -81,7 +81,10 @@ std::vector<hit_t> stray_hits(const std::string& text, const std::vector<std::ui
         const std::uint64_t* id = finder.inside(token);
         if (id == nullptr) return;
         const bool meant = kind == token_t::number && holds_id(pointer) && token == std::to_string(*id);
-        if (!meant) hits.push_back({*id, pointer, std::string(token), kind == token_t::key});
+        if (meant) return;
+        const bool quoted = kind != token_t::number;
+        hits.push_back(
+            {*id, pointer, std::string(quoted ? token.substr(1, token.size() - 2) : token), kind == token_t::key});
     });
     return hits;
 }
@@ -104,8 +107,7 @@ double expected_hits(const std::vector<std::uint64_t>& ids, std::uint64_t& short
 renumbering_t check_renumbering(Report& report, const file_t& file, std::size_t position,
                                 const std::vector<std::uint64_t>& ids) {
     constexpr const char* mend =
-        "give the blocks of a file that is referenced ids of 16 digits, and write every id in its plain digits only "
-        "where an id belongs";
+        "give the blocks of the file ids of 16 digits, and let these digits stand nowhere but where an id belongs";
     const auto hits = stray_hits(file.text, ids);
     std::uint64_t shortest = UINT64_MAX;
     const double expected = expected_hits(ids, shortest);
@@ -113,10 +115,10 @@ renumbering_t check_renumbering(Report& report, const file_t& file, std::size_t 
         const hit_t& hit = hits.front();
         const finding_id finding = report.at_place(
             "Z113", severity_t::warning, position, hit.pointer,
-            tessel::format("the id {} of a block stands in {} {} too, and the loader exchanges the ids of a referenced "
-                           "file as text ({} such)",
+            tessel::format("the id {} of a block stands in {} {} too{}, and the loader exchanges the ids of a "
+                           "referenced file wherever their digits stand",
                            hit.id, hit.key ? "the key" : "the value", in_quotes(hit.token),
-                           counted(hits.size(), "place")),
+                           hits.size() == 1 ? "" : " (and so in " + counted(hits.size() - 1, "other place") + ")"),
             mend);
         for (const hit_t& more : hits) report[finding].steps.push_back(more.pointer + ": " + in_quotes(more.token));
         return {true, finding};
@@ -125,9 +127,9 @@ renumbering_t check_renumbering(Report& report, const file_t& file, std::size_t 
         const finding_id finding = report.at_place(
             "Z113", severity_t::warning, position, "",
             tessel::format(
-                "the ids of this referenced file are short ({}): the loader exchanges them as text, and with "
-                "{} an id is to be found {:.2g} times inside the fresh ids of others",
-                shortest, counted(ids.size(), "block"), expected),
+                "the ids of the blocks in {} are short, such as {}: the loader exchanges them as text for longer ones, "
+                "and among {} an id turns up inside those of others {:.2g} times on average",
+                in_quotes(file.shown), shortest, counted(ids.size(), "block"), expected),
             mend);
         return {expected > 0.5, finding};
     }

@@ -59,10 +59,12 @@ std::size_t Report::cause_at(const node_t& node) const {
 
 bool Report::is_broken_reference(const node_t& node) const { return node.is(hash_refsys) && cause_at(node) != none; }
 
-bool Report::blame_reference(const node_t& node) {
+bool Report::blame_reference(const node_t& node, const std::string& input) {
     const std::size_t cause = cause_at(node);
     if (cause == none) return false;
-    findings_[cause].severity = severity_t::error;
+    finding_t& finding = findings_[cause];
+    if (finding.severity != severity_t::error) finding.what += "; " + input + " stays without a source";
+    finding.severity = severity_t::error;
     return true;
 }
 
@@ -71,6 +73,14 @@ void Report::name_blocks() {
     for (const node_t& node : graph_.nodes) blocks.emplace(std::to_string(node.file) + node.pointer, &node);
     for (std::size_t i = 0; i < findings_.size(); ++i) {
         const std::string& pointer = findings_[i].pointer;
+        if (findings_[i].code == "Z113") {  // of blocks whose names and ids are not those of the file
+            const auto reference = std::ranges::find(graph_.references, files_[i], &reference_t::file);
+            const node_t* refsys = reference != graph_.references.end() ? graph_.find(reference->id) : nullptr;
+            if (refsys == nullptr) continue;
+            findings_[i].path = refsys->path;
+            findings_[i].block_class = refsys->class_name();
+            continue;
+        }
         // "/blocks/3/add/name": the block's object is three levels deep
         std::size_t end = 0;
         for (int level = 0; level < 3 && end != std::string::npos; ++level) end = pointer.find('/', end + 1);

@@ -35,9 +35,9 @@ public:
     /// The finding told last.
     finding_id last() const noexcept { return findings_.size() - 1; }
 
-    /// Whether what is missing at this block is the work of a reference that could not be read whole; then that
-    /// finding becomes an error.
-    bool blame_reference(const node_t& node);
+    /// Whether it is the work of a reference that could not be read whole that an input stays without a source, as
+    /// this block shows; then that finding becomes an error, which names the input.
+    bool blame_reference(const node_t& node, const std::string& input);
     /// Whether this is a reference that could not be read whole.
     bool is_broken_reference(const node_t& node) const;
 

@@ -59,10 +59,12 @@ void check_settings(const graph_t& graph, Report& report) {
                         "write an end behind the start");
     if (!(ts > 0.0) || !(ti < tf)) return;
     if (const double t = standstill(ti, tf, ts); !std::isnan(t)) {
+        const double largest = std::max(std::abs(ti), std::abs(tf));
+        const double enough = std::nextafter(largest, std::numeric_limits<double>::infinity()) - largest;
         report.at_place("Z118", severity_t::error, 0, "/model/ts",
                         tessel::format("the step \"ts\" of {} does not move the time on at {}: the run never ends",
                                        shortest(ts), shortest(t)),
-                        "choose a longer step, or times nearer to 0");
+                        tessel::format("choose a step of at least {}, or times nearer to 0", shortest(enough)));
         return;
     }
     const double steps = (tf - ti) / ts;

@@ -170,11 +170,9 @@ void tell_types(const graph_t& graph, const wiring_t& wiring, std::size_t positi
     const auto nearest = Trial(node, given).nearest();
     std::string accepted;
     for (std::size_t i = 0; i < std::min(nearest.size(), most); ++i)
-        accepted += (i == 0 ? "" : "; ") + names_of(nearest[i]);
+        accepted += (i == 0 ? "" : "; or ") + names_of(nearest[i]);
     std::string what = tessel::format("no runnable form for {}", names_of(given));
-    if (!accepted.empty())
-        what += tessel::format(" ({}), which the nearest of the accepted are: {}", counted(given.size(), "input"),
-                               accepted);
+    if (!accepted.empty()) what += "; the nearest that it has: " + accepted;
     report.at_block(
         "Z303", severity_t::error, node, what,
         nearest.empty() ? "give it other sources" : casts_text(graph, wiring.typed[position], given, nearest.front()));

@@ -49,10 +49,10 @@ void check_parents(const graph_t& graph, Report& report) {
                                            node.parent()),
                             "write the id of a subsystem, or 0 for the root");
         } else if (!is_subsystem(*around)) {
-            report.at_block(
-                "Z218", severity_t::warning, node,
-                tessel::format("its parent {} is a {}, which holds no blocks", around->path, around->class_name()),
-                "write the id of a subsystem, or 0 for the root");
+            report.at_block("Z218", severity_t::warning, node,
+                            tessel::format("its parent {} ({}) is no subsystem and holds no blocks", around->path,
+                                           around->class_name()),
+                            "write the id of a subsystem, or 0 for the root");
         } else if (!node.hangs && is_subsystem(node) && in_ring(graph, node)) {
             report.at_block("Z219", severity_t::warning, node,
                             tessel::format("this subsystem lies inside itself, by way of its parent {}", around->path),
@@ -85,7 +85,7 @@ std::unordered_set<std::uint64_t> starving_ids(const graph_t& graph) {
 void check_tree(const graph_t& graph, Report& report) {
     if (graph.has_root && graph.nodes.size() > 1 && graph.edges.empty())
         report.at_place("Z221", severity_t::warning, 0, "/links",
-                        tessel::format("{} and no link between them", counted(graph.nodes.size() - 1, "block")),
+                        tessel::format("the model has {} and no links", counted(graph.nodes.size() - 1, "block")),
                         "link the blocks");
     check_ids(graph, report);
     check_parents(graph, report);

@@ -24,6 +24,15 @@ bool gives_flt64(const node_t& node) {
     return std::ranges::find(classes, node.block->class_hash()) != std::end(classes);
 }
 
+std::size_t typed_ports(const tessel::IMetaBlock& block) {
+    std::size_t count = 0;
+    for (std::uint64_t i = 0; i < block.input_count(); ++i)
+        count += block.input(static_cast<std::int16_t>(i))->has_type() ? 1 : 0;
+    for (std::uint64_t i = 0; i < block.output_count(); ++i)
+        count += block.output(static_cast<std::int16_t>(i))->has_type() ? 1 : 0;
+    return count;
+}
+
 bool typed_outputs(const tessel::IMetaBlock& block) {
     for (std::uint64_t i = 0; i < block.output_count(); ++i)
         if (!block.output(static_cast<std::int16_t>(i))->has_type()) return false;
@@ -85,6 +94,7 @@ private:
             now.swap(later);
             std::ranges::make_heap(now, std::greater{});
             bool completed = false;
+            std::size_t refined = none;  // the first block that got a type, but not all of its own
             while (!now.empty()) {
                 std::ranges::pop_heap(now, std::greater{});
                 const std::size_t at = now.back();
@@ -93,8 +103,10 @@ private:
                 const std::size_t position = wiring_.live[at];
                 if (block(position).has_all_types() || typing_.results[position] != tessel::result_ok) continue;
                 const bool typed = typed_outputs(block(position));
+                const std::size_t before = typed_ports(block(position));
                 calculate(position, recorder);
                 completed = completed || block(position).has_all_types();
+                if (typed_ports(block(position)) != before) refined = std::min(refined, position);
                 if (typed || !typed_outputs(block(position))) continue;
                 for (const std::size_t consumer : consumers_[position]) {
                     const std::size_t next = rank[consumer];
@@ -108,8 +120,36 @@ private:
                     }
                 }
             }
-            stalled_ = stalled_ || (!completed && open());
+            if (stalled_ == none && !completed && open()) note_stall(refined);
         }
+    }
+
+    /// Keeps what a block waits for at the end of a sweep that completes none.
+    void note_stall(std::size_t refined) {
+        stalled_ = refined;
+        if (refined == none) return;
+        std::vector<bool> seen(graph_.nodes.size());
+        for (std::size_t at = refined; !seen[at];) {
+            seen[at] = true;
+            std::size_t input = 0;
+            while (input < block(at).input_count() && block(at).input(static_cast<std::int16_t>(input))->has_type())
+                ++input;
+            const feed_t* feed = input < block(at).input_count() ? wiring_.feed(at, input) : nullptr;
+            if (feed == nullptr) return;
+            std::string text = waiting_text(at, input);
+            const tessel::port_t* output = block(feed->source).output(feed->port);
+            if (output->has_type()) text += tessel::format(", which has {} by now", tessel::short_name(output->type()));
+            waiting_.push_back(std::move(text));
+            at = feed->source;
+        }
+    }
+
+    /// "input 0 of mainsys.a (abs) waits for mainsys.m (memory)".
+    std::string waiting_text(std::size_t position, std::size_t input) const {
+        const node_t& source = graph_.nodes[wiring_.typed[position][input].source];
+        return tessel::format("{} waits for {} ({})",
+                              input_text(graph_.nodes[position], static_cast<std::int16_t>(input)), source.path,
+                              source.class_name());
     }
 
     bool open() {
@@ -152,7 +192,7 @@ private:
             if (!block(position).has_all_types() && !typing_.unknown[position]) open.push_back(position);
         }
         if (!open.empty()) tell_loops(open);
-        else if (stalled_ && !any_unknown) tell_stall();
+        else if (stalled_ != none && !any_unknown) tell_stall();
     }
 
     /// Loops that no type enters. What lies behind one is counted there.
@@ -200,21 +240,29 @@ private:
         const finding_id id = report_.at_block(
             "Z301", tessel_error, node,
             tessel::format("no type can be worked out: {}{}; none of these blocks has a type of its own{}", chain,
-                           node.path, behind == 0 ? "" : ", and " + counted(behind, "block") + " behind them wait"),
+                           node.path,
+                           behind == 0 ? ""
+                                       : tessel::format(", and {} behind them {}", counted(behind, "block"),
+                                                        behind == 1 ? "waits" : "wait")),
             "put a cast into this loop");
-        for (const std::size_t i : way) report_[id].steps.push_back(graph_.nodes[open[i]].path);
+        for (std::size_t k = 0; k < way.size(); ++k) {
+            const std::size_t source = open[way[k]], target = open[way[(k + 1) % way.size()]];
+            const auto& feeds = wiring_.typed[target];
+            const auto fed = std::ranges::find(feeds, source, &feed_t::source);
+            if (fed == feeds.end()) continue;  // a block that has no type for a reason of its own
+            report_[id].steps.push_back(waiting_text(target, static_cast<std::size_t>(fed - feeds.begin())));
+        }
     }
 
     void tell_stall() {
-        for (const std::size_t position : wiring_.live) {
-            if (block(position).input_count() == 0) continue;
-            report_.at_block("Z302", tessel_error, graph_.nodes[position],
-                             "types come to a standstill: in one sweep over the blocks some ports get their types, but "
-                             "no block gets all of its own, and the compile gives up there",
-                             "put a cast into the loop that this block belongs to, or list the blocks of the file in "
-                             "the order of the signal");
-            return;
-        }
+        const node_t& node = graph_.nodes[stalled_];
+        const finding_id id = report_.at_block(
+            "Z302", tessel_error, node,
+            "types come to a standstill: a sweep over the blocks gives this one the type of a port, but no block all "
+            "of its types, and the compile gives up there",
+            tessel::format("list the blocks of the loop in the order of the signal, {} first, or put a cast into it",
+                           node.path));
+        report_[id].steps = waiting_;
     }
 
     static constexpr severity_t tessel_error = severity_t::error;
@@ -223,7 +271,8 @@ private:
     Report& report_;
     typing_t typing_;
     std::vector<std::vector<std::size_t>> consumers_;
-    bool stalled_ = false;
+    std::size_t stalled_ = none;  // a block that got a type in the first sweep that completed none
+    std::vector<std::string> waiting_;
 };
 
 }  // namespace

@@ -41,6 +41,13 @@ std::string first_odd_member(const json& object) {
     return {};
 }
 
+/// The first element of an array that is no point.
+std::size_t first_odd_point(const json& array) {
+    std::size_t i = 0;
+    while (i < array.size() && array[i].is_object() && first_odd_member(array[i]).empty()) ++i;
+    return i;
+}
+
 /// The checks of one object: a block, a link or the settings.
 class Values {
 public:
@@ -67,6 +74,14 @@ public:
 
     /// A value of another kind than its key needs.
     void tell_kind(const std::string& key, const json& value) {
+        if (key == "breakpoints" && value.is_array() && first_odd_point(value) < value.size()) {
+            const std::size_t odd = first_odd_point(value);
+            tell("Z106", weight_, segment(key) + segment(odd),
+                 tessel::format("element {} of \"{}\" is {}, but must be a point", odd, key,
+                                value[odd].is_object() ? "no object of numbers" : kind_of(value[odd])),
+                 "write an object with the numbers \"x\" and \"y\"");
+            return;
+        }
         const std::string inner = first_odd_member(value);
         const json& at = inner.empty() ? value : value[inner];
         const char* wanted = inner.empty() ? wanted_kind(key) : "a number";

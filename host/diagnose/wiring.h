@@ -27,6 +27,7 @@ struct wire_t {
 struct feed_t {
     std::size_t source = none;  // position of the block
     std::int16_t port = 0;
+    const edge_t* from = nullptr;  // as in `wire_t`
     const edge_t* edge = nullptr;
 };
 

@@ -97,8 +97,8 @@ public:
         name_blocks(taken);
         lay_wires();
         lay_strays();
-        for (const Wire& wire : page.scene.wires) taken.add(wire.path);
-        label_wires(taken);
+        Taken all = rename_blocks();
+        label_wires(all);
         set_bounds();
     }
 
@@ -191,15 +191,36 @@ private:
             }
             const double left = box.center().x - label.box.w / 2;
             const Point under{left, box.bottom() + 3}, over{left, box.y - label.box.h - 2};
-            const Point beside_low{box.center().x + 6, box.bottom() + 3}, beside_high{box.center().x + 6, over.y};
+            const double to_right = box.center().x + 6, to_left = box.center().x - 6 - label.box.w;
             std::vector<Point> corners;
             if (!below) corners.push_back(under);
             if (!above) corners.push_back(over);
-            corners.insert(corners.end(), {beside_low, beside_high});
+            for (const double x : {to_right, to_left})
+                for (const double y : {under.y, over.y}) corners.push_back({x, y});
             settle(label, corners, taken);
             taken.add(label.box);
             page.scene.labels.push_back(std::move(label));
+            name_places_.push_back(std::move(corners));
         }
+    }
+
+    /// Moves the names that a wire or another text has come to cross. Returns what is taken on the page.
+    Taken rename_blocks() {
+        Taken taken;
+        for (const Node& node : page.scene.nodes) taken.add(node.bounds());
+        for (const Wire& wire : page.scene.wires) taken.add(wire.path);
+        std::vector<std::size_t> crossed;
+        for (std::size_t i = 0; i < page.scene.labels.size(); ++i) {
+            const Rect& box = page.scene.labels[i].box;
+            if (i < name_places_.size() && taken.overlap(box) > 0) crossed.push_back(i);
+            else taken.add(box);
+        }
+        for (const std::size_t i : crossed) {
+            Label& label = page.scene.labels[i];
+            settle(label, name_places_[i], taken);
+            taken.add(label.box);
+        }
+        return taken;
     }
 
     /// From port to port along the bends that a person has drawn.
@@ -331,7 +352,8 @@ private:
     const SignalTypes& types_;
     std::unordered_map<std::size_t, std::size_t> places_;  // block to node
     std::vector<PageLink> strays_;
-    std::vector<std::size_t> wire_links_;  // the link that each wire stands for
+    std::vector<std::size_t> wire_links_;          // the link that each wire stands for
+    std::vector<std::vector<Point>> name_places_;  // where each name may stand; names are the first labels
 };
 
 /// The links that each page shows, by owner: those that touch one of its blocks.

@@ -17,6 +17,7 @@ MOST_SHOWN = 12  # entries of one legend
 MOST_POINTS = 20_000  # of one line; beyond that, its extremes by stretches of time are drawn
 LONGEST_LANE = 36  # characters of a lane's name
 SIMILAR = 12.0  # largest ratio of sizes in one panel
+LARGEST = 1e300  # beyond that, the distance between two values is no number
 
 BOOL, INTEGER, FLOAT = "bool", "integer", "float"
 
@@ -65,6 +66,7 @@ class Signal:
         self.times = numpy.asarray(times)
         self.values = numpy.array(values)
         self.values[~numpy.isfinite(self.values)] = math.nan
+        self.values = numpy.clip(self.values, -LARGEST, LARGEST)
         finite = self.values[numpy.isfinite(self.values)]
         self.size = float(numpy.max(numpy.abs(finite))) if len(finite) else 0.0
 

@@ -559,8 +559,8 @@ class FaultTest(DrawTest):
         for path in [*DATA.rglob("*.json"), *EXAMPLES.rglob("*.json")]:
             try:
                 content = json.loads(path.read_text())
-                json.dumps(content, allow_nan=False)  # numbers beyond all floats are no JSON to the library
-            except ValueError:
+                json.dumps(content, allow_nan=False)
+            except ValueError:  # no JSON, or a number that no double holds
                 continue
             if not isinstance(content, dict) or "blocks" not in content or path.stat().st_size > 300_000:
                 continue
@@ -568,6 +568,60 @@ class FaultTest(DrawTest):
                 self.draw(path, "--depth", "1", "-q")
                 drawn += 1
         self.assertGreater(drawn, 6)
+
+
+class PrintTest(DrawTest):
+    """The examples' pictures are fit for a paper."""
+
+    @staticmethod
+    def text_box(text):
+        """About where a text stands."""
+        size = float(text.get("font-size"))
+        width = 0.52 * size * len("".join(text.itertext()))
+        left = float(text.get("x")) - {"middle": width / 2, "end": width}.get(text.get("text-anchor"), 0)
+        return left, float(text.get("y")) - 0.7 * size, width, 0.75 * size
+
+    @staticmethod
+    def shape_box(shape):
+        if shape.tag == SVG + "ellipse":
+            cx, cy, rx, ry = (float(shape.get(k)) for k in ("cx", "cy", "rx", "ry"))
+            return cx - rx, cy - ry, 2 * rx, 2 * ry
+        return tuple(float(shape.get(k)) for k in ("x", "y", "width", "height"))
+
+    @staticmethod
+    def overlap(a, b):
+        return a[0] < b[0] + b[2] and b[0] < a[0] + a[2] and a[1] < b[1] + b[3] and b[1] < a[1] + a[3]
+
+    def page(self, page, picture):
+        blocks = [self.shape_box(s) for g in page.iter(SVG + "g") if g.get("class") == "node" for s in g
+                  if "block" in s.get("class", "").split()]
+        pieces = [(min(a[0], b[0]), min(a[1], b[1]), abs(a[0] - b[0]), abs(a[1] - b[1]))
+                  for path in picture.paths("wire", page) for a, b in zip(path, path[1:])]
+        texts = {kind: [] for kind in ("name", "type", "link")}
+        for text in page.iter(SVG + "text"):
+            for kind in texts.keys() & set(text.get("class", "").split()):
+                texts[kind].append(("".join(text.itertext()), self.text_box(text)))
+        return blocks, pieces, texts
+
+    def test_nothing_covers_anything(self):
+        for model in sorted(EXAMPLES.glob("*/*.json")):
+            script = model.parent / "workspace.py"
+            picture = self.draw(model, *(["-w", script] if script.exists() else []))
+            self.assertFalse([t for t in picture.texts if "\u2026" in t], "no text is cut")
+            for page in picture.pages:
+                blocks, pieces, texts = self.page(page, picture)
+                words = [entry for kind in texts.values() for entry in kind]
+                with self.subTest(f"{model.name} {page.get('id')}"):
+                    self.assertTrue(blocks and texts["name"])
+                    for i, block in enumerate(blocks):
+                        self.assertFalse([b for b in blocks[i + 1 :] if self.overlap(block, b)])
+                        inner = block[0] + 1, block[1] + 1, block[2] - 2, block[3] - 2
+                        self.assertFalse([p for p in pieces if self.overlap(inner, p)], "a wire through a block")
+                        self.assertFalse([w for w in words if self.overlap(block, w[1])], "a text on a block")
+                    for i, word in enumerate(words):
+                        self.assertFalse([(word, w) for w in words[i + 1 :] if self.overlap(word[1], w[1])])
+                    for name, box in texts["name"]:
+                        self.assertFalse([p for p in pieces if self.overlap(box, p)], f"a wire across {name}")
 
 
 class OutputTest(DrawTest):
