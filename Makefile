@@ -3,8 +3,9 @@
 BUILD ?= build/release
 JOBS  ?= $(shell nproc)
 ZARN   = $(BUILD)/zarn
+ASAN_QUICK = core framework model exec files coder fuzz
 
-.PHONY: all run test bench asan tsan memcheck fuzz coverage format tidy clean
+.PHONY: all run test bench asan asan-quick tsan memcheck fuzz coverage format tidy clean
 
 all: build
 
@@ -36,6 +37,14 @@ asan:
 	cmake --preset asan > /dev/null && cmake --build build/asan -j $(JOBS)
 	LSAN_OPTIONS=suppressions=$(CURDIR)/tools/lsan-python.supp:print_suppressions=0 UBSAN_OPTIONS=print_stacktrace=1 \
 	    ctest --test-dir build/asan -j $(JOBS) --output-on-failure
+
+# the part of it that fits into CI: what reads files, compiles, runs and generates, without the tables of all kernels
+asan-quick:
+	@tools/setup.sh clang libclang-rt-dev
+	cmake --preset asan -B build/asan-quick -DBLOCKS_PYTHON=OFF > /dev/null
+	cmake --build build/asan-quick -j $(JOBS) --target $(addprefix test_,$(ASAN_QUICK))
+	set -e; for folder in $(ASAN_QUICK); do \
+	    UBSAN_OPTIONS=print_stacktrace=1 build/asan-quick/tests/$$folder/test_$$folder --gtest_brief=1; done
 
 # the threaded tests under the thread sanitizer
 tsan:

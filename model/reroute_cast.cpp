@@ -2,7 +2,8 @@
 //
 // Needs   types and zones: the type that a cast stands for is on the ports behind it
 // Does    joins the first link into each cast with every link out of it
-// Leaves  no cast in the live list; the blocks behind one stay bound to it until create_links binds them anew
+// Leaves  no cast in the live list; the inputs behind one without a source until create_links binds them anew, which it
+//         does not where the joined link leads to a port that does not exist
 // Fails   result_cast_unresolved: a cast with a link out and none in, or a link that still touches a cast afterwards,
 //         as between two casts in a row
 
@@ -11,11 +12,27 @@
 
 #include "model/MetaModel.h"
 #include "model/helpers.h"
+#include "port.h"
 
 namespace tessel {
 namespace {
 
 bool is_cast(const IMetaBlock& block) { return block.class_hash() == hash_cast; }
+
+/// Leaves the inputs behind casts without a source. Their types stay.
+void unlink_casts(const blocks_t& blocks) {
+    for (const auto& block : blocks) {
+        if (block == nullptr) continue;
+        for (std::uint64_t i = 0; i < block->input_count(); ++i) {
+            port_t& input = *block->input(static_cast<std::int16_t>(i));
+            const IMetaBlock* const source = input.source_block();
+            if (source == nullptr || !is_cast(*source)) continue;
+            port_t open;
+            open.set_type_if_unset(input.type());
+            input = open;
+        }
+    }
+}
 
 }  // namespace
 
@@ -56,6 +73,7 @@ result_t MetaModel::reroute_due_to_cast() noexcept {
         }
     }
 
+    unlink_casts(blocks);
     blocks.erase(swap_partition(blocks, std::move(casts)), blocks.end());
     return result_ok;
 }

@@ -8,6 +8,8 @@ for tool in clang++ llvm-profdata llvm-cov; do
     command -v "$tool" > /dev/null || { echo "coverage: install clang and llvm" >&2; exit 1; }
 done
 build=build/coverage
+missing=no
+[ "${1:-}" != --missing ] || missing=yes
 cmake --preset coverage > /dev/null
 cmake --build "$build" -j "${JOBS:-$(nproc)}"
 
@@ -26,3 +28,8 @@ llvm-profdata merge --sparse -o "$build/all.profdata" "$build"/raw/*.profraw
 set -- "$build/libblocks.so" -instr-profile="$build/all.profdata"
 llvm-cov report "$@" --show-branch-summary --show-region-summary=false --show-instantiation-summary=false \
     core framework model exec blocks files coder
+[ "$missing" = yes ] || exit 0
+llvm-cov show "$@" --show-branches=count --show-instantiations=false core framework model exec blocks files coder |
+    awk '/^\/.*:$/ { file = $0; next }
+         / *[0-9]+\| *0\|/ { print file, $0 }
+         /Branch \(.*(True: 0,|False: 0\])/ { print file, $0 }' | sed "s|^$PWD/||"
