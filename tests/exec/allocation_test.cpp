@@ -17,6 +17,9 @@ void* counted(std::size_t size) noexcept {
     return std::malloc(size != 0 ? size : 1);
 }
 
+// not inlined: where GCC sees `free` but not the allocation, it takes the pair for a mistake
+[[gnu::noinline]] void give_back(void* memory) noexcept { std::free(memory); }
+
 void* counted_or_thrown(std::size_t size) {
     if (void* memory = counted(size)) return memory;
     throw std::bad_alloc();
@@ -27,10 +30,10 @@ void* operator new(std::size_t size) { return counted_or_thrown(size); }
 void* operator new[](std::size_t size) { return counted_or_thrown(size); }
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return counted(size); }
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return counted(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete(void* memory) noexcept { give_back(memory); }
+void operator delete[](void* memory) noexcept { give_back(memory); }
+void operator delete(void* memory, std::size_t) noexcept { give_back(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { give_back(memory); }
 
 namespace tessel::test {
 namespace {
