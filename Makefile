@@ -3,8 +3,9 @@
 BUILD ?= build/release
 JOBS  ?= $(shell nproc)
 ZARN   = $(BUILD)/zarn
+ASAN_QUICK = core framework model exec files coder fuzz
 
-.PHONY: all run test bench asan tsan fuzz coverage format tidy clean
+.PHONY: all run test bench asan asan-quick tsan memcheck fuzz coverage format tidy clean
 
 all: build
 
@@ -30,28 +31,49 @@ bench: $(BUILD)/build.ninja
 	@cmake --build $(BUILD) --target bench_all -j $(JOBS)
 	tools/bench.sh $(BUILD)
 
-# the suite under address and undefined behaviour sanitizers
+# the suite under address and undefined behaviour sanitizers: clang's, which check conversions of floats as well
 asan:
-	@tools/setup.sh
-	cmake --preset asan && cmake --build build/asan -j $(JOBS)
-	ctest --test-dir build/asan -j $(JOBS) --output-on-failure
+	@tools/setup.sh clang libclang-rt-dev
+	cmake --preset asan > /dev/null && cmake --build build/asan -j $(JOBS)
+	LSAN_OPTIONS=suppressions=$(CURDIR)/tools/lsan-python.supp:print_suppressions=0 UBSAN_OPTIONS=print_stacktrace=1 \
+	    ctest --test-dir build/asan -j $(JOBS) --output-on-failure
+
+# the part of it that fits into CI: what reads files, compiles, runs and generates, without the tables of all kernels
+asan-quick:
+	@tools/setup.sh clang libclang-rt-dev
+	cmake --preset asan -B build/asan-quick -DBLOCKS_PYTHON=OFF > /dev/null
+	cmake --build build/asan-quick -j $(JOBS) --target $(addprefix test_,$(ASAN_QUICK))
+	set -e; for folder in $(ASAN_QUICK); do \
+	    UBSAN_OPTIONS=print_stacktrace=1 build/asan-quick/tests/$$folder/test_$$folder --gtest_brief=1; done
 
 # the threaded tests under the thread sanitizer
 tsan:
 	@tools/setup.sh
-	cmake --preset tsan && cmake --build build/tsan -j $(JOBS) --target test_core test_exec
-	ctest --test-dir build/tsan -j $(JOBS) --output-on-failure -R '^(core|exec)\.'
+	cmake --preset tsan > /dev/null
+	cmake --build build/tsan -j $(JOBS) --target test_core test_exec test_properties test_host
+	build/tsan/tests/core/test_core --gtest_brief=1
+	build/tsan/tests/exec/test_exec --gtest_brief=1
+	build/tsan/tests/properties/test_properties --gtest_brief=1 --gtest_filter='Threads.*'
+	build/tsan/tests/host/test_host --gtest_brief=1
+
+# short runs of the command under valgrind
+memcheck: build
+	@tools/setup.sh valgrind
+	tools/memcheck.sh $(BUILD)
 
 fuzz:
+	@tools/setup.sh clang libclang-rt-dev
 	tools/fuzz.sh
 
 coverage:
+	@tools/setup.sh clang libclang-rt-dev llvm
 	tools/coverage.sh
 
 format:
 	git ls-files '*.cpp' '*.h' '*.inl' '*.c' ':!tests/golden' ':!tests/data' | xargs clang-format -i
 
 tidy:
+	@tools/setup.sh clang-format clang-tidy
 	tools/tidy.sh
 
 clean:

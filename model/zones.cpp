@@ -32,7 +32,8 @@ void sweep_by_agenda(const blocks_t& blocks, const std::vector<std::size_t>& ope
         }
     }
     // What still waits is a closed loop, or lies behind one, and no further sweep will change that.
-    while (waiting != 0) std::this_thread::yield();
+    if (waiting != 0)
+        for (;;) std::this_thread::yield();
 }
 
 }  // namespace

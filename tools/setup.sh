@@ -1,8 +1,9 @@
 #!/bin/sh
-# Installs the Debian packages that build and tests need. Does nothing, quickly, when all are there.
+# Installs the Debian packages that build and tests need, and those named. Does nothing, quickly, when all are there.
+#   tools/setup.sh [PACKAGE...]
 set -eu
 packages="g++ cmake ninja-build ccache git nlohmann-json3-dev libfmt-dev python3 python3-dev pybind11-dev python3-numpy
-python3-matplotlib libcli11-dev libgtest-dev libgmock-dev libbenchmark-dev graphviz"
+python3-matplotlib libcli11-dev libgtest-dev libgmock-dev libbenchmark-dev graphviz $*"
 missing=""
 for package in $packages; do
     dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' || missing="$missing $package"

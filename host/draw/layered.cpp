@@ -331,7 +331,7 @@ void turn_loops(LayoutGraph& graph) {
     std::vector<char> state(n, 0);
     std::vector<std::size_t> starts(n), next(n, 0), path;
     std::iota(starts.begin(), starts.end(), std::size_t{0});
-    std::ranges::stable_partition(starts, [&](std::size_t v) { return !fed[v]; });
+    std::stable_partition(starts.begin(), starts.end(), [&](std::size_t v) { return !fed[v]; });
     for (const std::size_t start : starts) {
         if (state[start] != 0) continue;
         path.push_back(start);

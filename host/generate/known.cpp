@@ -237,8 +237,9 @@ static_assert(std::ranges::is_sorted(parameters, {}, &parameter_t::class_name));
 std::span<const known_t> known_texts() noexcept { return rows; }
 
 std::span<const parameter_t> parameters_of(std::string_view class_name) noexcept {
-    const auto found = std::ranges::equal_range(parameters, class_name, {}, &parameter_t::class_name);
-    return {found.begin(), found.end()};
+    // not equal_range: clang 14 does not compile the subrange that it gives
+    return {std::ranges::lower_bound(parameters, class_name, {}, &parameter_t::class_name),
+            std::ranges::upper_bound(parameters, class_name, {}, &parameter_t::class_name)};
 }
 
 type_t variable_type(const IMetaBlock& block, std::uint64_t index) {

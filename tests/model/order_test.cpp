@@ -167,7 +167,7 @@ void slow_group(MetaModel& model) {
             while (k > first && at(k).parent_id() == P) --k;
             if (k != first)
                 first = std::stable_partition(blocks.begin() + first, blocks.begin() + k + 1,
-                                              [P](const auto& block) { return block->parent_id() != P; }) -
+                                              [P = P](const auto& block) { return block->parent_id() != P; }) -
                         blocks.begin();
         }
         for (std::ptrdiff_t i = first; i <= pos; ++i) at(i).set_parent_id((*S)->parent_id());

@@ -137,5 +137,21 @@ TEST(RerouteCast, TypeStaysOnTheInputBehindTheCast) {
     EXPECT_EQ(m.at(x).output(0)->type(), type_int8);
 }
 
+TEST(RerouteCast, NoInputStaysBoundToACastThatIsGone) {
+    ModelBuilder m;
+    m.add("constant", a);
+    m.add("cast", c);
+    m.add("abs", x);
+    // the first link into the cast leads from a port that does not exist, so that its joined link binds nothing
+    m.link(a, 5, c, 0).link(a, c).link(c, x);
+    EXPECT_EQ(m.model.create_links(), result_ok);
+    EXPECT_EQ(m.source(x), static_cast<std::int64_t>(c));
+    EXPECT_EQ(m.model.reroute_due_to_cast(), result_ok);
+    EXPECT_EQ(m.source(x), -1);
+    EXPECT_EQ(m.model.create_links(), result_ok);
+    EXPECT_EQ(m.source(x), -1);
+    EXPECT_EQ(m.model.check_links(), result_source_missing);
+}
+
 }  // namespace
 }  // namespace tessel::test
