@@ -3,8 +3,10 @@
 #include "json.h"
 
 #include <exception>
+#include <iterator>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <unordered_set>
@@ -18,7 +20,9 @@
 #include "core/python.h"
 #include "core/str.h"
 #include "factory.h"
+#include "files/sections.h"
 #include "framework/json_number.h"
+#include "model/MetaModel.h"
 
 namespace tessel::json {
 namespace {
@@ -46,6 +50,62 @@ auto first_member(nlohmann::json& element) {
 void add_root(IMetaModel& model) {
     model.add_block(factory::create("subsys", std::make_shared<PropertiesBlock>()));
     (*model.begin())->set_name("mainsys");
+}
+
+/// The content of a file of which each piece can be taken as it is.
+struct staged_t {
+    std::vector<std::unique_ptr<IMetaBlock>> blocks;
+    std::vector<link_t> links;
+    nlohmann::json rest;
+};
+
+/// Reads a file piece by piece: the document of a large model as a whole takes several times its room. Empty, without
+/// an effect, when a piece is in any way out of order: what then happens, and what is told of it, is up to the whole.
+std::optional<staged_t> stage(std::string_view text) {
+    const auto sections = cut(text);
+    if (!sections) return std::nullopt;
+    try {
+        staged_t staged;
+        staged.rest = nlohmann::json::parse(sections->rest);
+        staged.blocks.reserve(sections->blocks.size());
+        for (const std::string_view piece : sections->blocks) {
+            auto element = nlohmann::json::parse(piece);
+            const auto first = first_member(element);
+            auto block = factory::create(first.key(), std::make_shared<PropertiesBlock>());
+            if (block == nullptr) return std::nullopt;
+            block->import_json(*first);
+            staged.blocks.push_back(std::move(block));
+        }
+        PropertiesModel links;
+        links.links.reserve(sections->links.size());
+        auto one = nlohmann::json{{"links", nlohmann::json::array({nullptr})}};
+        for (const std::string_view piece : sections->links) {
+            one["links"][0] = nlohmann::json::parse(piece);
+            links.import_json(one, false);
+        }
+        staged.links = std::move(links.links);
+        return staged;
+    } catch (const std::exception&) {
+        return std::nullopt;
+    }
+}
+
+result_t load_reference(IMetaModel& model, IMetaBlock& block) {
+    return load(&model, block.param("path").text(), block.id());  // its failure has been told on the console
+}
+
+void commit(MetaModel& model, staged_t staged) {
+    add_root(model);
+    for (auto& block : staged.blocks) {
+        if (block->class_hash() == class_hash_of("refsys")) load_reference(model, *block);
+        model.add_block(std::move(block));
+    }
+    auto& links = model.properties->links;
+    if (links.empty()) links = std::move(staged.links);
+    else
+        links.insert(links.end(), std::make_move_iterator(staged.links.begin()),
+                     std::make_move_iterator(staged.links.end()));
+    model.import_json(staged.rest, false);
 }
 
 /// Exchanges the ids of a file's blocks for fresh ones in its text, so that every mention of one goes with it: in
@@ -76,7 +136,14 @@ std::unordered_set<std::uint64_t> renumber(std::string& text, nlohmann::json& bl
 result_t load(IMetaModel* model, std::string_view path) {
     try {
         model->clear();
-        auto file = nlohmann::json::parse(read_whole(path));
+        const std::string text = read_whole(path);
+        if (auto* own = dynamic_cast<MetaModel*>(model); own != nullptr) {
+            if (auto staged = stage(text)) {
+                commit(*own, std::move(*staged));
+                return result_ok;
+            }
+        }
+        auto file = nlohmann::json::parse(text);
         if (has_blocks(file)) {
             add_root(*model);
             for (auto& element : file["blocks"]) {
@@ -87,8 +154,7 @@ result_t load(IMetaModel* model, std::string_view path) {
                     return result_failure;
                 }
                 block->import_json(*first);
-                if (block->class_hash() == class_hash_of("refsys"))
-                    load(model, block->param("path").text(), block->id());  // its failure has been told on the console
+                if (block->class_hash() == class_hash_of("refsys")) load_reference(*model, *block);
                 model->add_block(std::move(block));
             }
         }

@@ -98,6 +98,8 @@ FaultGuard::FaultGuard(const std::string& name, tessel::IMetaModel& model, const
     sigaction(SIGFPE, &action, &before_);
 }
 
+bool FaultGuard::looks_at_cells() const noexcept { return std::ranges::any_of(suspects, &suspect_t::divides); }
+
 FaultGuard::~FaultGuard() { sigaction(SIGFPE, &before_, nullptr); }
 
 }  // namespace zarn

@@ -18,6 +18,9 @@ public:
     FaultGuard& operator=(const FaultGuard&) = delete;
     ~FaultGuard();
 
+    /// Whether a fault would be traced to its block by the cells of the objects, which the run must keep for that.
+    bool looks_at_cells() const noexcept;
+
     /// A block that can fault.
     struct suspect_t {
         tessel::ExecBlock* object;

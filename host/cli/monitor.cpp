@@ -26,8 +26,8 @@ std::string duration_text(double seconds) {
     return tessel::format("{} min {:02} s", whole / 60, whole % 60);
 }
 
-Monitor::Monitor(run_clock_t& clock, double ti, double tf, bool show_progress)
-    : clock_(clock), ti_(ti), tf_(tf), show_progress_(show_progress) {}
+Monitor::Monitor(run_clock_t& clock, double ti, double tf, bool show_progress, bool looks_at_cells)
+    : clock_(clock), ti_(ti), tf_(tf), show_progress_(show_progress), looks_at_cells_(looks_at_cells) {}
 
 Monitor::~Monitor() { erase_line(); }
 

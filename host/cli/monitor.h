@@ -17,11 +17,12 @@ std::string duration_text(double seconds);
 /// over a second where somebody can see it.
 class Monitor final : public tessel::RunMonitor {
 public:
-    Monitor(run_clock_t& clock, double ti, double tf, bool show_progress);
+    /// `looks_at_cells`: on behalf of whoever looks when the run is cut off.
+    Monitor(run_clock_t& clock, double ti, double tf, bool show_progress, bool looks_at_cells = false);
     ~Monitor() override;
 
     bool step_done(double t) noexcept override;
-    bool looks_at_cells() const noexcept override { return false; }
+    bool looks_at_cells() const noexcept override { return looks_at_cells_; }
 
     /// Erases the line of progress if one stands on the terminal. Safe in a signal handler.
     static void erase_line() noexcept;
@@ -33,6 +34,7 @@ private:
     run_clock_t& clock_;
     double ti_, tf_;
     bool show_progress_;
+    bool looks_at_cells_;
     steady::time_point begin_ = steady::now();
     steady::time_point last_look_ = begin_;
     steady::time_point last_shown_ = begin_;

@@ -191,7 +191,7 @@ void Run::open(std::optional<sink_t>& sink) const {
 void Run::step_all() {
     const bool show_progress = !options_.quiet && isatty(STDERR_FILENO) != 0;
     const FaultGuard guard(options_.model, session_->model(), *exec_);
-    Monitor monitor(clock_, setting("ti"), setting("tf"), show_progress);
+    Monitor monitor(clock_, setting("ti"), setting("tf"), show_progress, guard.looks_at_cells());
     exec_->set_monitor(&monitor);
     exec_->set_engine(options_.engine == "objects" ? tessel::engine_t::objects : tessel::engine_t::plan);
     exec_->run();

@@ -1,0 +1,115 @@
+#include "files/sections.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace tessel::json {
+namespace {
+
+constexpr std::string_view blanks = " \t\n\r";
+
+bool is_blank(std::string_view text) { return text.find_first_not_of(blanks) == std::string_view::npos; }
+
+/// Walks over a text; every step answers whether the text goes on as it should.
+class Walk {
+public:
+    explicit Walk(std::string_view text) : text_(text) {}
+
+    std::size_t at() const { return at_; }
+    std::string_view from(std::size_t begin) const { return text_.substr(begin, at_ - begin); }
+
+    bool skip_blanks() {
+        at_ = std::min(text_.find_first_not_of(blanks, at_), text_.size());
+        return at_ < text_.size();
+    }
+    bool is(char c) const { return at_ < text_.size() && text_[at_] == c; }
+    bool take(char c) {
+        if (!skip_blanks() || text_[at_] != c) return false;
+        ++at_;
+        return true;
+    }
+    /// A key without escapes: two spellings of one key are not told apart here.
+    bool key(std::string_view& key) {
+        if (!take('"')) return false;
+        const std::size_t end = text_.find_first_of("\"\\", at_);
+        if (end == std::string_view::npos || text_[end] == '\\') return false;
+        key = text_.substr(at_, end - at_);
+        at_ = end + 1;
+        return true;
+    }
+    /// Up to the comma or bracket behind a value.
+    bool value() {
+        for (std::size_t depth = 0; at_ < text_.size(); ++at_) {
+            switch (text_[at_]) {
+                case '"':
+                    if (!rest_of_string()) return false;
+                    break;
+                case '{':
+                case '[': ++depth; break;
+                case '}':
+                case ']':
+                    if (depth-- == 0) return true;
+                    break;
+                case ',':
+                    if (depth == 0) return true;
+                    break;
+                default: break;
+            }
+        }
+        return false;
+    }
+    /// From behind the bracket that opens a list to the one that closes it.
+    bool elements(std::vector<std::string_view>& found) {
+        for (;; ++at_) {
+            const std::size_t begin = at_;
+            if (!value()) return false;
+            found.push_back(from(begin));
+            if (!is(',')) break;
+        }
+        if (found.size() == 1 && is_blank(found.front())) found.clear();
+        return is(']');
+    }
+
+private:
+    /// From the quote that opens a string to the one that closes it.
+    bool rest_of_string() {
+        for (++at_; at_ < text_.size(); ++at_) {
+            if (text_[at_] == '"') return true;
+            if (text_[at_] == '\\') ++at_;
+        }
+        return false;
+    }
+
+    std::string_view text_;
+    std::size_t at_ = 0;
+};
+
+}  // namespace
+
+std::optional<sections_t> cut(std::string_view text) {
+    sections_t sections;
+    bool has_blocks = false, has_links = false;
+    std::size_t kept = 0;  // the rest so far ends here
+    Walk walk(text);
+    if (!walk.take('{')) return std::nullopt;
+    do {
+        std::string_view key;
+        if (!walk.key(key) || !walk.take(':') || !walk.skip_blanks()) return std::nullopt;
+        if (key != "blocks" && key != "links") {
+            if (!walk.value()) return std::nullopt;
+            continue;
+        }
+        bool& seen = key == "blocks" ? has_blocks : has_links;
+        if (seen || !walk.take('[')) return std::nullopt;
+        seen = true;
+        sections.rest += walk.from(kept);
+        if (!walk.elements(key == "blocks" ? sections.blocks : sections.links)) return std::nullopt;
+        kept = walk.at();
+        if (!walk.take(']') || !walk.skip_blanks()) return std::nullopt;
+    } while (walk.is(',') && walk.take(','));
+    if (!has_blocks || !walk.is('}')) return std::nullopt;
+    sections.rest += text.substr(kept);
+    return sections;
+}
+
+}  // namespace tessel::json

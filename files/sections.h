@@ -1,0 +1,22 @@
+// The text of a model file cut where it is long, so that it need not be in memory as a whole document.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tessel::json {
+
+/// Where the elements of a file's lists are. They point into the file's text.
+struct sections_t {
+    std::vector<std::string_view> blocks;
+    std::vector<std::string_view> links;
+    std::string rest;  ///< the document with both lists empty
+};
+
+/// Cuts a document that is an object with one list "blocks" and at most one list "links"; empty for any other. Whether
+/// the pieces are JSON shows when they are parsed: the document is JSON when all of them are.
+std::optional<sections_t> cut(std::string_view text);
+
+}  // namespace tessel::json
