@@ -249,7 +249,7 @@ setup_t measure_setup(const std::filesystem::path& file) {
 
 void measure_setups() {
     double previous = 0;
-    for (const std::size_t chains : {std::size_t{100}, std::size_t{1000}, std::size_t{10000}}) {
+    for (const std::size_t chains : {std::size_t{100}, std::size_t{1000}, std::size_t{10000}, std::size_t{25000}}) {
         const std::string text = bench::chain_farm(chains, 1);
         const bench::TemporaryFile file(text);
         std::vector<setup_t> runs;
@@ -259,7 +259,8 @@ void measure_setups() {
         const setup_t& s = runs[runs.size() / 2];
         const double blocks = 8.0 * static_cast<double>(chains);
         line(format("| {} | {:.4f} | {:.4f} | {:.4f} | {:.4f} | {:.4f} | {} | {:.0f} |", chains, s.load, s.compile,
-                    s.build, s.first_step, total(s), previous > 0 ? format("{:.1f}", total(s) / previous) : "",
+                    s.build, s.first_step, total(s),
+                    previous > 0 && chains <= 10000 ? format("{:.1f}", total(s) / previous) : "",
                     (s.peak_bytes - static_cast<double>(text.size())) / blocks));
         previous = total(s);
     }

@@ -67,6 +67,7 @@ struct dead_t {
     const char* code = nullptr;  // null when it is told already
     const edge_t* edge = nullptr;
     const node_t* about = nullptr;
+    bool followed = false;  // the link that counts when the cast which it leads to goes out of the diagram
     std::string what;
     std::string mend;
 };
@@ -106,6 +107,7 @@ private:
         const std::size_t dst = destination(wire, dst_port, dead);
         if (wire.told) dead.about = nullptr;
         else src = source(wire, src_port, dead);
+        dead.followed = dst != none && !wire.lost && at(dst).is(hash_cast) && fed_casts_.insert(dst).second;
         if (src == none || dst == none) {
             wire.told = true;
             dead_.push_back(std::move(dead));
@@ -223,8 +225,12 @@ private:
         std::string what = dead.what;
         if (starves && dead.about != &at(dead.node)) what += "; " + input + " stays without a source";
         else if (starves) what += tessel::format("; input {} stays without a source", dead.port);
-        report_.at_link(dead.code, starves ? severity_t::error : severity_t::warning, *dead.edge, dead.about, what,
-                        dead.mend);
+        const bool starves_behind = !starves && dead.followed;
+        if (starves_behind)
+            what += tessel::format("; it is the first link into {}, and what stands behind that stays without a source",
+                                   at(dead.node).path);
+        report_.at_link(dead.code, starves || starves_behind ? severity_t::error : severity_t::warning, *dead.edge,
+                        dead.about, what, dead.mend);
     }
 
     const graph_t& graph_;
@@ -233,6 +239,7 @@ private:
     live_index_t index_;
     InnerPorts inner_;
     std::vector<dead_t> dead_;
+    std::unordered_set<std::size_t> fed_casts_;
 };
 
 /// "0", "0 and 2", "0, 1, 2 and 5 more".

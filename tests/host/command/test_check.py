@@ -285,7 +285,7 @@ class Alarms(CheckTest):
     # of each hazard, the codes that stand for it, and whether it keeps a model from running
     HAZARDS = {
         "cast_behind_dead_input": ({"Z203", "Z223"}, False),
-        "cast_behind_dead_link": (set(), True),  # by the result of the compile
+        "cast_behind_dead_link": ({"Z203"}, True),
         "duplicate_ids": ({"Z114", "Z218"}, False),
         "eight_inputs": (set(), False),
         "enables": ({"Z409", "Z410"}, False),
