@@ -1,5 +1,6 @@
 // zarn blocks: the block classes.
 
+#include <CLI/App.hpp>
 #include <algorithm>
 #include <map>
 #include <nlohmann/json.hpp>

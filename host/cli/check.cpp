@@ -1,6 +1,7 @@
 // zarn check: every problem of a model in one go.
 
 #include <unistd.h>
+#include <CLI/App.hpp>
 
 #include <iostream>
 #include <sstream>

@@ -1,5 +1,6 @@
 // zarn diff: compares two recordings.
 
+#include <CLI/App.hpp>
 #include <algorithm>
 #include <cerrno>
 #include <cmath>

@@ -1,5 +1,6 @@
 // zarn draw: the picture of a model.
 
+#include <CLI/App.hpp>
 #include <nlohmann/json.hpp>
 #include <set>
 

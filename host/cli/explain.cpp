@@ -1,5 +1,6 @@
 // zarn explain: the order of stepping, and why it is that order.
 
+#include <CLI/App.hpp>
 #include <iostream>
 #include <sstream>
 

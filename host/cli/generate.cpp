@@ -1,6 +1,7 @@
 // zarn generate: a model as a stand-alone C or Python project.
 
 #include <unistd.h>
+#include <CLI/App.hpp>
 
 #include <cerrno>
 #include <filesystem>

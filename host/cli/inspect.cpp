@@ -1,5 +1,6 @@
 // zarn inspect: the model as the library sees it after load and compile.
 
+#include <CLI/App.hpp>
 #include <nlohmann/json.hpp>
 
 #include "core/format.h"

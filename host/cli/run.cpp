@@ -1,6 +1,7 @@
 // zarn run: steps a model and shows, records and draws its signals.
 
 #include <unistd.h>
+#include <CLI/App.hpp>
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,7 @@
 #include "host/cli/session.h"
 
 #include <unistd.h>
+#include <CLI/App.hpp>
 
 #include <cerrno>
 #include <cmath>

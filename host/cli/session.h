@@ -1,7 +1,6 @@
 // One call of the command: its common options, the bridge to the workspace, and the model at hand.
 #pragma once
 
-#include <CLI/App.hpp>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -14,6 +13,10 @@
 #include "PropertiesModel.h"
 #include "core/result.h"
 #include "host/cli/limits.h"
+
+namespace CLI {
+class App;
+}
 
 namespace zarn {
 

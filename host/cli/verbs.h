@@ -4,7 +4,9 @@
 // work and stores the exit status (see status_t in host/cli/session.h).
 #pragma once
 
-#include <CLI/App.hpp>
+namespace CLI {
+class App;
+}
 
 namespace zarn {
 

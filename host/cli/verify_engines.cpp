@@ -1,5 +1,6 @@
 // zarn verify-engines: both ways of stepping a model must give the same bits.
 
+#include <CLI/App.hpp>
 #include <cstring>
 #include <optional>
 

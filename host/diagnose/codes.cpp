@@ -250,7 +250,7 @@ constexpr std::array codes{
     code_t{"Z501", "no-identifier", "A name is no identifier in generated code",
            "warning; a note for letters beyond ASCII",
            "Generated C and Python use the block's name, with its id behind it, as the name of a variable, "
-           "and print it in texts.",
+           "and print it in texts. Any other character breaks that code or makes the name a part of it.",
            "Use letters, digits and _, with no digit first."},
     code_t{"Z502", "same-path", "Two blocks have one path",
            "note; a warning for subsystems, which share one object in the workspace",
