@@ -38,7 +38,7 @@ asan:
 	LSAN_OPTIONS=suppressions=$(CURDIR)/tools/lsan-python.supp:print_suppressions=0 UBSAN_OPTIONS=print_stacktrace=1 \
 	    ctest --test-dir build/asan -j $(JOBS) --output-on-failure
 
-# the part of it that fits into CI: what reads files, compiles, runs and generates, without the tables of all kernels
+# the quicker part of it: what reads files, compiles, runs and generates, without the tables of all kernels
 asan-quick:
 	@tools/setup.sh clang libclang-rt-dev
 	cmake --preset asan -B build/asan-quick -DBLOCKS_PYTHON=OFF > /dev/null
