@@ -96,7 +96,8 @@ void check_identifier(const node_t& node, Report& report) {
     if (!odd.empty() || digit)
         report.at_block(
             "Z501", severity_t::warning, node,
-            tessel::format("the name {} is no identifier: {}, and it becomes a part of generated code as it is", in_quotes(name),
+            tessel::format("the name {} is no identifier: {}, and it becomes a part of generated code as it is",
+                           in_quotes(name),
                            digit ? std::string("it begins with a digit") : "it holds " + in_quotes(odd)),
             "use letters, digits and _, with no digit first");
     else if (foreign)
