@@ -1,0 +1,46 @@
+#include "files/sections.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace tessel::json {
+namespace {
+
+using pieces_t = std::vector<std::string_view>;
+
+TEST(Sections, ListsAreCutAndTheRestIsKept) {
+    const auto cut_up =
+        cut(R"( {"a": [1, {"blocks": [2]}], "blocks": [{"x": "],}\"["}, [3, 4]], "links":[7] , "m": {}} )");
+    ASSERT_TRUE(cut_up);
+    EXPECT_EQ(cut_up->blocks, (pieces_t{R"({"x": "],}\"["})", " [3, 4]"}));
+    EXPECT_EQ(cut_up->links, (pieces_t{"7"}));
+    EXPECT_EQ(cut_up->rest, R"( {"a": [1, {"blocks": [2]}], "blocks": [], "links":[] , "m": {}} )");
+}
+
+TEST(Sections, EmptyListsHaveNoElements) {
+    const auto cut_up = cut(R"({"blocks": [ ], "links": []})");
+    ASSERT_TRUE(cut_up);
+    EXPECT_TRUE(cut_up->blocks.empty());
+    EXPECT_TRUE(cut_up->links.empty());
+}
+
+TEST(Sections, WhatIsNoJsonStaysInAPieceOrInTheRest) {
+    const auto trailing = cut(R"({"blocks": [1,]})");
+    ASSERT_TRUE(trailing);
+    EXPECT_EQ(trailing->blocks, (pieces_t{"1", ""}));
+    const auto behind = cut(R"({"blocks": []} {)");
+    ASSERT_TRUE(behind);
+    EXPECT_EQ(behind->rest, R"({"blocks": []} {)");
+}
+
+TEST(Sections, OtherDocumentsAreLeftWhole) {
+    for (const char* text :
+         {"", " ", "[]", "{", "{}", R"({"links": []})", R"({"blocks": {}})", R"({"blocks": 1})", R"({"blocks": []x})",
+          R"({"blocks": [], "blocks": []})", R"({"blocks": [], "links": {}})", R"({"blo\u0063ks": []})",
+          R"({"blocks": [}])", R"({"blocks": ["a)", R"({"blocks": ["\)", R"({"blocks" [])", R"({"blocks": [1)"})
+        EXPECT_FALSE(cut(text)) << text;
+}
+
+}  // namespace
+}  // namespace tessel::json
