@@ -3,12 +3,14 @@
 #include "json.h"
 
 #include <exception>
+#include <filesystem>
 #include <iterator>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <unordered_set>
 #include <vector>
 
@@ -20,6 +22,7 @@
 #include "core/python.h"
 #include "core/str.h"
 #include "factory.h"
+#include "files/links.h"
 #include "files/sections.h"
 #include "framework/json_number.h"
 #include "model/MetaModel.h"
@@ -28,8 +31,11 @@ namespace tessel::json {
 namespace {
 
 std::string read_whole(std::string_view path) {
-    sys::File file(std::filesystem::path(path), sys::file_read);
+    const std::filesystem::path name(path);
+    sys::File file(name, sys::file_read);
     std::string text;
+    std::error_code unknown;  // as of a pipe, which grows as it is read
+    if (const auto size = std::filesystem::file_size(name, unknown); !unknown) text.reserve(size);
     while (const char* line = file.readline()) text.append(line, file.line_length());
     return text;
 }
@@ -67,6 +73,9 @@ std::optional<staged_t> stage(std::string_view text) {
     try {
         staged_t staged;
         staged.rest = nlohmann::json::parse(sections->rest);
+        auto links = read_links(sections->links);
+        if (!links) return std::nullopt;
+        staged.links = std::move(*links);
         staged.blocks.reserve(sections->blocks.size());
         for (const std::string_view piece : sections->blocks) {
             auto element = nlohmann::json::parse(piece);
@@ -76,14 +85,6 @@ std::optional<staged_t> stage(std::string_view text) {
             block->import_json(*first);
             staged.blocks.push_back(std::move(block));
         }
-        PropertiesModel links;
-        links.links.reserve(sections->links.size());
-        auto one = nlohmann::json{{"links", nlohmann::json::array({nullptr})}};
-        for (const std::string_view piece : sections->links) {
-            one["links"][0] = nlohmann::json::parse(piece);
-            links.import_json(one, false);
-        }
-        staged.links = std::move(links.links);
         return staged;
     } catch (const std::exception&) {
         return std::nullopt;

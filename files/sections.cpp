@@ -59,6 +59,11 @@ public:
         return false;
     }
     /// From behind the bracket that opens a list to the one that closes it.
+    bool list() {
+        while (value() && is(',')) ++at_;
+        return is(']');
+    }
+    /// The same, with what is in between.
     bool elements(std::vector<std::string_view>& found) {
         for (;; ++at_) {
             const std::size_t begin = at_;
@@ -103,9 +108,11 @@ std::optional<sections_t> cut(std::string_view text) {
         if (seen || !walk.take('[')) return std::nullopt;
         seen = true;
         sections.rest += walk.from(kept);
-        if (!walk.elements(key == "blocks" ? sections.blocks : sections.links)) return std::nullopt;
+        const std::size_t begin = walk.at();
+        if (key == "blocks" ? !walk.elements(sections.blocks) : !walk.list()) return std::nullopt;
         kept = walk.at();
         if (!walk.take(']') || !walk.skip_blanks()) return std::nullopt;
+        if (key == "links") sections.links = text.substr(begin - 1, kept - begin + 2);
     } while (walk.is(',') && walk.take(','));
     if (!has_blocks || !walk.is('}')) return std::nullopt;
     sections.rest += text.substr(kept);

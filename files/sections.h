@@ -8,11 +8,11 @@
 
 namespace tessel::json {
 
-/// Where the elements of a file's lists are. They point into the file's text.
+/// Where a file's lists are. Everything but the rest points into the file's text.
 struct sections_t {
-    std::vector<std::string_view> blocks;
-    std::vector<std::string_view> links;
-    std::string rest;  ///< the document with both lists empty
+    std::vector<std::string_view> blocks;  ///< the elements
+    std::string_view links = "[]";         ///< the list with its brackets
+    std::string rest;                      ///< the document with both lists empty
 };
 
 /// Cuts a document that is an object with one list "blocks" and at most one list "links"; empty for any other. Whether
