@@ -15,8 +15,8 @@ namespace tessel {
 template <class T>
 class IdIndex {
 public:
-    /// Has room for `most` ids.
-    explicit IdIndex(std::size_t most) : slots_(std::bit_ceil(2 * most + group)), mask_(slots_.size() - 1) {}
+    /// Has room for `most` ids: at least a third more slots than these.
+    explicit IdIndex(std::size_t most) : slots_(std::bit_ceil(most + most / 3 + group)), mask_(slots_.size() - 1) {}
 
     /// Adds a pointer, which is not null.
     void add(std::uint64_t id, T* value) noexcept {

@@ -62,14 +62,18 @@ ExecBlock* ExecModel::find_block(std::uint64_t id) const noexcept {
 }
 
 result_t ExecModel::run() noexcept {
+    bind();
+    const auto setting = [this](const char* key) { return properties->get(key).payload<double>(); };
+    const double ti = setting("ti"), tf = setting("tf"), ts = setting("ts");
+    return blocks.size() < parallel_objects ? run_serial(ti, tf, ts) : run_parallel(ti, tf, ts);
+}
+
+void ExecModel::bind() {
     IdIndex<ExecBlock> index(blocks.size());
     for (const auto& block : blocks)
         if (block != nullptr) index.add(block->id(), block.get());
     wire(index);
     set_enables(index);
-    const auto setting = [this](const char* key) { return properties->get(key).payload<double>(); };
-    const double ti = setting("ti"), tf = setting("tf"), ts = setting("ts");
-    return blocks.size() < parallel_objects ? run_serial(ti, tf, ts) : run_parallel(ti, tf, ts);
 }
 
 void ExecModel::wire(const IdIndex<ExecBlock>& index) {
@@ -140,9 +144,11 @@ result_t ExecModel::run_serial(double ti, double tf, double ts) {
     }
     if (engine_ == engine_t::plan) {
         const PlanContext context = plan_context();
-        std::vector<std::size_t> all(context.objects().size());
-        std::iota(all.begin(), all.end(), std::size_t{0});
-        Plan plan(context, all);
+        Plan plan = [&context] {
+            std::vector<std::size_t> all(context.objects().size());
+            std::iota(all.begin(), all.end(), std::size_t{0});
+            return Plan(context, all);
+        }();
         run_steps(ti, tf, ts, [&plan](double t) { plan.step(t); });
         context.store_outputs();
         plan.settle();

@@ -68,6 +68,8 @@ private:
     void run_steps(double ti, double tf, double ts, const Step& step);
     PlanContext plan_context() const;
 
+    /// Wires the inputs and hands out the flags; what it looks things up with goes before the run.
+    void bind();
     void wire(const IdIndex<ExecBlock>& index);
     void set_enables(const IdIndex<ExecBlock>& index);
     result_t run_serial(double ti, double tf, double ts);

@@ -149,6 +149,15 @@ Plan::Plan(const PlanContext& context, std::span<const std::size_t> positions) :
         const planned_t& object = context.objects()[positions[i]];
         return object.block->lowering() != nullptr ? object.gate : nullptr;
     };
+    std::size_t most = 0;  // operands: samplers and step of every input, object, output, a link before and behind
+    for (const std::size_t position : positions) {
+        const lowering_t* lowering = context.objects()[position].block->lowering();
+        most += lowering != nullptr ? 4 + 3 * std::size_t{lowering->inputs} : 1;
+    }
+    operands_.reserve(most);
+    objects_.reserve(positions.size());
+    settles_.reserve(positions.size());
+
     std::size_t i = 0;
     while (i < positions.size()) {
         const bool* gate = gate_of(i);
@@ -162,10 +171,6 @@ Plan::Plan(const PlanContext& context, std::span<const std::size_t> positions) :
     }
     segments_.shrink_to_fit();
     ops_.shrink_to_fit();
-    operands_.shrink_to_fit();
-    objects_.shrink_to_fit();
-    for (std::size_t n = 0; n < ops_.size(); ++n) ops_[n].operands = operands_.data() + offsets_[n];
-    offsets_ = {};
 }
 
 /// Lowers the objects from `begin` on that share a lowering and a gate, as loops over their inputs and one over their
@@ -232,7 +237,8 @@ std::size_t Plan::lower_stretch(const PlanContext& context, std::span<const std:
             steps.resize(stepped);
             break;
         }
-        objects_.push_back({object.block, settle});
+        objects_.push_back(object.block);
+        settles_.push_back(settle);
     }
 
     // inputs sampled by one loop each; their order does not matter, as each writes its own cell
@@ -250,8 +256,7 @@ void Plan::append(run_t run, std::span<const void* const> operands, std::size_t 
     const std::size_t first_op = segments_.empty() ? 0 : segments_.back().op_end;
     if (ops_.size() > first_op && ops_.back().run == run && run != &run_chain) ops_.back().count += objects;
     else {
-        ops_.push_back({run, nullptr, objects});
-        offsets_.push_back(operands_.size());
+        ops_.push_back({run, operands_.data() + operands_.size(), objects});
     }
     operands_.insert(operands_.end(), operands.begin(), operands.end());
 }
@@ -305,10 +310,10 @@ void Plan::settle() noexcept {
 
 void Plan::settle_segment(const segment_t& segment) noexcept {
     for (std::size_t i = segment.object_begin; i < segment.object_end; ++i) {
-        ExecBlock& block = *objects_[i].block;
+        ExecBlock& block = *objects_[i];
         block.set_time(segment.last);
-        if (objects_[i].settle == settle_t::sample) block.sample();
-        else if (objects_[i].settle == settle_t::pass_through)
+        if (settles_[i] == settle_t::sample) block.sample();
+        else if (settles_[i] == settle_t::pass_through)
             std::memcpy(block.input(0)->value_ptr(), block.output(0)->value_ptr(), size_of(block.input(0)->type()));
     }
 }

@@ -98,10 +98,6 @@ private:
         bool ran;
     };
     enum class settle_t : std::uint8_t { clock, sample, pass_through };
-    struct object_t {
-        ExecBlock* block;
-        settle_t settle;
-    };
 
     std::size_t lower_stretch(const PlanContext& context, std::span<const std::size_t> positions, std::size_t begin);
     void append(run_t run, std::span<const void* const> operands, std::size_t objects);
@@ -111,9 +107,9 @@ private:
 
     std::vector<segment_t> segments_;
     std::vector<op_t> ops_;
-    std::vector<const void*> operands_;
-    std::vector<std::size_t> offsets_;  // of each loop's operands, while they can still move
-    std::vector<object_t> objects_;
+    std::vector<const void*> operands_;  // never grows beyond what is reserved: the loops point into it
+    std::vector<ExecBlock*> objects_;
+    std::vector<settle_t> settles_;        // of the objects
     std::deque<std::uint64_t> converted_;  // cells of inputs whose source has another type
     std::size_t chain_room_ = 0;           // links that the chain at the end can still take
     const void* last_output_ = nullptr;    // of the chain at the end
