@@ -2,11 +2,10 @@
 // ratio to hand-written C of the same run.
 //
 //   bench_ways [--quick] [--out FILE]
+//   bench_ways --set-up FILE
 //   bench_ways --alone M1|M2|M3 c|objects|plan STEPS
 
 #include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
@@ -223,27 +222,26 @@ double resident_peak() {
     return static_cast<double>(usage.ru_maxrss) * 1024;
 }
 
-/// Set-up in a process of its own, whose peak memory is that of this set-up alone.
+/// Sets a model up and writes what that took for `measure_setup`.
+int set_up_alone(const std::string& file) {
+    const double before = resident_peak();
+    Ready ready(file);
+    const double begin = bench::seconds();
+    ready.exec->run();
+    const double first_step = bench::seconds() - begin;
+    std::printf("%.9g %.9g %.9g %.9g %.0f\n", ready.load_s, ready.compile_s, ready.build_s, first_step,
+                resident_peak() - before);
+    return 0;
+}
+
+/// Set-up in a process of its own, which has touched no memory before.
 setup_t measure_setup(const std::filesystem::path& file) {
-    int ends[2];
-    if (pipe(ends) != 0) return {};
-    std::fflush(stdout);
-    const pid_t child = fork();
-    if (child == 0) {
-        const double before = resident_peak();
-        Ready ready(file);
-        const double begin = bench::seconds();
-        ready.exec->run();
-        const setup_t result{ready.load_s, ready.compile_s, ready.build_s, bench::seconds() - begin,
-                             resident_peak() - before};
-        const auto written = write(ends[1], &result, sizeof result);
-        _exit(written == sizeof result ? 0 : 1);
-    }
-    close(ends[1]);
+    const auto self = std::filesystem::read_symlink("/proc/self/exe");
+    std::FILE* answer = popen(format("'{}' --set-up '{}'", self.string(), file.string()).c_str(), "r");
     setup_t result{};
-    if (read(ends[0], &result, sizeof result) != sizeof result) result = {};
-    close(ends[0]);
-    waitpid(child, nullptr, 0);
+    const bool whole = answer != nullptr && std::fscanf(answer, "%lf %lf %lf %lf %lf", &result.load, &result.compile,
+                                                        &result.build, &result.first_step, &result.peak_bytes) == 5;
+    if (answer == nullptr || pclose(answer) != 0 || !whole) throw std::runtime_error("a set-up failed");
     return result;
 }
 
@@ -286,6 +284,7 @@ int run_alone(const std::string& model, const std::string& way, std::size_t step
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (argc == 3 && std::string(argv[1]) == "--set-up") return set_up_alone(argv[2]);
     if (argc == 5 && std::string(argv[1]) == "--alone") return run_alone(argv[2], argv[3], std::stoul(argv[4]));
     std::string out;
     for (int i = 1; i < argc; ++i) {
