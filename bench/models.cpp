@@ -116,6 +116,27 @@ std::string chain_farm(std::size_t chains, std::size_t steps) {
     return f.text(final_time(steps));
 }
 
+std::string wide_zones(std::size_t zones, std::size_t width, std::size_t steps) {
+    File f;
+    const auto factor = f.block("constant", 0, text_parameter("expression", 0.97));
+    const auto offset = f.block("constant", 0, text_parameter("expression", 0.01));
+    for (std::size_t n = 0; n < width; ++n) {
+        auto last = f.block("sinewave", 0,
+                            text_parameter("frequency", 0.5 + 0.01 * static_cast<double>(n % 100)) + "," +
+                                text_parameter("phase", static_cast<double>(n % 63)));
+        for (std::size_t zone = 1; zone < zones; ++zone) {
+            const bool table = zone % 3 == 0;
+            const auto next =
+                table ? f.block("lut1d", 1, R"("bp1":"[-1.0,-0.4,0.0,0.5,1.2]","out":"[-0.8,-0.5,0.1,0.4,1.0]")")
+                      : f.block(zone % 3 == 1 ? "multiply" : "add", 2);
+            f.link(last, next, 0);
+            if (!table) f.link(zone % 3 == 1 ? factor : offset, next, 1);
+            last = next;
+        }
+    }
+    return f.text(final_time(steps));
+}
+
 std::string typed_farm(std::size_t chains, std::size_t steps, const char* input, const char* state) {
     File f;
     for (std::size_t n = 0; n < chains; ++n) {

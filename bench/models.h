@@ -25,4 +25,8 @@ std::uint64_t chain_output(std::size_t i);
 /// `input` at the constants and `state` at the delays.
 std::string typed_farm(std::size_t chains, std::size_t steps, const char* input, const char* state);
 
+/// The model file of `width` chains of `zones` blocks each, one in every zone: sine, then factor, offset and table in
+/// turn. The factor and the offset are one constant each for all chains.
+std::string wide_zones(std::size_t zones, std::size_t width, std::size_t steps);
+
 }  // namespace bench

@@ -21,6 +21,7 @@
 #include "bench/engine.h"
 #include "bench/models.h"
 #include "bench/reference.h"
+#include "bench/step_clock.h"
 #include "core/format.h"
 #include "core/thread_pool.h"
 
@@ -56,26 +57,6 @@ std::vector<timing_t> time_in_turn(const std::vector<std::function<double()>>& w
     return result;
 }
 
-/// Takes the time between the first and the last step of a run: what a step costs, without set-up.
-class StepClock final : public tessel::RunMonitor {
-public:
-    bool step_done(double) noexcept override {
-        last_ = bench::seconds();
-        if (count_++ == 0) first_ = last_;
-        return true;
-    }
-    bool looks_at_cells() const noexcept override { return false; }
-    double seconds_per_step() {
-        const double result = (last_ - first_) / static_cast<double>(count_ - 1);
-        count_ = 0;
-        return result;
-    }
-
-private:
-    double first_ = 0, last_ = 0;
-    std::size_t count_ = 0;
-};
-
 std::string report;
 
 void line(const std::string& text) {
@@ -94,7 +75,7 @@ struct case_t {
 
 /// Seconds per step of a run of the engine. The clock is read once a step, which a step of a few blocks would notice,
 /// so for those the whole run counts, whose set-up is nothing beside a million steps.
-std::function<double()> way_of(Ready& ready, engine_t engine, std::size_t steps, StepClock* clock) {
+std::function<double()> way_of(Ready& ready, engine_t engine, std::size_t steps, bench::StepClock* clock) {
     ready.model().set_engine(engine);
     ready.model().set_monitor(clock);
     return [&ready, steps, clock] {
@@ -108,7 +89,7 @@ std::function<double()> way_of(Ready& ready, engine_t engine, std::size_t steps,
 void compare_ways(const case_t& model) {
     const bench::TemporaryFile file(model.file_text);
     Ready objects(file.path()), plan(file.path());
-    StepClock clocks[2];
+    bench::StepClock clocks[2];
     const bool clocked = model.blocks > 100;
     const auto by_hand = [&] {
         const double begin = bench::seconds();
@@ -140,7 +121,7 @@ void compare_types() {
                              {"int16 and flt32", "int16", "flt32"}};
     std::vector<std::unique_ptr<Ready>> models;
     std::vector<std::function<double()>> runs;
-    std::vector<StepClock> clocks(std::size(types));
+    std::vector<bench::StepClock> clocks(std::size(types));
     for (std::size_t i = 0; i < std::size(types); ++i) {
         const bench::TemporaryFile file(bench::typed_farm(chains, steps, types[i].input, types[i].state));
         models.push_back(std::make_unique<Ready>(file.path()));

@@ -9,6 +9,8 @@
 #include <thread>
 #include <vector>
 
+#include "core/spin.h"
+
 namespace tessel::sys {
 namespace {
 
@@ -31,27 +33,6 @@ struct WorkItem::impl_t {
 };
 
 namespace {
-
-/// How often a thread looks for work, or for the end of it, before it sleeps: some tens of microseconds, which is
-/// longer than the gap between two zones of a step and shorter than anybody notices.
-constexpr int patience = 4000;
-
-void relax() noexcept {
-#if defined(__x86_64__)
-    __builtin_ia32_pause();
-#else
-    std::this_thread::yield();
-#endif
-}
-
-template <class Ready>
-bool spin_until(const Ready& ready) noexcept {
-    for (int i = 0; i < patience; ++i) {
-        if (ready()) return true;
-        relax();
-    }
-    return false;
-}
 
 /// The process's workers. They spin for a while and then sleep while nothing is submitted, and are joined when the
 /// process ends.

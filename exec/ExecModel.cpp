@@ -8,6 +8,7 @@
 
 #include "exec/parallel_for_each.h"
 #include "exec/plan.h"
+#include "exec/team.h"
 
 namespace tessel {
 namespace {
@@ -21,6 +22,28 @@ void step_object(ExecBlock& block, double t) noexcept {
     block.sample();
     block.step();
 }
+
+/// The objects of one zone, and the threads' shares of them: each thread has as many neighbouring chunks of the
+/// partition as it has at once. A zone that is done sooner than another thread hears of it is not shared.
+struct shared_zone_t {
+    std::vector<std::size_t> objects;  // positions
+    partition_t part;
+    std::size_t shares;
+
+    shared_zone_t(std::vector<std::size_t> positions, unsigned threads)
+        : objects(std::move(positions)),
+          part(partition_t::of(objects.size(), threads)),
+          shares(objects.size() < narrow * threads ? 1 : threads) {}
+
+    std::span<const std::size_t> share(std::size_t i) const noexcept {
+        const std::span<const std::size_t> all(objects);
+        const std::size_t chunks = part.chunks / shares;
+        const std::size_t begin = part.begin_of(i * chunks);
+        return all.subspan(begin, part.end_of(i * chunks + chunks - 1) - begin);
+    }
+
+    static constexpr std::size_t narrow = 128;  // objects for each thread
+};
 
 /// Whether a port that `input` gave, which knows the flat list of all ports, is an output.
 bool is_output(ExecBlock& block, const ExecPort* port) noexcept {
@@ -136,6 +159,28 @@ void ExecModel::run_steps(double ti, double tf, double ts, const Step& step) {
     }
 }
 
+template <class Zones, class Share>
+void ExecModel::run_zones(const Zones& zones, unsigned threads, double ti, double tf, double ts,
+                          const Share& step_share) {
+    struct phase_t {
+        const Share& step_share;
+        std::size_t zone;
+        double t;
+    } phase{step_share, 0, ti};
+    const auto part = [](void* p, std::size_t i) {
+        const auto& now = *static_cast<const phase_t*>(p);
+        now.step_share(now.zone, i, now.t);
+    };
+    Team team(threads, part, &phase);
+    run_steps(ti, tf, ts, [&](double t) {
+        phase.t = t;
+        for (phase.zone = 0; phase.zone < zones.size(); ++phase.zone) {
+            if (zones[phase.zone].shares == 1) step_share(phase.zone, 0, t);
+            else team.run_phase();
+        }
+    });
+}
+
 result_t ExecModel::run_serial(double ti, double tf, double ts) {
     for (const auto& block : blocks) {
         if (block == nullptr) continue;
@@ -164,49 +209,38 @@ result_t ExecModel::run_serial(double ti, double tf, double ts) {
 }
 
 result_t ExecModel::run_parallel(double ti, double tf, double ts) {
-    std::map<std::int32_t, std::vector<ExecBlock*>> zones;
-    std::map<std::int32_t, std::vector<std::size_t>> positions;  // the same, as positions among the objects
-    std::size_t count = 0;
+    const unsigned threads = sys::hardware_threads();
+    std::vector<ExecBlock*> objects;
+    std::map<std::int32_t, std::vector<std::size_t>> members;  // of each zone, as positions among the objects
     for (const auto& block : blocks) {
         if (block == nullptr) continue;
-        const std::int32_t zone = block->zone();
-        zones[zone].push_back(block.get());
-        positions[zone].push_back(count++);
+        members[block->zone()].push_back(objects.size());
+        objects.push_back(block.get());
     }
-    const auto wide = std::ranges::count_if(zones, [](const auto& zone) { return zone.second.size() > wide_zone; });
+    const auto wide = std::ranges::count_if(members, [](const auto& zone) { return zone.second.size() > wide_zone; });
     if (static_cast<std::size_t>(wide) < wide_zones) return run_serial(ti, tf, ts);
+    std::vector<shared_zone_t> zones;
+    for (auto& [zone, positions] : members) zones.emplace_back(std::move(positions), threads);
 
     parallel_for_each(blocks, [ti](ExecBlock& block) {
         block.set_time(ti);
         block.start();
     });
     if (engine_ == engine_t::plan) {
-        // one plan for each chunk of each zone
-        struct zone_plan_t {
-            partition_t part;
-            std::vector<Plan> chunks;
-        };
         const PlanContext context = plan_context();
-        std::vector<zone_plan_t> plans;
-        for (const auto& [zone, members] : positions) {
-            const std::span<const std::size_t> all(members);
-            const auto part = partition_t::of(all.size(), sys::hardware_threads());
-            plans.push_back({part, {}});
-            for (std::size_t i = 0; i < part.chunks; ++i)
-                plans.back().chunks.emplace_back(context,
-                                                 all.subspan(part.begin_of(i), part.end_of(i) - part.begin_of(i)));
+        std::vector<std::vector<Plan>> plans;
+        for (const shared_zone_t& zone : zones) {
+            auto& own = plans.emplace_back();
+            for (std::size_t i = 0; i < zone.shares; ++i) own.emplace_back(context, zone.share(i));
         }
-        run_steps(ti, tf, ts, [&plans](double t) {
-            for (zone_plan_t& zone : plans)
-                parallel_for_parts(zone.chunks.size(), [&zone, t](std::size_t i) { zone.chunks[i].step(t); });
-        });
+        run_zones(zones, threads, ti, tf, ts,
+                  [&plans](std::size_t z, std::size_t i, double t) { plans[z][i].step(t); });
         context.store_outputs();
-        for (zone_plan_t& zone : plans)
-            for (Plan& chunk : zone.chunks) chunk.settle();
+        for (auto& zone : plans)
+            for (Plan& plan : zone) plan.settle();
     } else {
-        run_steps(ti, tf, ts, [&zones](double t) {
-            for (const auto& [zone, objects] : zones)
-                parallel_for_each(objects, [t](ExecBlock& block) { step_object(block, t); });
+        run_zones(zones, threads, ti, tf, ts, [&](std::size_t z, std::size_t i, double t) {
+            for (const std::size_t position : zones[z].share(i)) step_object(*objects[position], t);
         });
     }
     parallel_for_each(blocks, [](ExecBlock& block) { block.finish(); });

@@ -66,6 +66,9 @@ private:
     /// The loop over time of a run: resets the flags and calls `step(t)`.
     template <class Step>
     void run_steps(double ti, double tf, double ts, const Step& step);
+    /// The same zone by zone; `step_share(zone, share, t)` is called on several threads at once for the shares of one.
+    template <class Zones, class Share>
+    void run_zones(const Zones& zones, unsigned threads, double ti, double tf, double ts, const Share& step_share);
     PlanContext plan_context() const;
 
     /// Wires the inputs and hands out the flags; what it looks things up with goes before the run.
