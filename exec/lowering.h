@@ -18,7 +18,8 @@ using link_step_t = void (*)(const void* const* operands, double t, double last)
 ///   the cell of its output, if it has one: `has_output`
 ///   for each of its `inputs` the cell to read, which holds a value of that input port's type.
 /// The cells need not be those of the ports: the run brings these up to date where somebody can look. `run` does what
-/// `step` does after `sample`. A null `run` says that a step does nothing. Input ports are `Port<T>`s.
+/// `step` does after `sample`. A null `run` says that a step does nothing. Input ports are `Port<T>`s. An object with a
+/// `run` and no output only takes in values: where nobody looks, the run steps it later in the same step.
 struct lowering_t {
     void (*run)(const void* const* operands, std::size_t count, double t) noexcept;
     std::uint8_t inputs;

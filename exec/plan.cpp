@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
 #include <type_traits>
 
 #include "core/convert.h"
@@ -145,10 +146,6 @@ bool PlanContext::keeps_sample(std::size_t from, std::size_t to) const noexcept 
 }
 
 Plan::Plan(const PlanContext& context, std::span<const std::size_t> positions) : watched_(context.watched()) {
-    const auto gate_of = [&](std::size_t i) {
-        const planned_t& object = context.objects()[positions[i]];
-        return object.block->lowering() != nullptr ? object.gate : nullptr;
-    };
     std::size_t most = 0;  // operands: samplers and step of every input, object, output, a link before and behind
     for (const std::size_t position : positions) {
         const lowering_t* lowering = context.objects()[position].block->lowering();
@@ -158,12 +155,18 @@ Plan::Plan(const PlanContext& context, std::span<const std::size_t> positions) :
     objects_.reserve(positions.size());
     settles_.reserve(positions.size());
 
-    std::size_t i = 0;
-    while (i < positions.size()) {
-        const bool* gate = gate_of(i);
+    const auto gate_of = [&](std::size_t i) {
+        const planned_t& object = context.objects()[positions[i]];
+        return object.block->lowering() != nullptr ? object.gate : nullptr;
+    };
+    std::size_t end = 0;
+    for (std::size_t begin = 0; begin < positions.size(); begin = end) {
+        const bool* gate = gate_of(begin);
+        do ++end;
+        while (end < positions.size() && gate != nullptr && gate_of(end) == gate);
         segment_t segment{gate, 0, objects_.size(), 0, 0.0, false};
-        do i = lower_stretch(context, positions, i);
-        while (i < positions.size() && gate != nullptr && gate_of(i) == gate);
+        const auto order = sinks_last(context, positions.subspan(begin, end - begin));
+        for (std::size_t i = 0; i < order.size();) i = lower_stretch(context, order, i);
         end_chain();
         segment.op_end = ops_.size();
         segment.object_end = objects_.size();
@@ -171,6 +174,27 @@ Plan::Plan(const PlanContext& context, std::span<const std::size_t> positions) :
     }
     segments_.shrink_to_fit();
     ops_.shrink_to_fit();
+}
+
+/// The same objects, with those at the end that only take in what earlier ones put out, equal ones together: probes
+/// behind every other block would take each loop apart. Nobody sees them do so later in the step.
+std::vector<std::size_t> Plan::sinks_last(const PlanContext& context, std::span<const std::size_t> positions) {
+    std::vector<std::size_t> order(positions.begin(), positions.end());
+    if (context.looked_at()) return order;
+    const auto lowering_of = [&context](std::size_t position) { return context.objects()[position].block->lowering(); };
+    const auto can_wait = [&](std::size_t position) {
+        const lowering_t* lowering = lowering_of(position);
+        if (lowering == nullptr || lowering->has_output || lowering->run == nullptr) return false;
+        for (std::int16_t n = 0; n < lowering->inputs; ++n) {
+            ExecPort* input = context.objects()[position].block->input(n);
+            if (context.is_gate(input->value_ptr())) return false;
+            if (input->source() != nullptr && context.owner_of(input->source()) >= position) return false;
+        }
+        return true;
+    };
+    const auto sinks = std::ranges::stable_partition(order, std::not_fn(can_wait));
+    std::ranges::stable_sort(sinks, std::less{}, lowering_of);
+    return order;
 }
 
 /// Lowers the objects from `begin` on that share a lowering and a gate, as loops over their inputs and one over their
@@ -227,7 +251,8 @@ std::size_t Plan::lower_stretch(const PlanContext& context, std::span<const std:
                     if (lazy && !context.watched()) cell = &converted_.emplace_back();
                     if (foreign) samplers.push_back({pull(port->type()), {port, nullptr}, 1});
                     else samplers.push_back({conversion(port->type(), source->type()), {cell, source_cell}, 2});
-                    inside = inside || foreign || (owner >= positions[begin] && owner < position);
+                    inside =
+                        inside || foreign || (lowering->has_output && owner >= positions[begin] && owner < position);
                 }
             }
             steps.push_back(cell);

@@ -34,6 +34,8 @@ public:
     const std::vector<planned_t>& objects() const noexcept { return objects_; }
     /// Whether an object without a lowering takes part: it may look at any cell when its turn comes.
     bool watched() const noexcept { return watched_; }
+    /// Whether anybody can look at what the objects do in the middle of a step or between two.
+    bool looked_at() const noexcept { return outputs_in_ports_; }
     /// Whether the cell at that address is a flag that gates an object.
     bool is_gate(const void* cell) const noexcept;
     /// The position of the lowered object with that output port; `nowhere` for a foreign port.
@@ -99,6 +101,7 @@ private:
     };
     enum class settle_t : std::uint8_t { clock, sample, pass_through };
 
+    static std::vector<std::size_t> sinks_last(const PlanContext& context, std::span<const std::size_t> positions);
     std::size_t lower_stretch(const PlanContext& context, std::span<const std::size_t> positions, std::size_t begin);
     void append(run_t run, std::span<const void* const> operands, std::size_t objects);
     void append_links(const lowering_t& lowering, std::span<const void* const> operands);

@@ -4,6 +4,8 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <memory_resource>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -32,7 +34,7 @@ public:
     virtual ~Recording() = default;
     virtual tessel::type_t type() const noexcept = 0;
     std::uint64_t size() const noexcept;
-    const std::vector<stretch_t>& stretches() const noexcept { return stretches_; }
+    std::vector<stretch_t> stretches() const;
     /// Whether a value was recorded in each of the first `steps` steps.
     bool is_complete(std::uint64_t steps) const noexcept;
     /// All values, one behind the other.
@@ -40,7 +42,18 @@ public:
     virtual std::unique_ptr<char[]> as_bytes() const = 0;
 
 protected:
-    std::vector<stretch_t> stretches_;
+    explicit Recording(run_clock_t& clock) : clock_(&clock) {}
+
+    /// Begins a stretch at the step that the run is at. Raises `std::bad_alloc`.
+    void begin_stretch();
+
+    std::vector<stretch_t> stretches_;  // the last one's count is still open
+    // What a probe touches for every value, in one line of memory: a run with many probes would not find room for more
+    // in the cache near the core.
+    alignas(32) std::uint64_t expected_ = 0;  // the step that continues the last stretch
+    run_clock_t* clock_;
+    void* next_ = nullptr;  // where the next value goes
+    void* end_ = nullptr;
 };
 
 /// Reads a recording from its begin, in the order of the steps.
@@ -62,6 +75,16 @@ public:
     virtual const Recording& recording() const noexcept = 0;
     virtual std::unique_ptr<Reader> reader() const = 0;
     virtual tessel::ExecPort& port() noexcept = 0;
+
+    static void* operator new(std::size_t size, std::align_val_t alignment) {
+        return pool().allocate(size, static_cast<std::size_t>(alignment));
+    }
+    static void operator delete(void* probe, std::size_t size, std::align_val_t alignment) {
+        pool().deallocate(probe, size, static_cast<std::size_t>(alignment));
+    }
+
+private:
+    static std::pmr::memory_resource& pool();
 };
 
 /// A probe for values of a type, which counts its steps by `clock`.
