@@ -25,6 +25,7 @@
 #include <vector>
 
 #include "bench/engine.h"
+#include "bench/passes.h"
 #include "core/format.h"
 #include "model/MetaModel.h"
 #include "port.h"
@@ -82,25 +83,9 @@ std::string model_text(std::size_t chains, order_t order) {
 }
 
 /// What is timed, in the order of its happening.
-const std::vector<std::pair<const char*, tessel::result_t (MetaModel::*)() noexcept>> passes{
-    {"validate", &MetaModel::validate},
-    {"build_enable_map", &MetaModel::build_enable_map},
-    {"build_python_struct", &MetaModel::build_python_struct},
-    {"reroute_due_to_goto", &MetaModel::reroute_due_to_goto},
-    {"calculate_tiers", &MetaModel::calculate_tiers},
-    {"clear_link_flags", &MetaModel::clear_link_flags},
-    {"create_links", &MetaModel::create_links},
-    {"check_links", &MetaModel::check_links},
-    {"calculate_types", &MetaModel::calculate_types},
-    {"calculate_zones", &MetaModel::calculate_zones},
-    {"reroute_due_to_cast", &MetaModel::reroute_due_to_cast},
-    {"create_links again", &MetaModel::create_links},
-    {"check_links again", &MetaModel::check_links},
-};
-
 std::vector<std::string> stages() {
     std::vector<std::string> names{"load"};
-    for (const auto& pass : passes) names.emplace_back(pass.first);
+    for (const auto& pass : bench::passes) names.emplace_back(pass.first);
     for (const char* name : {"build_exec", "run, one step", altogether, "group_by_subsystem", walk})
         names.emplace_back(name);
     return names;
@@ -143,7 +128,7 @@ std::vector<double> measure(const std::filesystem::path& file) {
     model->set_properties(std::make_shared<tessel::PropertiesModel>());
     require(tessel::json::load(model.get(), file.string()), "load");
     lap();
-    for (const auto& [name, pass] : passes) {
+    for (const auto& [name, pass] : bench::passes) {
         require((meta.*pass)(), name);
         lap();
     }

@@ -14,25 +14,36 @@ out=bench/results.md
 } > "$out"
 # shellcheck disable=SC2086
 "$build/bench/bench_ways" $quick --out "$out"
-if command -v valgrind > /dev/null; then
-    {
-        echo
-        echo "## Instructions per block and step, by callgrind"
-        echo
-        tools/instructions.sh "$build"
-    } | tee -a "$out"
-fi
+table() { # HEADING PROGRAM...: a program that prints a table
+    echo
+    echo "## $1"
+    echo
+    shift
+    "$@"
+}
+figures() { # HEADING PROGRAM...: a program that prints plain text
+    echo
+    echo "## $1"
+    echo
+    shift
+    echo '```'
+    "$@" 2> /dev/null || echo "(status $?)"
+    echo '```'
+}
 {
+    # shellcheck disable=SC2086
+    table "Threads, 40 zones of 2,000 blocks" "$build/bench/bench_threads" $quick
+    # shellcheck disable=SC2086
+    [ ! -x "$build/bench/bench_recording" ] || table "Recording and files" "$build/bench/bench_recording" $quick
+    ! command -v valgrind > /dev/null || table "Instructions, by callgrind" tools/instructions.sh "$build"
+    # shellcheck disable=SC2086
+    figures "Growth of each pass, chains of five blocks" "$build/bench/bench_passes" $quick
+    figures "Objects next to bare virtual calls" "$build/bench/bench_step_loop"
+    [ ! -x "$build/bench/bench_parts" ] ||
+        figures "Parts: passes over 8,000 blocks, steps of 256 blocks of a family, conversions of 1,024 values" \
+            "$build/bench/bench_parts" --benchmark_min_time=0.1
     echo
-    echo "## Cost of each pass, chains of five blocks"
+    echo "## Build"
     echo
-    echo '```'
-    "$build/bench/bench_passes"
-    echo '```'
-    echo
-    echo "## Objects next to bare virtual calls"
-    echo
-    echo '```'
-    "$build/bench/bench_step_loop"
-    echo '```'
+    echo "Measured by \`tools/build_budget.sh\`; see bench/README.md."
 } | tee -a "$out"
