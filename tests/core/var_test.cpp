@@ -163,6 +163,7 @@ TEST(Var, TextInArithmeticIsTheNumberThatItSpells) {
 }
 
 TEST(Var, IntegerArithmeticWraps) {
+    expect_value(var_t(short{30000}) + var_t(short{10000}), var_t(short{-25536}));
     expect_value(var_t(static_cast<signed char>(100)) + var_t(static_cast<signed char>(100)),
                  var_t(static_cast<signed char>(-56)));
     expect_value(var_t(std::numeric_limits<int>::max()) + var_t(1), var_t(std::numeric_limits<int>::min()));
