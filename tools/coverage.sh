@@ -28,6 +28,7 @@ for folder in core framework model exec blocks files coder properties fuzz diagn
         *) objects="$objects -object $program" ;;
     esac
 done
+export ZARN_PATIENCE=5  # the build is not optimized
 ctest --test-dir "$build" --output-on-failure -R '^(host\.command|host\.vectors|examples)' -j "${JOBS:-$(nproc)}" ||
     failed="$failed command"
 
