@@ -21,9 +21,7 @@ function(blocks_folder name)
         set(scope PUBLIC)
         add_subdirectory(${PROJECT_SOURCE_DIR}/${name})
         blocks_options(${target})
-        if (BLOCKS_COVERAGE)
-            target_compile_options(${target} PRIVATE -fprofile-instr-generate -fcoverage-mapping)
-        endif ()
+        blocks_coverage(${target})
         set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON)
         target_compile_definitions(${target} PRIVATE BLOCKS_COMPILE)
     endif ()
@@ -48,6 +46,14 @@ function(blocks_options target)
             # "vptr" needs the type records that the block classes are built without
             target_compile_options(${target} PRIVATE -fno-sanitize-recover=undefined -fno-sanitize=vptr)
         endif ()
+    endif ()
+endfunction()
+
+# Counts what runs of a target. The tests of a folder as well: of an inline function of the library the linker keeps one
+# copy, and that can be theirs.
+function(blocks_coverage target)
+    if (BLOCKS_COVERAGE)
+        target_compile_options(${target} PRIVATE -fprofile-instr-generate -fcoverage-mapping)
     endif ()
 endfunction()
 

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 
+#include "factory.h"
 #include "tests/support/block_test.h"
 #include "tests/support/slow_math.h"
 #include "tests/support/walk.h"
@@ -299,6 +300,13 @@ TEST(Cast, TypesItsOutputAheadOfItsInput) {
     EXPECT_EQ(bench.block().calculate_type(), result_ok);
     EXPECT_EQ(bench.input_type(0), type_unknown);
     EXPECT_EQ(bench.output_type(), type_int8);
+}
+
+TEST(Cast, NeedsNoLinkForItsOutput) {
+    const auto cast = factory::create("cast");
+    EXPECT_EQ(cast->calculate_type(), result_ok);
+    EXPECT_EQ(cast->input(0)->type(), type_unknown);
+    EXPECT_EQ(cast->output(0)->type(), type_flt64);
 }
 
 TEST(Cast, HasNoRunnableFormAndNoText) {

@@ -41,7 +41,7 @@ TEST(Display, PrintsWithTheLetterOfTheType) {
     const std::pair<type_t, char> letters[] = {
         {type_bool, 'd'},   {type_int8, 'd'},  {type_uint8, 'u'},  {type_int16, 'd'},
         {type_uint16, 'u'}, {type_int32, 'd'}, {type_uint32, 'u'}, {type_int64, 'd'},
-        {type_uint64, 'u'}, {type_flt32, 'g'}, {type_flt64, 'g'},
+        {type_uint64, 'u'}, {type_flt32, 'g'}, {type_flt64, 'g'},  {type_cstr, 's'},
     };
     for (const auto& [type, letter] : letters) {
         Bench bench("display", {type});

@@ -105,6 +105,17 @@ TEST_F(FromWorkspace, AnEmptySeriesIsAskedForAgain) {
     EXPECT_EQ(play(second, {0.0}), (std::vector<double>{3}));
 }
 
+TEST_F(FromWorkspace, ASeriesThatIsGoneWhenTheObjectIsMadeGivesZero) {
+    python::literal_bridge().set_series("s", {0.0, 1.0}, {1.0, 2.0});
+    Bench bench = named("s");
+    bench.typed();
+    python::literal_bridge().clear();
+    Runnable run(bench);
+    ASSERT_TRUE(run);
+    EXPECT_EQ(play(run, {0.0, 0.5, 2.0}), (std::vector<double>{0, 0, 0}));
+    EXPECT_NE(told_.find("'s'"), std::string::npos);
+}
+
 TEST_F(FromWorkspace, OutlivesItsDesignBlockAndTheWorkspace) {
     python::literal_bridge().set_series("s", {0.0, 1.0}, {1.0, 2.0});
     std::unique_ptr<Runnable> run;

@@ -163,6 +163,9 @@ TEST_F(Walk, AnEnableBlockThatNothingFeedsIsNeverTrue) {
     model_.enables[1] = &unfed;
     EXPECT_EQ(step_c(), "    if (0)\n    {\n        step p_model->a_1\n    }\n}\n");
     EXPECT_EQ(step_py(), "    if 0:\n            step self.a_1\n");
+
+    unfed.resize_ports(0, 0);
+    EXPECT_EQ(step_c(), "    if (0)\n    {\n        step p_model->a_1\n    }\n}\n");
 }
 
 TEST_F(Walk, TheEnableBlockIsAskedForAtTheFirstBlockOfARegionOnly) {

@@ -87,6 +87,8 @@ TEST_F(LiteralBridgeTest, Integers) {
         {"0x_ff", "int32 255"},
         {"0x1e5", "int32 485"},
         {"0o17", "int32 15"},
+        {"0O17", "int32 15"},
+        {"\t\r\n17\r\n", "int32 17"},
         {"0b101", "int32 5"},
         {"0B1_0", "int32 2"},
         {"((5))", "int32 5"},
@@ -125,6 +127,7 @@ TEST_F(LiteralBridgeTest, TruthValues) {
     EXPECT_EQ(read("(True)"), "bool 1");
     EXPECT_EQ(read("-True"), "int32 -1");
     EXPECT_EQ(read("+True"), "int32 1");
+    EXPECT_EQ(read("+False"), "int32 0");
     EXPECT_EQ(read("-False"), "int32 0");
 }
 
@@ -156,12 +159,15 @@ TEST_F(LiteralBridgeTest, EveryOtherExpressionIsRefusedWithOneLine) {
                              "TRUE",
                              "Truely",
                              "True1",
+                             "True_",
                              "None",
                              "inf",
                              "nan",
                              "float('nan')",
                              "1j",
                              "1.5.2",
+                             "1e2.5",
+                             "1e2e3",
                              "007",
                              "1__0",
                              "_1",

@@ -45,6 +45,7 @@ TEST(Sanitize, Identifiers) {
     EXPECT_EQ(sanitize_identifier("gain"), "gain");
     EXPECT_EQ(sanitize_identifier("my gain-2"), "my_gain_2");
     EXPECT_EQ(sanitize_identifier("2nd"), "_2nd");
+    EXPECT_EQ(sanitize_identifier("{a}[b]~@z`Z"), "_a__b___z_Z");
     EXPECT_EQ(sanitize_identifier("a.b"), "a_b");
     EXPECT_EQ(sanitize_identifier("a\r\n\"b\""), "ab");
     EXPECT_EQ(sanitize_identifier("\"\n"), "");
@@ -95,6 +96,7 @@ TEST(Shortest, ReadsBackExactlyAndStaysBelow32Bytes) {
 
 TEST(ToDouble, NumbersOfEveryForm) {
     EXPECT_EQ(to_double("0"), 0.0);
+    EXPECT_EQ(to_double("0.00e99999"), 0.0);
     EXPECT_EQ(to_double("-12"), -12.0);
     EXPECT_EQ(to_double("+1.5"), 1.5);
     EXPECT_EQ(to_double(".5"), 0.5);
@@ -108,6 +110,7 @@ TEST(ToDouble, NumbersOfEveryForm) {
 TEST(ToDouble, OutOfRangeGoesToInfinityOrZero) {
     constexpr double infinity = std::numeric_limits<double>::infinity();
     EXPECT_EQ(to_double("1e400"), infinity);
+    EXPECT_EQ(to_double("1E+400"), infinity);
     EXPECT_EQ(to_double("-1e400"), -infinity);
     EXPECT_EQ(to_double("1e-400"), 0.0);
     EXPECT_EQ(to_double("1" + std::string(400, '0')), infinity);

@@ -128,6 +128,7 @@ TEST(Var, ConversionsFollowTheRulesOfPorts) {
 TEST(Var, TextConvertsToTheNumberThatItSpells) {
     EXPECT_EQ(static_cast<double>(var_t("2.5")), 2.5);
     EXPECT_EQ(static_cast<double>(var_t(" -3e2 ")), -300.0);
+    EXPECT_EQ(static_cast<double>(var_t("\t5\r\n")), 5.0);
     EXPECT_EQ(static_cast<int>(var_t("7.9")), 7);
     EXPECT_TRUE(static_cast<bool>(var_t("1")));
     EXPECT_EQ(static_cast<double>(var_t("")), 0.0);
@@ -155,7 +156,14 @@ TEST(Var, ArithmeticTakesTheHigherTag) {
     expect_value(var_t(-1ll) + var_t(1.0f), var_t(0.0f));
 }
 
+TEST(Var, TextInArithmeticIsTheNumberThatItSpells) {
+    expect_value(var_t("2.5") + var_t(1), var_t(3.5));
+    expect_value(var_t(true) - var_t("3"), var_t(-2.0));
+    expect_value(var_t("gain") * var_t("2"), var_t(0.0));
+}
+
 TEST(Var, IntegerArithmeticWraps) {
+    expect_value(var_t(short{30000}) + var_t(short{10000}), var_t(short{-25536}));
     expect_value(var_t(static_cast<signed char>(100)) + var_t(static_cast<signed char>(100)),
                  var_t(static_cast<signed char>(-56)));
     expect_value(var_t(std::numeric_limits<int>::max()) + var_t(1), var_t(std::numeric_limits<int>::min()));
@@ -222,6 +230,10 @@ TEST(Var, ComparisonOfUnlikeNumbersIsByValue) {
     expect_order(var_t(-1), var_t(0u));
     expect_order(var_t(-1ll), var_t(0xFFFFFFFFFFFFFFFFull));
     expect_order(var_t(true), var_t(0xFFFFFFFFFFFFFFFFull));
+    expect_order(var_t(true), var_t(2ull));
+    expect_order(var_t(0ull), var_t(true));
+    expect_equal(var_t(true), var_t(1ull));
+    expect_equal(var_t(0ll), var_t(false));
     expect_order(var_t(static_cast<signed char>(-1)), var_t(false));
     expect_order(var_t(2), var_t(2.5));
     expect_equal(var_t(true), var_t(1.0));

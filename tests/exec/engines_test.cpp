@@ -63,6 +63,17 @@ struct Choose {
     using out = outputs<double>;
     static double eval(const std::array<const double*, 3>& u) noexcept { return *u[0] > 0 ? *u[1] : *u[2]; }
 };
+struct Both {
+    using in = inputs<bool, bool>;
+    using out = outputs<bool>;
+    static bool eval(bool a, bool b) noexcept { return a && b; }
+};
+struct PassFlag {
+    using in = inputs<bool>;
+    using out = outputs<bool>;
+    static constexpr bool passes_through = true;
+    static bool eval(bool u) noexcept { return u; }
+};
 using Display = HoldExec<inputs<double>, outputs<>>;
 using Enable = HoldExec<inputs<bool>, outputs<>>;
 
@@ -189,6 +200,25 @@ std::vector<std::uint64_t> cells(ExecBuilder& b) {
     return all;
 }
 
+/// Both engines on the model that `fill_in` makes, two runs each, against the run written out.
+template <class FillIn>
+void expect_agreement_on(const FillIn& fill_in) {
+    ExecBuilder slow;
+    fill_in(slow);
+    slow_run(slow);
+    const auto first = cells(slow);
+    slow_run(slow);
+    for (const engine_t engine : {engine_t::objects, engine_t::plan}) {
+        ExecBuilder fast;
+        fill_in(fast);
+        fast.model.set_engine(engine);
+        fast.run();
+        EXPECT_EQ(cells(fast), first) << (engine == engine_t::plan ? "plan" : "objects");
+        fast.run();
+        EXPECT_EQ(cells(fast), cells(slow)) << (engine == engine_t::plan ? "plan" : "objects");
+    }
+}
+
 void expect_agreement(const plan_t& plan, unsigned long seed) {
     ExecBuilder slow;
     fill(slow, plan, seed);
@@ -225,6 +255,41 @@ TEST(Engines, AgreeOnModelsWithForeignObjects) {
 TEST(Engines, AgreeOnListsInAnyOrder) {
     for (unsigned long seed = 0; seed < 300; ++seed) expect_agreement({5 + seed % 60, 0, 0, 0}, seed);
     for (unsigned long seed = 0; seed < 300; ++seed) expect_agreement({5 + seed % 60, 0, 7, 3}, seed);
+}
+
+void put(ExecBuilder& b, std::uint64_t id, std::unique_ptr<ExecBlock> object, std::uint64_t gate = 0) {
+    object->set_identity(id, static_cast<std::int32_t>(id));
+    b.put(std::move(object), gate);
+}
+
+// No two neighbours have a lowering in common, so that none of them makes a loop.
+TEST(Engines, AgreeOnAChainOfHundredsOfSingleObjects) {
+    for (const std::uint64_t length : {63u, 64u, 65u, 66u, 127u, 128u, 129u, 130u, 400u}) {
+        expect_agreement_on([length](ExecBuilder& b) {
+            put(b, 1, make_exec<StatefulExec<Clock>>());
+            for (std::uint64_t id = 2; id <= length; ++id) {
+                const bool sum = id % 2 == 0;
+                put(b, id, sum ? make_exec<Exec<Sum>>() : make_exec<StatefulExec<Delay>>());
+                b.link(id - 1, 0, id, 0);
+                if (sum && id > 2) b.link(id - 2, 0, id, 1);
+            }
+            b.times(0.0, 2.0, 0.25);
+        });
+    }
+}
+
+TEST(Engines, AgreeWhereTheFlagIsAnInputOfAnObjectThatComputes) {
+    expect_agreement_on([](ExecBuilder& b) {
+        put(b, 1, make_exec<StatefulExec<Clock>>());
+        put(b, 2, make_exec<StatefulExec<Delay>>());
+        put(b, 3, make_exec<Exec<Both>>());
+        put(b, 4, make_exec<Exec<PassFlag>>());
+        put(b, 5, make_exec<Exec<Sum>>(), 3);
+        put(b, 6, make_exec<Exec<Sum>>(), 4);
+        b.link(1, 0, 2, 0).link(1, 0, 3, 0).link(2, 0, 3, 1).link(3, 0, 4, 0);
+        b.link(1, 0, 5, 0).link(3, 0, 5, 1).link(1, 0, 6, 0).link(4, 0, 6, 1);
+        b.times(-0.5, 1.0, 0.25);
+    });
 }
 
 // ---- the parallel path

@@ -36,10 +36,27 @@ TEST(Sections, WhatIsNoJsonStaysInAPieceOrInTheRest) {
 }
 
 TEST(Sections, OtherDocumentsAreLeftWhole) {
-    for (const char* text :
-         {"", " ", "[]", "{", "{}", R"({"links": []})", R"({"blocks": {}})", R"({"blocks": 1})", R"({"blocks": []x})",
-          R"({"blocks": [], "blocks": []})", R"({"blocks": [], "links": {}})", R"({"blo\u0063ks": []})",
-          R"({"blocks": [}])", R"({"blocks": ["a)", R"({"blocks": ["\)", R"({"blocks" [])", R"({"blocks": [1)"})
+    for (const char* text : {"",
+                             " ",
+                             "[]",
+                             "{",
+                             "{}",
+                             R"({"links": []})",
+                             R"({"blocks": {}})",
+                             R"({"blocks": 1})",
+                             R"({"blocks": []x})",
+                             R"({"blocks": [])",
+                             R"({"blocks": [] )",
+                             R"({"blocks": [],)",
+                             R"({"blocks": [], "links")",
+                             R"({"blocks": [], "blocks": []})",
+                             R"({"blocks": [], "links": {}})",
+                             R"({"blo\u0063ks": []})",
+                             R"({"blocks": [}])",
+                             R"({"blocks": ["a)",
+                             R"({"blocks": ["\)",
+                             R"({"blocks" [])",
+                             R"({"blocks": [1)"})
         EXPECT_FALSE(cut(text)) << text;
 }
 

@@ -152,6 +152,16 @@ TEST(Types, LongChainAgainstFileOrderTakesTimeInItsLengthOnly) {
     EXPECT_EQ(b.model.blocks[0]->output(0)->type(), type_int16);
 }
 
+TEST(Types, NullEntriesInALongChainArePassedOver) {
+    ModelBuilder b;
+    constexpr std::uint64_t count = 1000;
+    chain(b, count, true);
+    for (std::size_t at = 10; at < b.model.blocks.size(); at += 10)
+        b.model.blocks.emplace(b.model.blocks.begin() + static_cast<std::ptrdiff_t>(at));
+    EXPECT_EQ(b.model.calculate_types(), result_ok);
+    EXPECT_EQ(b.model.blocks[0]->output(0)->type(), type_int16);
+}
+
 /// Calls every incomplete block in every sweep.
 result_t slow_types(MetaModel& model) {
     const auto open = [&model] {

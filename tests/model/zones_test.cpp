@@ -168,6 +168,30 @@ TEST(Zones, LongChainAgainstFileOrderTakesTimeInItsLengthOnly) {
     EXPECT_EQ(b.model.blocks[0]->zone(), static_cast<std::int32_t>(count - 1));
 }
 
+TEST(Zones, NullEntriesInALongChainArePassedOver) {
+    ModelBuilder b;
+    constexpr std::uint64_t count = 1000;
+    for (std::uint64_t id = count; id > 1; --id) {
+        b.add("abs", id);
+        if (id % 10 == 0) b.add_null();
+    }
+    b.add("constant", 1);
+    for (std::uint64_t id = 2; id <= count; ++id) b.link(id - 1, id);
+    b.model.create_links();
+    b.model.calculate_zones();
+    for (std::uint64_t id = 1; id <= count; ++id) ASSERT_EQ(b.at(id).zone(), static_cast<std::int32_t>(id) - 1);
+}
+
+TEST(Zones, OpenInputsDoNotCount) {
+    ModelBuilder b;
+    b.add("constant", 1);
+    b.add("add", 2, 0, 3, 1);
+    b.link(1, 0, 2, 1);
+    b.model.create_links();
+    b.model.calculate_zones();
+    EXPECT_EQ(b.at(2).zone(), 1);
+}
+
 /// Calls every block of unknown zone in every sweep.
 void slow_zones(MetaModel& model) {
     for (bool done = false; !done;) {

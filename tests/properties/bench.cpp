@@ -49,12 +49,14 @@ std::uint64_t bits_of(double value) {
 }
 
 Series::Series(const Compiled& compiled, ExecModel& exec) {
+    std::map<std::string, ExecPort*> hand_fed;  // by name: the list has blocks of one zone in the order of the file
     for (const auto& block : compiled.model.blocks) {
         ExecBlock* object = exec.find_block(block->id());
         if (block->output_count() != 0) watched_.push_back({object->output(0), &outputs[std::string(block->name())]});
         if (block->class_hash() == class_hash_of("inport") && block->parent_id() == 0)
-            hand_fed_.push_back(object->input(0));
+            hand_fed[std::string(block->name())] = object->input(0);
     }
+    for (const auto& [name, port] : hand_fed) hand_fed_.push_back(port);
 }
 
 bool Series::step_done(double t) noexcept {

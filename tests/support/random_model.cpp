@@ -71,7 +71,8 @@ private:
     }
     /// Feeds an input with some signal, as it is or through a cast; tells the type in which it arrives.
     type_t feed(const signals_t& signals, std::uint64_t parent, std::uint64_t to, int port) {
-        return feed(any(signals), pick_.once_in(4) ? any_type() : type_unknown, parent, to, port);
+        const signal_t& from = any(signals);  // before the type: compilers differ in the order of a call's arguments
+        return feed(from, pick_.once_in(4) ? any_type() : type_unknown, parent, to, port);
     }
     /// The same in one type.
     void feed_as(type_t type, const signals_t& signals, std::uint64_t parent, std::uint64_t to, int port) {

@@ -9,6 +9,7 @@ import tempfile
 import unittest
 
 ZARN = os.environ["ZARN"]
+PATIENCE = float(os.environ.get("ZARN_PATIENCE", "1"))  # times the seconds that a test allows, for slow builds
 DATA = pathlib.Path(__file__).resolve().parents[2] / "data"
 PYTHON = "/usr/bin/python3"
 
@@ -89,7 +90,7 @@ class CommandTest(unittest.TestCase):
             env=None if env is None else os.environ | env,
             capture_output=True,
             text=True,
-            timeout=timeout,
+            timeout=timeout * PATIENCE,
             **options,
         )
 
