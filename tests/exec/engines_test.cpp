@@ -318,7 +318,7 @@ TEST(Engines, AgreeOnSinksBetweenEqualObjects) {
         put(b, 3, make_exec<Exec<Not>>());
         b.link(3, 0, 2, 0).link(3, 0, 3, 0);
         for (std::uint64_t id = 4; id < 40; id += 3) {
-            const std::uint64_t gate = id % 2 == 0 ? 2 : 0;
+            const std::uint64_t gate = id < 20 ? 2 : 0;
             put(b, id, make_exec<Exec<Sum>>(), gate);
             put(b, id + 1, make_exec<StatefulExec<Tape<double>>>(), gate);
             put(b, id + 2, make_exec<StatefulExec<Tape<std::int16_t>>>(), gate);
