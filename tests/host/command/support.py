@@ -9,6 +9,7 @@ import tempfile
 import unittest
 
 ZARN = os.environ["ZARN"]
+SANITIZERS = os.environ.get("ZARN_SANITIZERS", "").split(",")  # what the command is built with
 DATA = pathlib.Path(__file__).resolve().parents[2] / "data"
 PYTHON = "/usr/bin/python3"
 
