@@ -82,7 +82,6 @@ std::unique_ptr<ExecBlock> make(unsigned kind) {
     }
 }
 constexpr int input_counts[]{2, 2, 1, 1, 1, 0, 1, 3, 1, 1, 2};
-constexpr bool has_outputs[]{true, true, true, true, true, true, true, true, false, false, true};
 
 // ---- random models
 
