@@ -4,6 +4,9 @@ BUILD ?= build/release
 JOBS  ?= $(shell nproc)
 ZARN   = $(BUILD)/zarn
 ASAN_QUICK = core framework model exec files coder fuzz
+# a status of its own: 1 is also that of a command that refuses a model
+SANITIZED  = ASAN_OPTIONS=exitcode=99 UBSAN_OPTIONS=print_stacktrace=1:exitcode=99 \
+             LSAN_OPTIONS=suppressions=$(CURDIR)/tools/lsan-python.supp:print_suppressions=0:exitcode=99
 
 .PHONY: all run test bench asan asan-quick tsan memcheck fuzz coverage format tidy clean
 
@@ -35,8 +38,7 @@ bench: $(BUILD)/build.ninja
 asan:
 	@tools/setup.sh clang libclang-rt-dev
 	cmake --preset asan > /dev/null && cmake --build build/asan -j $(JOBS)
-	LSAN_OPTIONS=suppressions=$(CURDIR)/tools/lsan-python.supp:print_suppressions=0 UBSAN_OPTIONS=print_stacktrace=1 \
-	    ctest --test-dir build/asan -j $(JOBS) --output-on-failure
+	$(SANITIZED) ctest --test-dir build/asan -j $(JOBS) --output-on-failure
 
 # the quicker part of it: what reads files, compiles, runs and generates, without the tables of all kernels
 asan-quick:
@@ -44,7 +46,7 @@ asan-quick:
 	cmake --preset asan -B build/asan-quick -DBLOCKS_PYTHON=OFF > /dev/null
 	cmake --build build/asan-quick -j $(JOBS) --target $(addprefix test_,$(ASAN_QUICK))
 	set -e; for folder in $(ASAN_QUICK); do \
-	    UBSAN_OPTIONS=print_stacktrace=1 build/asan-quick/tests/$$folder/test_$$folder --gtest_brief=1; done
+	    $(SANITIZED) build/asan-quick/tests/$$folder/test_$$folder --gtest_brief=1; done
 
 # the threaded tests under the thread sanitizer
 tsan:

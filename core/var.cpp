@@ -211,10 +211,10 @@ bool var_t::operator>=(const var_t& other) const noexcept {
     return order == 0 || order == 1;
 }
 
-bool var_t::operator&&(const var_t& other) const noexcept { return bool(*this) & bool(other); }
-bool var_t::operator&&(bool other) const noexcept { return bool(*this) & other; }
-bool var_t::operator||(const var_t& other) const noexcept { return bool(*this) | bool(other); }
-bool var_t::operator||(bool other) const noexcept { return bool(*this) | other; }
+bool var_t::operator&&(const var_t& other) const noexcept { return bool(*this) && bool(other); }
+bool var_t::operator&&(bool other) const noexcept { return bool(*this) && other; }
+bool var_t::operator||(const var_t& other) const noexcept { return bool(*this) || bool(other); }
+bool var_t::operator||(bool other) const noexcept { return bool(*this) || other; }
 
 std::string var_t::to_string() const {
     switch (type_) {

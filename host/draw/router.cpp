@@ -27,7 +27,6 @@ constexpr std::int32_t nobody = -1;
 constexpr std::int32_t several = -2;
 
 enum Direction : std::uint8_t { right, down, left, up, any };
-constexpr std::array<Point, 4> steps{Point{1, 0}, Point{0, 1}, Point{-1, 0}, Point{0, -1}};
 
 Direction direction_of(Point d) {
     if (std::abs(d.x) >= std::abs(d.y)) return d.x >= 0 ? right : left;

@@ -5,6 +5,7 @@
 #include <csignal>
 #include <limits>
 
+#include "tests/support/sanitizers.h"
 #include "tests/support/slow_math.h"
 #include "tests/support/walk.h"
 
@@ -178,13 +179,14 @@ void divide_lowest(const char* class_name) {
 
 TEST(DivideDeathTest, LowestByMinusOneIsTheProcessorsFault) {
     for (const char* name : {"divide", "mod"}) {
-#if defined(__SANITIZE_ADDRESS__)
-        EXPECT_DEATH(divide_lowest<std::int32_t>(name), "") << name;
-        EXPECT_DEATH(divide_lowest<std::int64_t>(name), "") << name;
-#else
+        if (address_sanitizer) {  // its runtime, or that of undefined behaviour, is first and tells
+            const char* told = "cannot be represented|FPE";
+            EXPECT_DEATH(divide_lowest<std::int32_t>(name), told) << name;
+            EXPECT_DEATH(divide_lowest<std::int64_t>(name), told) << name;
+            continue;
+        }
         EXPECT_EXIT(divide_lowest<std::int32_t>(name), testing::KilledBySignal(SIGFPE), "") << name;
         EXPECT_EXIT(divide_lowest<std::int64_t>(name), testing::KilledBySignal(SIGFPE), "") << name;
-#endif
     }
 }
 

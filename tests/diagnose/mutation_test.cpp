@@ -59,7 +59,11 @@ public:
             case 7: block["inportCount"] = pick(counts); break;
             case 8: block["id"] = some_id(model); break;
             case 9: block["parent"] = some_id(model); break;
-            case 10: insert(model, link, number(2) == 0 ? "cast" : "memory", pick(types)); break;
+            case 10: {
+                const char* cls_between = number(2) == 0 ? "cast" : "memory";
+                insert(model, link, cls_between, pick(types));
+                break;
+            }
             case 11: block[parameter_of(cls)] = pick(values); break;
             case 12: block[number(2) == 0 ? std::string("name") : parameter_of(cls)] = pick(odd); break;
             case 13: block["portNumber"] = number(3); break;

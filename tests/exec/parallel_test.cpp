@@ -11,6 +11,7 @@
 #include "core/thread_pool.h"
 #include "exec/parallel_for_each.h"
 #include "tests/support/ExecBuilder.h"
+#include "tests/support/sanitizers.h"
 
 namespace tessel::test {
 namespace {
@@ -149,6 +150,7 @@ void loop_without_pool() {
 }
 
 TEST(ParallelForEachDeathTest, WithoutPoolTheCallingThreadDoesItAll) {
+    if (address_sanitizer || thread_sanitizer) GTEST_SKIP() << "a sanitizer needs address space of its own";
     GTEST_FLAG_SET(death_test_style, "threadsafe");  // a fresh process, in which the pool has no workers yet
     EXPECT_EXIT(loop_without_pool(), testing::ExitedWithCode(0), "");
 }

@@ -137,7 +137,7 @@ std::vector<T> edges() {
     else if constexpr (std::is_integral_v<T>) {
         std::vector<T> all{0, 1, static_cast<T>(-1), 2, 127, static_cast<T>(128), limits::min(), limits::max()};
         for (int bit = 1; bit < limits::digits; ++bit)
-            for (int off : {-1, 0, 1}) all.push_back(static_cast<T>((T{1} << bit) + off));
+            for (int off : {-1, 0, 1}) all.push_back(static_cast<T>((T{1} << bit) + static_cast<T>(off)));
         return all;
     } else {
         std::vector<T> all{0,

@@ -111,7 +111,10 @@ Quiet::~Quiet() {
 }
 
 json model_of(test::ByteChoices& choices) {
-    json file = test::random_model(choices, {4 + choices.below(24), choices.below(4), true});
+    test::random_model_t shape;
+    shape.blocks = 4 + choices.below(24);
+    shape.depth = choices.below(4);
+    json file = test::random_model(choices, shape);
     for (unsigned n = 0; n < 8 && !choices.used_up() && !file["blocks"].empty(); ++n) {
         if (choices.once_in(2)) damage_link(file, choices);
         else damage_block(file, choices);

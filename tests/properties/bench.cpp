@@ -49,21 +49,19 @@ std::uint64_t bits_of(double value) {
 }
 
 Series::Series(const Compiled& compiled, ExecModel& exec) {
-    std::map<std::string, ExecPort*> hand_fed;  // by name: the list has blocks of one zone in the order of the file
     for (const auto& block : compiled.model.blocks) {
         ExecBlock* object = exec.find_block(block->id());
         if (block->output_count() != 0) watched_.push_back({object->output(0), &outputs[std::string(block->name())]});
         if (block->class_hash() == class_hash_of("inport") && block->parent_id() == 0)
-            hand_fed[std::string(block->name())] = object->input(0);
+            hand_fed_[std::string(block->name())] = object->input(0);
     }
-    for (const auto& [name, port] : hand_fed) hand_fed_.push_back(port);
 }
 
 bool Series::step_done(double t) noexcept {
     for (const watched_t& watched : watched_) watched.series->push_back(bits_of(*watched.port));
     times.push_back(t);
     double value = 3.0 * t - 1.25;
-    for (ExecPort* port : hand_fed_) {
+    for (const auto& [name, port] : hand_fed_) {
         std::memcpy(port->value_ptr(), &value, sizeof value);
         value = -2.0 * value;
     }

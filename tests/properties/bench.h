@@ -39,7 +39,8 @@ std::vector<std::uint64_t> cells(ExecModel& model);
 std::map<std::string, std::vector<std::uint64_t>> recordings(const Compiled& compiled);
 
 /// Notes the outputs of a run after each step, by the name of the block; between steps it writes the input cells of the
-/// root's inports.
+/// root's inports, in the order of their names: a host that goes by their place in the model feeds two inports the
+/// other way round when they change places in the file.
 class Series final : public RunMonitor {
 public:
     Series(const Compiled& compiled, ExecModel& exec);
@@ -54,7 +55,7 @@ private:
         std::vector<std::uint64_t>* series;
     };
     std::vector<watched_t> watched_;
-    std::vector<ExecPort*> hand_fed_;
+    std::map<std::string, ExecPort*> hand_fed_;
 };
 
 /// Everything that can be asked of a compiled model, as text.

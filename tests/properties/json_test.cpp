@@ -25,14 +25,17 @@ std::string random_text(Choices& choices) {
 }
 
 float random_float(Choices& choices) {
-    return static_cast<float>(choices.below(1u << 30)) / static_cast<float>(1 + choices.below(1000)) - 5000.0f;
+    const auto dividend = static_cast<float>(choices.below(1u << 30));
+    const auto divisor = static_cast<float>(1 + choices.below(1000));
+    return dividend / divisor - 5000.0f;
 }
 
 /// The properties of a block of a class, with texts and whole numbers as parameters.
 PropertiesBlock random_block(const parameters_t& parameters, Choices& choices) {
     PropertiesBlock block;
     block.name = random_text(choices);
-    block.id = (std::uint64_t{choices.below(1u << 31)} << 22) + choices.below(1000);
+    block.id = std::uint64_t{choices.below(1u << 31)} << 22;
+    block.id += choices.below(1000);
     block.parent = choices.once_in(3) ? 0 : 1 + choices.below(1u << 31);
     block.inportCount = choices.below(9);
     block.outportCount = choices.below(9);
@@ -98,9 +101,12 @@ TEST(Json, OfAModelReadsBackAsItWas) {
             for (unsigned k = choices.below(4); k > 0; --k)
                 points.push_back({static_cast<std::int32_t>(choices.below(1u << 31)),
                                   std::numeric_limits<std::int32_t>::min() + static_cast<std::int32_t>(k)});
-            model.insert_link(std::uint64_t{choices.below(1u << 31)} << 22, choices.below(100),
-                              static_cast<short>(choices.below(9)), static_cast<short>(choices.below(9)) - 1,
-                              random_text(choices), std::move(points), false);
+            const std::uint64_t src = std::uint64_t{choices.below(1u << 31)} << 22;
+            const std::uint64_t dst = choices.below(100);
+            const auto src_port = static_cast<short>(choices.below(9));
+            const auto dst_port = static_cast<short>(static_cast<short>(choices.below(9)) - 1);
+            const std::string label = random_text(choices);
+            model.insert_link(src, dst, src_port, dst_port, label, std::move(points), false);
         }
         json out;
         model.export_json(out);

@@ -7,6 +7,7 @@
 
 #include "tests/properties/bench.h"
 #include "tests/support/random_model.h"
+#include "tests/support/sanitizers.h"
 
 namespace tessel::test {
 namespace {
@@ -15,14 +16,6 @@ using nlohmann::json;
 
 constexpr std::int64_t steps = 10'000'000;
 constexpr std::int64_t slack = 1 << 20;  // bytes: the C library's own, the stack
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool sanitized = true;
-#elif defined(__has_feature)
-constexpr bool sanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
-#else
-constexpr bool sanitized = false;
-#endif
 
 /// Pages of this process that are in memory, in bytes.
 std::int64_t resident() {
@@ -99,7 +92,7 @@ protected:
         return watch.growth();
     }
     void SetUp() override {
-        if (sanitized) GTEST_SKIP() << "a sanitizer's memory is not the program's";
+        if (address_sanitizer || thread_sanitizer) GTEST_SKIP() << "a sanitizer's memory is not the program's";
     }
     void TearDown() override { prepare_bridge(); }
 };

@@ -23,13 +23,15 @@ struct signal_t {
     bool remembered = false;  ///< straight from a memory block
 };
 
+/// Each decision is taken in a statement of its own: compilers differ in the order in which they evaluate arguments.
 class Writer {
 public:
     Writer(Choices& choices, const random_model_t& shape) : pick_(choices), left_(shape.blocks), shape_(shape) {
         file_["blocks"] = json::array();
         file_["links"] = json::array();
         static constexpr std::array steps{0.1, 0.25, 1.0};
-        const double ts = steps[pick_.below(steps.size())], ti = pick_.once_in(3) ? -0.5 : 0.0;
+        const double ts = steps[pick_.below(steps.size())];
+        const double ti = pick_.once_in(3) ? -0.5 : 0.0;
         file_["model"] = {{"ti", ti}, {"tf", ti + ts * (0.5 + pick_.below(14))}, {"ts", ts}};
     }
 
@@ -71,8 +73,9 @@ private:
     }
     /// Feeds an input with some signal, as it is or through a cast; tells the type in which it arrives.
     type_t feed(const signals_t& signals, std::uint64_t parent, std::uint64_t to, int port) {
-        const signal_t& from = any(signals);  // before the type: compilers differ in the order of a call's arguments
-        return feed(from, pick_.once_in(4) ? any_type() : type_unknown, parent, to, port);
+        const type_t type = pick_.once_in(4) ? any_type() : type_unknown;
+        const signal_t& from = any(signals);
+        return feed(from, type, parent, to, port);
     }
     /// The same in one type.
     void feed_as(type_t type, const signals_t& signals, std::uint64_t parent, std::uint64_t to, int port) {
@@ -115,17 +118,33 @@ private:
         std::uint64_t id = 0;
         switch (pick_.below(parent == 0 ? 10 : 9)) {
             case 0: id = add("time", parent, 0, 1); break;
-            case 1: id = add("sinewave", parent, 0, 1, {{"frequency", positive()}, {"phase", number()}}); break;
-            case 2:
-                id = add(
-                    "squarewave", parent, 0, 1,
-                    {{"timeOff", positive()}, {"timeOn", positive()}, {"valueOff", number()}, {"valueOn", number()}});
+            case 1: {
+                json parameters;
+                parameters["frequency"] = positive();
+                parameters["phase"] = number();
+                id = add("sinewave", parent, 0, 1, std::move(parameters));
                 break;
-            case 3:
-                id = add("step", parent, 0, 1,
-                         {{"initialValue", number()}, {"finalValue", number()}, {"stepTime", number()}});
+            }
+            case 2: {
+                json parameters;
+                for (const char* key : {"timeOff", "timeOn"}) parameters[key] = positive();
+                for (const char* key : {"valueOff", "valueOn"}) parameters[key] = number();
+                id = add("squarewave", parent, 0, 1, std::move(parameters));
                 break;
-            case 4: id = add("random", parent, 0, 1, {{"max", "90.0"}, {"min", number()}, {"seed", positive()}}); break;
+            }
+            case 3: {
+                json parameters;
+                for (const char* key : {"initialValue", "finalValue", "stepTime"}) parameters[key] = number();
+                id = add("step", parent, 0, 1, std::move(parameters));
+                break;
+            }
+            case 4: {
+                json parameters{{"max", "90.0"}};
+                parameters["min"] = number();
+                parameters["seed"] = positive();
+                id = add("random", parent, 0, 1, std::move(parameters));
+                break;
+            }
             case 5: id = add("from_workspace", parent, 0, 1, {{"expression", random_series}}); break;
             case 9: id = add("inport", parent, 1, 1, {{"portNumber", static_cast<int>(last_id_)}}); break;
             default: return constant(parent);
@@ -146,11 +165,17 @@ private:
             case 0: id = add("not", parent, 1, 1); break;
             case 1: {
                 static constexpr std::array delays{"0.0", "0.2", "1.0"};
-                id =
-                    add("debounce", parent, 1, 1, {{"rise", delays[pick_.below(3)]}, {"fall", delays[pick_.below(3)]}});
+                json parameters;
+                for (const char* key : {"rise", "fall"}) parameters[key] = delays[pick_.below(delays.size())];
+                id = add("debounce", parent, 1, 1, std::move(parameters));
                 break;
             }
-            case 2: id = add("hysteresis", parent, 1, 1, {{"valueOff", number()}, {"valueOn", number()}}); break;
+            case 2: {
+                json parameters;
+                for (const char* key : {"valueOff", "valueOn"}) parameters[key] = number();
+                id = add("hysteresis", parent, 1, 1, std::move(parameters));
+                break;
+            }
             default: {
                 static constexpr std::array words{"and", "or", "nand", "nor"};
                 const int count = 2 + static_cast<int>(pick_.below(7));
@@ -229,7 +254,8 @@ private:
     }
     /// Their output is flt64 whatever comes in, and runs of one type only.
     signal_t scaled(const signals_t& signals, std::uint64_t parent) {
-        json parameters{{"coeffA", number()}, {"coeffB", number()}};
+        json parameters;
+        for (const char* key : {"coeffA", "coeffB"}) parameters[key] = number();
         const unsigned kind = pick_.below(3);
         if (kind == 2) {
             parameters["lsb"] = std::to_string(pick_.below(8));

@@ -35,7 +35,11 @@ private:
 class ByteChoices final : public Choices {
 public:
     explicit ByteChoices(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
-    unsigned below(unsigned n) override { return (next() * 256u + next()) % n; }
+    unsigned below(unsigned n) override {
+        const unsigned high = next();
+        const unsigned low = next();
+        return (high * 256u + low) % n;
+    }
     bool used_up() const { return at_ >= bytes_.size(); }
 
 private:

@@ -10,6 +10,7 @@ import unittest
 
 ZARN = os.environ["ZARN"]
 PATIENCE = float(os.environ.get("ZARN_PATIENCE", "1"))  # times the seconds that a test allows, for slow builds
+SANITIZERS = os.environ.get("ZARN_SANITIZERS", "").split(",")  # what the command is built with
 DATA = pathlib.Path(__file__).resolve().parents[2] / "data"
 PYTHON = "/usr/bin/python3"
 

@@ -7,7 +7,7 @@ import resource
 import subprocess
 import unittest
 
-from support import ZARN, CommandTest, Model, counter
+from support import SANITIZERS, ZARN, CommandTest, Model, counter
 
 VERBS = [["run"], ["inspect"], ["inspect", "--json"], ["check"], ["generate", "c"], ["verify-engines"]]
 VERBS += [["explain"], ["draw", "-o", "m.svg", "--layout-time", "2"], ["run", "--no-python"]]
@@ -232,6 +232,7 @@ class Hostile(CommandTest):
         limit = kilobytes * 1024
         return self.zarn(*arguments, preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (limit, limit)))
 
+    @unittest.skipIf("address" in SANITIZERS, "the sanitizer needs more address space than there would be")
     def test_a_file_larger_than_the_memory(self):
         with open(self.folder / "m.json", "wb") as file:
             file.truncate(1 << 40)
