@@ -88,7 +88,7 @@ result_t ExecModel::run() noexcept {
     bind();
     const auto setting = [this](const char* key) { return properties->get(key).payload<double>(); };
     const double ti = setting("ti"), tf = setting("tf"), ts = setting("ts");
-    return blocks.size() < parallel_objects ? run_serial(ti, tf, ts) : run_parallel(ti, tf, ts);
+    return blocks.size() >= parallel_objects && is_wide() ? run_parallel(ti, tf, ts) : run_serial(ti, tf, ts);
 }
 
 void ExecModel::bind() {
@@ -208,6 +208,14 @@ result_t ExecModel::run_serial(double ti, double tf, double ts) {
     return result_ok;
 }
 
+bool ExecModel::is_wide() const {
+    std::map<std::int32_t, std::size_t> sizes;  // of the zones
+    for (const auto& block : blocks)
+        if (block != nullptr) ++sizes[block->zone()];
+    const auto wide = std::ranges::count_if(sizes, [](const auto& zone) { return zone.second > wide_zone; });
+    return static_cast<std::size_t>(wide) >= wide_zones;
+}
+
 result_t ExecModel::run_parallel(double ti, double tf, double ts) {
     const unsigned threads = sys::hardware_threads();
     std::vector<ExecBlock*> objects;
@@ -217,8 +225,6 @@ result_t ExecModel::run_parallel(double ti, double tf, double ts) {
         members[block->zone()].push_back(objects.size());
         objects.push_back(block.get());
     }
-    const auto wide = std::ranges::count_if(members, [](const auto& zone) { return zone.second.size() > wide_zone; });
-    if (static_cast<std::size_t>(wide) < wide_zones) return run_serial(ti, tf, ts);
     std::vector<shared_zone_t> zones;
     for (auto& [zone, positions] : members) zones.emplace_back(std::move(positions), threads);
 

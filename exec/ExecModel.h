@@ -75,6 +75,8 @@ private:
     void bind();
     void wire(const IdIndex<ExecBlock>& index);
     void set_enables(const IdIndex<ExecBlock>& index);
+    /// Whether enough zones are wide enough for the parallel run.
+    bool is_wide() const;
     result_t run_serial(double ti, double tf, double ts);
     result_t run_parallel(double ti, double tf, double ts);
 

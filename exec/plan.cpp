@@ -165,7 +165,9 @@ Plan::Plan(const PlanContext& context, std::span<const std::size_t> positions) :
         do ++end;
         while (end < positions.size() && gate != nullptr && gate_of(end) == gate);
         segment_t segment{gate, 0, objects_.size(), 0, 0.0, false};
-        const auto order = sinks_last(context, positions.subspan(begin, end - begin));
+        const auto members = positions.subspan(begin, end - begin);
+        const auto reordered = sinks_last(context, members);
+        const std::span<const std::size_t> order = reordered.empty() ? members : reordered;
         for (std::size_t i = 0; i < order.size();) i = lower_stretch(context, order, i);
         end_chain();
         segment.op_end = ops_.size();
@@ -177,10 +179,10 @@ Plan::Plan(const PlanContext& context, std::span<const std::size_t> positions) :
 }
 
 /// The same objects, with those at the end that only take in what earlier ones put out, equal ones together: probes
-/// behind every other block would take each loop apart. Nobody sees them do so later in the step.
+/// behind every other block would take each loop apart. Nobody sees them do so later in the step. Empty where nothing
+/// goes.
 std::vector<std::size_t> Plan::sinks_last(const PlanContext& context, std::span<const std::size_t> positions) {
-    std::vector<std::size_t> order(positions.begin(), positions.end());
-    if (context.looked_at()) return order;
+    if (context.looked_at()) return {};
     const auto lowering_of = [&context](std::size_t position) { return context.objects()[position].block->lowering(); };
     const auto can_wait = [&](std::size_t position) {
         const lowering_t* lowering = lowering_of(position);
@@ -192,6 +194,8 @@ std::vector<std::size_t> Plan::sinks_last(const PlanContext& context, std::span<
         }
         return true;
     };
+    if (std::ranges::none_of(positions, can_wait)) return {};
+    std::vector<std::size_t> order(positions.begin(), positions.end());
     const auto sinks = std::ranges::stable_partition(order, std::not_fn(can_wait));
     std::ranges::stable_sort(sinks, std::less{}, lowering_of);
     return order;
