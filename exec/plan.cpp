@@ -196,8 +196,9 @@ std::vector<std::size_t> Plan::sinks_last(const PlanContext& context, std::span<
     };
     if (std::ranges::none_of(positions, can_wait)) return {};
     std::vector<std::size_t> order(positions.begin(), positions.end());
-    const auto sinks = std::ranges::stable_partition(order, std::not_fn(can_wait));
-    std::ranges::stable_sort(sinks, std::less{}, lowering_of);
+    const auto sinks = std::stable_partition(order.begin(), order.end(), std::not_fn(can_wait));
+    std::stable_sort(sinks, order.end(),
+                     [&](std::size_t a, std::size_t b) { return std::less{}(lowering_of(a), lowering_of(b)); });
     return order;
 }
 

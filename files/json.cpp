@@ -36,7 +36,7 @@ std::string read_whole(std::string_view path) {
     const std::filesystem::path name(path);
     sys::File file(name, sys::file_read);
     std::string text;
-    std::error_code unknown;                                     // as of a pipe, which grows as it is read
+    std::error_code unknown;                                      // as of a pipe, which grows as it is read
     constexpr std::uintmax_t at_once = std::uintmax_t{64} << 20;  // a sparse file can have any size
     if (const auto size = std::filesystem::file_size(name, unknown); !unknown) text.reserve(std::min(size, at_once));
     while (const char* line = file.readline()) text.append(line, file.line_length());
