@@ -1,12 +1,14 @@
 // Models made ready to run, for the benchmarks.
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "IMetaModel.h"
 #include "PropertiesModel.h"
@@ -17,6 +19,11 @@ namespace bench {
 
 inline double seconds() {
     return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+inline double median(std::vector<double> values) {
+    std::ranges::sort(values);
+    return values[values.size() / 2];
 }
 
 /// A loaded and compiled model with its runnable form, and what each of the two took.

@@ -37,11 +37,6 @@ private:
     zarn::run_clock_t& clock_;
 };
 
-double median(std::vector<double> values) {
-    std::ranges::sort(values);
-    return values[values.size() / 2];
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -93,10 +88,10 @@ int main(int argc, char** argv) {
     }
     std::filesystem::remove(csv);
     std::printf("| what | figure |\n|---|---|\n");
-    std::printf("| step of 800 blocks | %.2f us |\n", median(plain) * 1e6);
-    std::printf("| the same, 100 signals recorded | %.2f us |\n", median(recorded) * 1e6);
-    std::printf("| cost of recording | %.0f %% |\n", 100 * (median(recorded) / median(plain) - 1));
-    std::printf("| CSV, %.1f MB | %.0f MB/s |\n", megabytes, megabytes / median(written));
-    std::printf("| the same bytes ready-made | %.0f MB/s |\n", megabytes / median(copied));
+    std::printf("| step of 800 blocks | %.2f us |\n", bench::median(plain) * 1e6);
+    std::printf("| the same, 100 signals recorded | %.2f us |\n", bench::median(recorded) * 1e6);
+    std::printf("| cost of recording | %.0f %% |\n", 100 * (bench::median(recorded) / bench::median(plain) - 1));
+    std::printf("| CSV, %.1f MB | %.0f MB/s |\n", megabytes, megabytes / bench::median(written));
+    std::printf("| the same bytes ready-made | %.0f MB/s |\n", megabytes / bench::median(copied));
     return 0;
 }

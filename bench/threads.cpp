@@ -37,11 +37,6 @@ double floor_phase(unsigned threads, std::size_t phases) {
     return (bench::seconds() - begin) / static_cast<double>(phases);
 }
 
-double median(std::vector<double> values) {
-    std::ranges::sort(values);
-    return values[values.size() / 2];
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -72,10 +67,11 @@ int main(int argc, char** argv) {
                 }
             }
         }
-        const double alone = median(seconds[0]);
+        const double alone = bench::median(seconds[0]);
         for (std::size_t i = 0; i < counts.size(); ++i)
             std::printf("| %u, %s | %.2f | %.2f |\n", counts[i], way,
-                        median(seconds[i]) * 1e9 / static_cast<double>(zones * width), alone / median(seconds[i]));
+                        bench::median(seconds[i]) * 1e9 / static_cast<double>(zones * width),
+                        alone / bench::median(seconds[i]));
     }
     return 0;
 }
