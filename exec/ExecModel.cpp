@@ -152,10 +152,12 @@ template <class Step>
 void ExecModel::run_steps(double ti, double tf, double ts, const Step& step) {
     std::vector<bool*> flags;
     for (ExecBlock* enable : enable_blocks) flags.push_back(static_cast<bool*>(enable->input(0)->value_ptr()));
-    for (double t = ti; tf >= t; t = t + ts) {
+    double t = ti;
+    while (tf >= t) {
         for (bool* flag : flags) *flag = false;
         step(t);
         if (monitor_ != nullptr && !monitor_->step_done(t)) break;
+        t = t + ts;
     }
 }
 
@@ -237,6 +239,7 @@ result_t ExecModel::run_parallel(double ti, double tf, double ts) {
         std::vector<std::vector<Plan>> plans;
         for (const shared_zone_t& zone : zones) {
             auto& own = plans.emplace_back();
+            own.reserve(zone.shares);
             for (std::size_t i = 0; i < zone.shares; ++i) own.emplace_back(context, zone.share(i));
         }
         run_zones(zones, threads, ti, tf, ts,
