@@ -231,6 +231,17 @@ TEST_F(ReferenceTest, BlocksThatAreAnObjectGiveTheirValues) {
     EXPECT_EQ(names(), "a z");
 }
 
+TEST_F(ReferenceTest, OnlyTheFirstKeyInSortedOrderCounts) {
+    EXPECT_EQ(load_reference(R"({"blocks": [
+        {"zzz": {"id": 8100000000000001}, "cos": {"name": "c", "id": 8100000000000002}, "sin": {"name": "s"}},
+        {"abs": {"name": "a", "id": 8100000000000003, "parent": 8100000000000001}}]})",
+                             5),
+              result_ok);
+    EXPECT_EQ(names(), "c a");
+    // the id under the other key is no block's
+    EXPECT_EQ(named("a")->parent_id(), 5u);
+}
+
 TEST_F(ReferenceTest, ShortIdsEndBeforeTheyExhaustTheMemory) {
     nlohmann::json file;
     for (int i = 1; i <= 200; ++i) file["blocks"].push_back({{"abs", {{"name", "b"}, {"id", i}}}});
