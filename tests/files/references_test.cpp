@@ -87,6 +87,19 @@ TEST_F(ReferenceTest, LinksFollowAndAreHidden) {
     EXPECT_FALSE(out.contains("links"));
 }
 
+TEST_F(ReferenceTest, LinksStandBeforeThoseOfTheMainFile) {
+    auto file = nlohmann::json::parse(main_with(part));
+    file["links"] = {{{"srcId", 9000000000000001}, {"dstId", 9000000000000002}, {"label", "outer"}}};
+    EXPECT_EQ(load(file.dump()), result_ok);
+    ASSERT_EQ(properties->links.size(), 3u);
+    EXPECT_EQ(properties->links[2].label, "outer");
+    EXPECT_FALSE(properties->links[2].hidden);
+    nlohmann::json out;
+    properties->export_json(out);
+    ASSERT_EQ(out["links"].size(), 1u);
+    EXPECT_EQ(out["links"][0]["label"], "outer");
+}
+
 TEST_F(ReferenceTest, TheOuterSettingsRule) {
     EXPECT_EQ(load(main_with(part)), result_ok);
     EXPECT_EQ(properties->get("ti").payload<double>(), 1.0);
