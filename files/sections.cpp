@@ -67,7 +67,7 @@ public:
     bool elements(std::vector<std::string_view>& found) {
         for (;; ++at_) {
             const std::size_t begin = at_;
-            if (!value()) return false;
+            if (starts_with_mark(begin) || !value()) return false;
             found.push_back(from(begin));
             if (!is(',')) break;
         }
@@ -76,6 +76,8 @@ public:
     }
 
 private:
+    /// Whether a byte order mark follows, which the JSON library skips where a text begins.
+    bool starts_with_mark(std::size_t at) const { return text_.substr(at).starts_with("\xEF\xBB\xBF"); }
     /// From the quote that opens a string to the one that closes it.
     bool rest_of_string() {
         for (++at_; at_ < text_.size(); ++at_) {
@@ -92,6 +94,8 @@ private:
 }  // namespace
 
 std::optional<sections_t> cut(std::string_view text) {
+    // a zero byte ends a text for the JSON library: a piece would hide what stands behind it
+    if (text.find('\0') != std::string_view::npos) return std::nullopt;
     sections_t sections;
     bool has_blocks = false, has_links = false;
     std::size_t kept = 0;  // the rest so far ends here

@@ -31,6 +31,19 @@ values_t numbers(const std::string& text) {
     }
 }
 
+/// Compiles and runs the C project with main.c or a program that includes it.
+outcome_t run_whole_c(const std::filesystem::path& project, const std::string& main, const std::string& arguments) {
+    std::ofstream(project / "columns.h") << "extern char *FILE_INPUT_TOKENS[1024];\n"
+                                            "extern double FILE_OUTPUT_VALUES[1024];\n"
+                                            "extern const char *FILE_OUTPUT_NAMES[1024];\n"
+                                            "unsigned int find_token(char **, const char *);\n"
+                                            "unsigned int push_token(const char **, const char *);\n";
+    const outcome_t built =
+        shell(inside(project, "cc -x c -std=gnu17 -w -include columns.h coder.c model.c " + main + " -lm -o whole"));
+    EXPECT_EQ(built.status, 0) << built.text;
+    return shell(inside(project, "./whole " + arguments));
+}
+
 }  // namespace
 
 bool has_builders() { return has_program("cc") && has_program(interpreter); }
@@ -57,6 +70,17 @@ values_t run_c(const std::filesystem::path& project, const values_t& times) {
     const outcome_t ran = shell(inside(project, "./driver"));
     EXPECT_EQ(ran.status, 0) << ran.text;
     return numbers(ran.text);
+}
+
+outcome_t run_main_c(const std::filesystem::path& project, const std::string& arguments) {
+    return run_whole_c(project, "main.c", arguments);
+}
+
+outcome_t run_body_c(const std::filesystem::path& project, const std::string& body) {
+    std::ofstream(project / "body.c") << "#define main generated_main\n#include \"main.c\"\n#undef main\n"
+                                         "int main(void)\n{\n"
+                                      << body << "    return 0;\n}\n";
+    return run_whole_c(project, "body.c", "");
 }
 
 outcome_t parse_py(const std::filesystem::path& project) {

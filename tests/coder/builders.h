@@ -21,6 +21,12 @@ outcome_t compile_c(const std::filesystem::path& project);
 /// output of block 42 after each step. What goes wrong fails the test.
 values_t run_c(const std::filesystem::path& project, const values_t& times);
 
+/// Compiles the whole C project with the declarations that its headers lack, and runs it with these arguments.
+outcome_t run_main_c(const std::filesystem::path& project, const std::string& arguments);
+
+/// The same with a program of this body in place of the project's main, which has the names of main.c in view.
+outcome_t run_body_c(const std::filesystem::path& project, const std::string& body);
+
 /// Parses the model of the Python project in a folder.
 outcome_t parse_py(const std::filesystem::path& project);
 

@@ -309,5 +309,78 @@ TEST_F(Difference, ThePythonProgramReadsEveryOtherLine) {
     EXPECT_EQ(read_file(built.py() / "out.txt"), "Time\n1\n\n3\n\n5\n\n");
 }
 
+TEST_F(Difference, ThePythonProgramTakesFilesOnlyWhenTwoAreNamed) {
+    Built built(make_small_model("sin"));
+    std::ofstream(built.py() / "in.txt") << "Time\n0\n1\n";
+    for (const char* arguments : {"in.txt", "in.txt out.txt more", "'' out.txt"}) {
+        const outcome_t ran = run_script(built.py(), std::string("main.py ") + arguments);
+        EXPECT_EQ(ran.status, 0) << arguments;
+        EXPECT_EQ(ran.text, "Simulation step executed sucessfully\n") << arguments;
+    }
+    EXPECT_FALSE(std::filesystem::exists(built.py() / "out.txt"));
+}
+
+TEST_F(Difference, TheCProgramMakesOneStepWhateverFilesAreNamed) {
+    Built built(make_small_model("display"));
+    std::ofstream(built.c() / "in.txt") << "Time\n0\n1\n2\n";
+    for (const char* arguments : {"", "in.txt", "in.txt out.txt", "in.txt out.txt more", "absent.txt"}) {
+        const outcome_t ran = run_main_c(built.c(), arguments);
+        EXPECT_EQ(ran.status, 0) << arguments;
+        EXPECT_EQ(ran.text, "Blk = 1.5\n") << arguments;
+    }
+    EXPECT_FALSE(std::filesystem::exists(built.c() / "out.txt"));
+    const outcome_t refused = run_main_c(built.c(), "absent.txt out.txt");
+    EXPECT_EQ(refused.status, 255);
+    EXPECT_EQ(refused.text, "");
+}
+
+// ---- columns of data files
+TEST_F(Difference, InportsReadTheColumnOfTheirName) {
+    auto diagram = std::make_unique<Diagram>();
+    diagram->add("inport", "u", 1);
+    diagram->add("inport", "u", 2);
+    diagram->add("inport", "Time", 3);
+    diagram->add("inport", "late", 4);
+    diagram->add("outport", "y", 5);
+    diagram->link(1, 5);
+    ASSERT_EQ(diagram->compile(), result_ok);
+    Built built(std::move(diagram));
+    // a miss and the first column look alike to C, which leaves init there: nothing behind it is initialised
+    const outcome_t c = run_body_c(built.c(),
+                                   "    static model_t m;\n"
+                                   "    char header[] = \"Time\\tu\\tlate\\n\", line[] = \"7\\t3\\t5\\n\";\n"
+                                   "    tokenize(header, '\\t', FILE_INPUT_TOKENS);\n"
+                                   "    init(&m);\n"
+                                   "    tokenize(line, '\\t', FILE_INPUT_TOKENS);\n"
+                                   "    step(&m);\n"
+                                   "    printf(\"%g %g %g %g, %g, %s\\n\", m.u_1.port0, m.u_2.port0, m.Time_3.port0,\n"
+                                   "           m.late_4.port0, FILE_OUTPUT_VALUES[0],\n"
+                                   "           FILE_OUTPUT_NAMES[0] ? FILE_OUTPUT_NAMES[0] : \"no name\");\n");
+    EXPECT_EQ(c.status, 0);
+    EXPECT_EQ(c.text, "3 3 7 7, 3, no name\n");
+
+    std::ofstream(built.py() / "driver.py") << "import model\n"
+                                               "model.header_input = ['Time', 'u', 'late']\n"
+                                               "model.header_output = ['Time']\n"
+                                               "model.buffer_input = ['7', '3', '5']\n"
+                                               "model.buffer_output = ['7']\n"
+                                               "m = model.model_t()\n"
+                                               "m.step()\n"
+                                               "print(m.u_1.port0, m.u_2.port0, m.Time_3.port0, m.late_4.port0)\n"
+                                               "print(model.header_output, model.buffer_output, m.y_5.port0)\n";
+    const outcome_t py = run_script(built.py(), "driver.py");
+    EXPECT_EQ(py.status, 0);
+    EXPECT_EQ(py.text, "3.0 3.0 7.0 5.0\n['Time', 'y'] ['7', '3.0'] 3.0\n");
+}
+
+// ---- expressions
+TEST_F(Difference, ThePythonProgramEvaluatesAnExpressionItself) {
+    auto diagram = make_block_model("poly1st", {"2.5"}, {{"coeffA", "1.0"}, {"coeffB", "0.0"}});
+    diagram->model().find_block(11)->param("expression") = var_t("math.sqrt(2.25)");
+    Built built(std::move(diagram));
+    EXPECT_EQ(built.run_c({0.0}), (values_t{2.5}));
+    EXPECT_EQ(built.run_py({0.0}), (values_t{1.5}));
+}
+
 }  // namespace
 }  // namespace tessel::test

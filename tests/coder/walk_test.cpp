@@ -6,6 +6,7 @@
 
 #include "coder_c.h"
 #include "coder_py.h"
+#include "factory.h"
 #include "tests/coder/fake_model.h"
 
 namespace tessel::test {
@@ -81,6 +82,35 @@ TEST_F(Walk, NamesWithOneHashShareTheFirstDefinition) {
     model_.add("b").structure = "cb";
     ASSERT_EQ(class_hash_of("bC"), class_hash_of("cb"));
     EXPECT_EQ(model_h().find("structure b"), std::string::npos);
+}
+
+TEST_F(Walk, APythonClassHasTheOutputsOfItsFirstBlock) {
+    for (const std::uint64_t outputs : {0u, 2u, 1u, 3u}) {
+        auto properties = std::make_shared<PropertiesBlock>();
+        properties->name = "gate";
+        properties->id = 10 + outputs;
+        properties->outportCount = outputs;
+        auto block = factory::create("enable", properties);
+        for (std::uint64_t i = 0; i < outputs; ++i) block->output(static_cast<std::int16_t>(i))->set_type(type_flt64);
+        model_.add_block(std::move(block));
+    }
+    const std::string py = model_py();
+    EXPECT_EQ(py.substr(0, py.find("\nclass model_t:")),
+              "\nimport math\nimport sys\nimport coder\n\n"
+              "class enable_t():\n    def __init__(self):\n        self.port0 = 0\n        self.port1 = 0\n\n\n");
+    for (const char* line : {"        self.gate_12 = enable_t()\n", "        self.gate_11 = enable_t()\n",
+                             "        self.gate_13 = enable_t()\n"})
+        EXPECT_NE(py.find(line), std::string::npos) << line;
+    EXPECT_EQ(py.find("gate_10"), std::string::npos);
+
+    // in C the outputs are part of the name
+    const std::string h = model_h();
+    EXPECT_EQ(h.substr(0, h.find("typedef struct\n{\n    enable")),
+              "\n#pragma once\n\n#include \"coder.h\"\n\n"
+              "typedef struct\n{\n    double port0;\n    double port1;\n} enable_flt64flt64_t;\n\n"
+              "typedef struct\n{\n    double port0;\n} enable_flt64_t;\n\n"
+              "typedef struct\n{\n    double port0;\n    double port1;\n    double port2;\n"
+              "} enable_flt64flt64flt64_t;\n\n");
 }
 
 TEST_F(Walk, ABlockWithoutOutputsHasNoStateButItsTexts) {

@@ -10,6 +10,8 @@
 namespace tessel {
 namespace {
 
+using namespace std::string_literals;
+
 struct LoadTest : testing::Test, test::Loader {
     void expect_failure(std::string_view text, const std::string& message) {
         console.texts.clear();
@@ -131,6 +133,18 @@ TEST_F(LoadTest, AByteOrderMarkIsSkipped) {
 TEST_F(LoadTest, AZeroByteEndsTheText) {
     EXPECT_EQ(load(std::string_view("{\"blocks\": []}\0 and more", 25)), result_ok);
     EXPECT_EQ(names(), "mainsys");
+}
+
+TEST_F(LoadTest, AZeroByteOrAByteOrderMarkAmongTheBlocksIsNoJson) {
+    for (const std::string& text :
+         {"{\"blocks\": [{\"abs\": {}}\0 and more]}"s, "{\"blocks\": [{\"abs\": {}}\0, {\"abs\": {}}]}"s,
+          "{\"blocks\": [\xEF\xBB\xBF{\"abs\": {}}]}"s}) {
+        console.texts.clear();
+        EXPECT_EQ(load(text), result_failure) << text;
+        EXPECT_EQ(names(), "");
+        ASSERT_EQ(console.texts.size(), 1u) << text;
+        EXPECT_TRUE(console.texts[0].starts_with("[json.exception.parse_error.101]")) << console.texts[0];
+    }
 }
 
 TEST_F(LoadTest, LineEndsOfEveryKindAndTextBeyondAscii) {

@@ -87,6 +87,19 @@ TEST_F(ReferenceTest, LinksFollowAndAreHidden) {
     EXPECT_FALSE(out.contains("links"));
 }
 
+TEST_F(ReferenceTest, LinksStandBeforeThoseOfTheMainFile) {
+    auto file = nlohmann::json::parse(main_with(part));
+    file["links"] = {{{"srcId", 9000000000000001}, {"dstId", 9000000000000002}, {"label", "outer"}}};
+    EXPECT_EQ(load(file.dump()), result_ok);
+    ASSERT_EQ(properties->links.size(), 3u);
+    EXPECT_EQ(properties->links[2].label, "outer");
+    EXPECT_FALSE(properties->links[2].hidden);
+    nlohmann::json out;
+    properties->export_json(out);
+    ASSERT_EQ(out["links"].size(), 1u);
+    EXPECT_EQ(out["links"][0]["label"], "outer");
+}
+
 TEST_F(ReferenceTest, TheOuterSettingsRule) {
     EXPECT_EQ(load(main_with(part)), result_ok);
     EXPECT_EQ(properties->get("ti").payload<double>(), 1.0);
@@ -229,6 +242,17 @@ TEST_F(ReferenceTest, BlocksThatAreAnObjectGiveTheirValues) {
     EXPECT_EQ(load_reference(R"({"blocks": {"z": {"abs": {"name": "z"}}, "a": {"abs": {"name": "a"}}}})", 5),
               result_ok);
     EXPECT_EQ(names(), "a z");
+}
+
+TEST_F(ReferenceTest, OnlyTheFirstKeyInSortedOrderCounts) {
+    EXPECT_EQ(load_reference(R"({"blocks": [
+        {"zzz": {"id": 8100000000000001}, "cos": {"name": "c", "id": 8100000000000002}, "sin": {"name": "s"}},
+        {"abs": {"name": "a", "id": 8100000000000003, "parent": 8100000000000001}}]})",
+                             5),
+              result_ok);
+    EXPECT_EQ(names(), "c a");
+    // the id under the other key is no block's
+    EXPECT_EQ(named("a")->parent_id(), 5u);
 }
 
 TEST_F(ReferenceTest, ShortIdsEndBeforeTheyExhaustTheMemory) {

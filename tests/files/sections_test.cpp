@@ -7,6 +7,7 @@
 namespace tessel::json {
 namespace {
 
+using namespace std::string_view_literals;
 using pieces_t = std::vector<std::string_view>;
 
 TEST(Sections, ListsAreCutAndTheRestIsKept) {
@@ -58,6 +59,15 @@ TEST(Sections, OtherDocumentsAreLeftWhole) {
                              R"({"blocks" [])",
                              R"({"blocks": [1)"})
         EXPECT_FALSE(cut(text)) << text;
+}
+
+// At the edges of a text the JSON library takes a zero byte for its end and passes over a byte order mark.
+TEST(Sections, WhatOnlyAPieceWouldHideIsLeftWhole) {
+    EXPECT_FALSE(cut("{\"blocks\": [1\0 2]}"sv));
+    EXPECT_FALSE(cut("{\"blocks\": [1], \"a\": 2\0}"sv));
+    EXPECT_FALSE(cut("{\"blocks\": [\xEF\xBB\xBF 1]}"));
+    EXPECT_FALSE(cut("{\"blocks\": [1,\xEF\xBB\xBF{}]}"));
+    EXPECT_TRUE(cut("{\"blocks\": [\"\xEF\xBB\xBF\"]}"));
 }
 
 }  // namespace
