@@ -310,6 +310,25 @@ TEST(Engines, AgreeWhereTheFlagIsAnInputOfAnObjectThatComputes) {
     });
 }
 
+// Where ids are not unique, an object without inputs can stand where an enable block is meant: its output is the flag
+// then, which each step resets and others read.
+TEST(Engines, AgreeWhereTheFlagIsAnOutput) {
+    for (const std::int32_t first : {0x101, 0x100}) {
+        expect_agreement_on([first](ExecBuilder& b) {
+            auto number = make_exec<HoldExec<inputs<>, outputs<std::int32_t>>>();
+            static_cast<Port<std::int32_t>*>(number->output(0))->value = first;
+            put(b, 1, std::move(number), 9);
+            put(b, 2, make_exec<Exec<Round>>());
+            put(b, 3, make_exec<Exec<Round>>(), 9);
+            put(b, 4, make_exec<Exec<Sum>>(), 1);
+            put(b, 5, make_exec<StatefulExec<Tape<std::int16_t>>>());
+            put(b, 9, make_exec<Enable>());
+            b.link(1, 0, 2, 0).link(1, 0, 3, 0).link(2, 0, 4, 0).link(1, 0, 4, 1).link(1, 0, 5, 0);
+            b.times(0.0, 1.0, 0.25);
+        });
+    }
+}
+
 // Sinks behind every block, of which some read what is put out behind them, and some are gated.
 TEST(Engines, AgreeOnSinksBetweenEqualObjects) {
     expect_agreement_on([](ExecBuilder& b) {
