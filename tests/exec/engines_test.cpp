@@ -376,5 +376,52 @@ TEST(Engines, AgreeOnAnyNumberOfThreads) {
     }
 }
 
+/// 33 wide zones. In the first, objects of the front half of the list read those of the back half, gates stand at the
+/// end of the front half and what they gate at the begin of the back half: whatever two threads did with the halves at
+/// once would show.
+void fill_with_neighbours(ExecBuilder& b) {
+    constexpr std::uint64_t width = 1100, half = width / 2, gates = 40;
+    const auto put_in = [&b](std::uint64_t id, std::int32_t zone, std::unique_ptr<ExecBlock> object,
+                             std::uint64_t gate = 0) {
+        object->set_identity(id, zone);
+        b.put(std::move(object), gate);
+    };
+    for (std::uint64_t id = 1; id <= width; ++id) {
+        const bool is_gate = id > half - gates && id <= half, is_gated = id > half && id <= half + gates;
+        if (is_gate) put_in(id, 0, make_exec<Enable>());
+        else if (id <= half) put_in(id, 0, make_exec<StatefulExec<Delay>>());
+        else put_in(id, 0, make_exec<StatefulExec<Clock>>(), is_gated ? id - gates : 0);
+        if (is_gate) b.link(width, 0, id, 0);
+        else if (id <= half) b.link(width + 1 - id, 0, id, 0);
+    }
+    for (std::uint64_t id = width + 1; id <= 33 * width; ++id) {
+        put_in(id, static_cast<std::int32_t>((id - 1) / width), make_exec<Exec<Sum>>());
+        b.link(id - width, 0, id, 1);
+    }
+    b.times(0.5, 3.0, 0.1);
+}
+
+TEST(Engines, AgreeOnAnyNumberOfThreadsWhereObjectsOfOneZoneReadEachOther) {
+    ExecBuilder serial;
+    fill_with_neighbours(serial);
+    serial.model.set_engine(engine_t::objects);
+    sys::set_hardware_threads(1);
+    serial.run();
+    const auto expected = cells(serial);
+    for (const unsigned hardware : {2u, 3u}) {
+        for (const engine_t engine : {engine_t::objects, engine_t::plan}) {
+            for (int repeat = 0; repeat < 3; ++repeat) {
+                ExecBuilder shared;
+                fill_with_neighbours(shared);
+                shared.model.set_engine(engine);
+                sys::set_hardware_threads(hardware);
+                shared.run();
+                EXPECT_TRUE(cells(shared) == expected) << hardware << (engine == engine_t::plan ? " plan" : " objects");
+            }
+        }
+    }
+    sys::set_hardware_threads(0);
+}
+
 }  // namespace
 }  // namespace tessel::test
