@@ -218,6 +218,33 @@ bool ExecModel::is_wide() const {
     return static_cast<std::size_t>(wide) >= wide_zones;
 }
 
+std::unordered_set<std::int32_t> ExecModel::ordered_zones() const {
+    const auto address = [](const ExecPort* port) { return std::uint64_t{reinterpret_cast<std::uintptr_t>(port)}; };
+    std::size_t outputs = 0;
+    for (const auto& block : blocks)
+        for (std::int16_t n = 0; block != nullptr && block->output(n) != nullptr; ++n) ++outputs;
+    IdIndex<const ExecBlock> owners(outputs);
+    for (const auto& block : blocks)
+        for (std::int16_t n = 0; block != nullptr && block->output(n) != nullptr; ++n)
+            owners.add(address(block->output(n)), block.get());
+
+    std::unordered_set<std::int32_t> zones;
+    for (std::size_t i = 0; i < blocks.size(); ++i) {
+        ExecBlock* const block = blocks[i].get();
+        if (block == nullptr) continue;
+        const auto stands_beside = [block](const ExecBlock* other) {
+            return other != nullptr && other != block && other->zone() == block->zone();
+        };
+        bool ordered = stands_beside(gates_[i]);
+        for (std::int16_t n = 0; !ordered && block->input(n) != nullptr; ++n) {
+            const ExecPort* source = block->input(n)->source();
+            ordered = source != nullptr && stands_beside(owners.find(address(source)));
+        }
+        if (ordered) zones.insert(block->zone());
+    }
+    return zones;
+}
+
 result_t ExecModel::run_parallel(double ti, double tf, double ts) {
     const unsigned threads = sys::hardware_threads();
     std::vector<ExecBlock*> objects;
@@ -227,8 +254,10 @@ result_t ExecModel::run_parallel(double ti, double tf, double ts) {
         members[block->zone()].push_back(objects.size());
         objects.push_back(block.get());
     }
+    const auto ordered = ordered_zones();
     std::vector<shared_zone_t> zones;
-    for (auto& [zone, positions] : members) zones.emplace_back(std::move(positions), threads);
+    for (auto& [zone, positions] : members)
+        zones.emplace_back(std::move(positions), ordered.contains(zone) ? 1 : threads);
 
     parallel_for_each(blocks, [ti](ExecBlock& block) {
         block.set_time(ti);

@@ -70,6 +70,10 @@ private:
     template <class Zones, class Share>
     void run_zones(const Zones& zones, unsigned threads, double ti, double tf, double ts, const Share& step_share);
     PlanContext plan_context() const;
+    /// The zones in which an object reads what another of the same zone puts out, as a memory block fed by a source
+    /// does, or is gated by one: their objects take their turns in the order of the list, on one thread, so that a run
+    /// gives the same values on any number of threads. Before the first `set_time`, once wired.
+    std::unordered_set<std::int32_t> ordered_zones() const;
 
     /// Wires the inputs and hands out the flags; what it looks things up with goes before the run.
     void bind();

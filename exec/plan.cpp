@@ -117,7 +117,8 @@ PlanContext::PlanContext(std::vector<planned_t> objects, const bool* always, boo
         if (lowering == nullptr || !lowering->has_output) continue;
         ExecPort* port = objects_[i].block->output(0);
         cells_[i] = port->value_ptr();
-        if (outputs_in_ports_) continue;
+        // an output that serves as a flag, as it can where ids are not unique, is reset in its port
+        if (outputs_in_ports_ || is_gate(cells_[i])) continue;
         std::memcpy(&values_[i], cells_[i], size_of(port->type()));
         cells_[i] = &values_[i];
     }
@@ -128,7 +129,7 @@ void PlanContext::store_outputs() const noexcept {
     for (std::size_t i = 0; i < objects_.size(); ++i) {
         if (cells_[i] == nullptr) continue;
         ExecPort* port = objects_[i].block->output(0);
-        std::memcpy(port->value_ptr(), cells_[i], size_of(port->type()));
+        if (cells_[i] != port->value_ptr()) std::memcpy(port->value_ptr(), cells_[i], size_of(port->type()));
     }
 }
 
@@ -140,7 +141,7 @@ std::size_t PlanContext::owner_of(const ExecPort* port) const noexcept {
 }
 
 bool PlanContext::keeps_sample(std::size_t from, std::size_t to) const noexcept {
-    if (from >= to) return false;
+    if (from >= to || is_gate(cells_[from])) return false;
     const planned_t& reader = objects_[to];
     return reader.gate == always_ || (reader.gate == objects_[from].gate && from > reader.enable_position);
 }

@@ -310,6 +310,25 @@ TEST(Engines, AgreeWhereTheFlagIsAnInputOfAnObjectThatComputes) {
     });
 }
 
+// Where ids are not unique, an object without inputs can stand where an enable block is meant: its output is the flag
+// then, which each step resets and others read.
+TEST(Engines, AgreeWhereTheFlagIsAnOutput) {
+    for (const std::int32_t first : {0x101, 0x100}) {
+        expect_agreement_on([first](ExecBuilder& b) {
+            auto number = make_exec<HoldExec<inputs<>, outputs<std::int32_t>>>();
+            static_cast<Port<std::int32_t>*>(number->output(0))->value = first;
+            put(b, 1, std::move(number), 9);
+            put(b, 2, make_exec<Exec<Round>>());
+            put(b, 3, make_exec<Exec<Round>>(), 9);
+            put(b, 4, make_exec<Exec<Sum>>(), 1);
+            put(b, 5, make_exec<StatefulExec<Tape<std::int16_t>>>());
+            put(b, 9, make_exec<Enable>());
+            b.link(1, 0, 2, 0).link(1, 0, 3, 0).link(2, 0, 4, 0).link(1, 0, 4, 1).link(1, 0, 5, 0);
+            b.times(0.0, 1.0, 0.25);
+        });
+    }
+}
+
 // Sinks behind every block, of which some read what is put out behind them, and some are gated.
 TEST(Engines, AgreeOnSinksBetweenEqualObjects) {
     expect_agreement_on([](ExecBuilder& b) {
@@ -355,6 +374,53 @@ TEST(Engines, AgreeOnAnyNumberOfThreads) {
         }
         sys::set_hardware_threads(0);
     }
+}
+
+/// 33 wide zones. In the first, objects of the front half of the list read those of the back half, gates stand at the
+/// end of the front half and what they gate at the begin of the back half: whatever two threads did with the halves at
+/// once would show.
+void fill_with_neighbours(ExecBuilder& b) {
+    constexpr std::uint64_t width = 1100, half = width / 2, gates = 40;
+    const auto put_in = [&b](std::uint64_t id, std::int32_t zone, std::unique_ptr<ExecBlock> object,
+                             std::uint64_t gate = 0) {
+        object->set_identity(id, zone);
+        b.put(std::move(object), gate);
+    };
+    for (std::uint64_t id = 1; id <= width; ++id) {
+        const bool is_gate = id > half - gates && id <= half, is_gated = id > half && id <= half + gates;
+        if (is_gate) put_in(id, 0, make_exec<Enable>());
+        else if (id <= half) put_in(id, 0, make_exec<StatefulExec<Delay>>());
+        else put_in(id, 0, make_exec<StatefulExec<Clock>>(), is_gated ? id - gates : 0);
+        if (is_gate) b.link(width, 0, id, 0);
+        else if (id <= half) b.link(width + 1 - id, 0, id, 0);
+    }
+    for (std::uint64_t id = width + 1; id <= 33 * width; ++id) {
+        put_in(id, static_cast<std::int32_t>((id - 1) / width), make_exec<Exec<Sum>>());
+        b.link(id - width, 0, id, 1);
+    }
+    b.times(0.5, 3.0, 0.1);
+}
+
+TEST(Engines, AgreeOnAnyNumberOfThreadsWhereObjectsOfOneZoneReadEachOther) {
+    ExecBuilder serial;
+    fill_with_neighbours(serial);
+    serial.model.set_engine(engine_t::objects);
+    sys::set_hardware_threads(1);
+    serial.run();
+    const auto expected = cells(serial);
+    for (const unsigned hardware : {2u, 3u}) {
+        for (const engine_t engine : {engine_t::objects, engine_t::plan}) {
+            for (int repeat = 0; repeat < 3; ++repeat) {
+                ExecBuilder shared;
+                fill_with_neighbours(shared);
+                shared.model.set_engine(engine);
+                sys::set_hardware_threads(hardware);
+                shared.run();
+                EXPECT_TRUE(cells(shared) == expected) << hardware << (engine == engine_t::plan ? " plan" : " objects");
+            }
+        }
+    }
+    sys::set_hardware_threads(0);
 }
 
 }  // namespace

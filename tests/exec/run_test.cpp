@@ -2,7 +2,9 @@
 
 #include <limits>
 
+#include "core/python.h"
 #include "tests/support/ExecBuilder.h"
+#include "tests/support/LogCapture.h"
 
 namespace tessel::test {
 namespace {
@@ -96,6 +98,22 @@ TEST_P(Run, ValuesTravelAlongTheLinks) {
     run();
     EXPECT_EQ(last.in(1), 18.0);
     EXPECT_EQ(last.in(0), 0.0) << "an unfed input stays 0";
+}
+
+TEST_P(Run, NothingIsSaidOfWhatIsUnfedOrPassedOver) {
+    TestExec& block = add(1, 2, 1);
+    std::unique_ptr<ExecBlock> nothing;
+    model.add_block(nothing);
+    link(99, 1).link(1, 7, 1, 0);
+    const LogCapture log;
+    std::string console;
+    auto before = python::set_console([&console](std::string_view text) { console += text; });
+    EXPECT_EQ(run(), result_ok);
+    python::set_console(std::move(before));
+    EXPECT_EQ(block.in(0), 0.0);
+    EXPECT_EQ(block.times.size(), 3u);
+    EXPECT_THAT(log.lines, IsEmpty());
+    EXPECT_EQ(console, "");
 }
 
 TEST_P(Run, ObjectBehindItsReaderIsReadAStepLate) {
