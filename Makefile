@@ -4,11 +4,15 @@ BUILD ?= build/release
 JOBS  ?= $(shell nproc)
 ZARN   = $(BUILD)/zarn
 ASAN_QUICK = core framework model exec files coder fuzz
+ASAN_CORE  = core framework model exec files
 # a status of its own: 1 is also that of a command that refuses a model
 SANITIZED  = ASAN_OPTIONS=exitcode=99 UBSAN_OPTIONS=print_stacktrace=1:exitcode=99 \
              LSAN_OPTIONS=suppressions=$(CURDIR)/tools/lsan-python.supp:print_suppressions=0:exitcode=99
 
-.PHONY: all run test bench asan asan-quick tsan memcheck fuzz coverage format tidy clean
+SANITIZED_CORE = -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O0 -DBLOCKS_SANITIZE_KERNELS=OFF -DBLOCKS_PYTHON=OFF \
+    -DBLOCKS_BENCH=OFF
+
+.PHONY: all run test bench asan asan-quick asan-core tsan tsan-core memcheck fuzz coverage format tidy clean
 
 all: build
 
@@ -47,6 +51,22 @@ asan-quick:
 	cmake --build build/asan-quick -j $(JOBS) --target $(addprefix test_,$(ASAN_QUICK))
 	set -e; for folder in $(ASAN_QUICK); do \
 	    $(SANITIZED) build/asan-quick/tests/$$folder/test_$$folder --gtest_brief=1; done
+
+# what CI has the time for, by GCC and without the kernels of the blocks: values, framework, passes, run and loader
+asan-core:
+	@tools/setup.sh
+	cmake --preset release -B build/asan-core -DBLOCKS_SANITIZE=address,undefined $(SANITIZED_CORE) > /dev/null
+	cmake --build build/asan-core -j $(JOBS) --target $(addprefix test_,$(ASAN_CORE))
+	set -e; for folder in $(ASAN_CORE); do \
+	    UBSAN_OPTIONS=print_stacktrace=1 build/asan-core/tests/$$folder/test_$$folder --gtest_brief=1; done
+
+# and of the threads: pool, parallel run, log, ids
+tsan-core:
+	@tools/setup.sh
+	cmake --preset release -B build/tsan-core -DBLOCKS_SANITIZE=thread $(SANITIZED_CORE) > /dev/null
+	cmake --build build/tsan-core -j $(JOBS) --target test_core test_exec
+	build/tsan-core/tests/core/test_core --gtest_brief=1
+	build/tsan-core/tests/exec/test_exec --gtest_brief=1
 
 # the threaded tests under the thread sanitizer
 tsan:
