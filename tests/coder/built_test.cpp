@@ -279,6 +279,57 @@ TEST_F(Difference, WhatComesBeforeItsEnableBlockRunsInAGeneratedProgramOnly) {
     EXPECT_EQ(never, "In0_11 (time); Blk_42 (acc); ");
 }
 
+/// Two inports of one name, whose sum goes to an outport.
+std::unique_ptr<Diagram> two_inports(const char* name) {
+    auto diagram = std::make_unique<Diagram>();
+    diagram->add_port("inport", name, 11, 0, 0);
+    diagram->add_port("inport", name, 12, 0, 1);
+    diagram->add("add", "Blk", 42, 0, {2, 1});
+    diagram->add_port("outport", "y", 25, 0, 0);
+    diagram->link(11, 42, 0, 0);
+    diagram->link(12, 42, 0, 1);
+    diagram->link(42, 25);
+    EXPECT_EQ(diagram->compile(), result_ok);
+    return diagram;
+}
+
+/// What init and a step make of the header "Time", "x", "u" and the line 0.5, 7, 2.5: the value of block 42 and the
+/// name that the outport, which comes last, has got. The model stands in one unit with the program that declares its
+/// columns.
+std::string columns_in_c(const Built& built) {
+    std::ofstream(built.c() / "columns.c")
+        << "#define main program\n#include \"main.c\"\n#undef main\n#include \"model.c\"\nint main(void)\n{\n"
+           "    char *header[] = {\"Time\", \"x\", \"u\"}, *line[] = {\"0.5\", \"7\", \"2.5\"};\n"
+           "    static model_t m;\n    memcpy(FILE_INPUT_TOKENS, header, sizeof header);\n    init(&m);\n"
+           "    memcpy(FILE_INPUT_TOKENS, line, sizeof line);\n    step(&m);\n"
+           "    printf(\"%g %s\", (double) m.Blk_42.port0, m.y_25.name ? m.y_25.name : \"none\");\n    return 0;\n}\n";
+    return shell("cd '" + built.c().string() +
+                 "' && cc -x c -std=gnu17 -w columns.c coder.c -lm -o columns && ./columns")
+        .text;
+}
+std::string columns_in_python(const Built& built) {
+    std::ofstream(built.py() / "columns.py")
+        << "import model\nmodel.header_input = ['Time', 'x', 'u']\nmodel.header_output = ['Time']\n"
+           "model.buffer_output = [0]\nm = model.model_t()\nmodel.buffer_input = ['0.5', '7', '2.5']\nm.step()\n"
+           "print(m.Blk_42.port0, m.y_25.name, end='')\n";
+    return run_script(built.py(), "columns.py").text;
+}
+
+TEST_F(Difference, InportsOfOneNameReadOneColumn) {
+    Built built(two_inports("u"));
+    EXPECT_EQ(columns_in_c(built), "5 y");
+    EXPECT_EQ(columns_in_python(built), "5.0 y");
+}
+
+// In C the first column's number also stands for a name that is not there, and init ends; in Python it is read.
+TEST_F(Difference, AnInportOfTheFirstColumnEndsInitInC) {
+    for (const char* name : {"Time", "unknown"}) {
+        Built built(two_inports(name));
+        EXPECT_EQ(columns_in_c(built), "1 none") << name;
+        EXPECT_EQ(columns_in_python(built), "1.0 y") << name;
+    }
+}
+
 // ---- whole projects
 TEST_F(Difference, TheProjectItselfBuildsItsLibraryAndDoesNotLinkItsProgram) {
     if (!has_program("cmake")) GTEST_SKIP() << "needs cmake";
