@@ -9,6 +9,8 @@
 //            out          list, as long
 // State      none
 #include <algorithm>
+#include <cstring>
+#include <memory>
 
 #include "blocks/lookup.h"
 #include "blocks/stateful.h"
@@ -26,24 +28,43 @@ struct points_t {
     std::vector<double> out;
 };
 
+bool same_bits(const std::vector<double>& a, const std::vector<double>& b) noexcept {
+    return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0;
+}
+
+/// A copy of a table, or the one made last on this thread where it is the same: a wide model has thousands of blocks
+/// with one table, and its steps are faster when that lies in the cache once.
+std::shared_ptr<const points_t> shared_copy(const points_t& points) {
+    thread_local std::weak_ptr<const points_t> last;
+    auto copy = last.lock();
+    if (copy == nullptr || !same_bits(copy->bp, points.bp) || !same_bits(copy->out, points.out)) {
+        copy = std::make_shared<const points_t>(points);
+        last = copy;
+    }
+    return copy;
+}
+
 template <class T>
 struct Lookup1d {
     using in = inputs<T>;
     using out = outputs<T>;
 
-    points_t points;
+    std::shared_ptr<const points_t> points;
+    const double* bp = nullptr;
+    const double* values = nullptr;
     std::size_t count = 0;
 
     // a table without points is 0 everywhere
     void configure(const void* record) noexcept {
-        points = *static_cast<const points_t*>(record);
-        count = std::min(points.bp.size(), points.out.size());
-        if (count != 0) return;
-        points = {{0.0}, {0.0}};
-        count = 1;
+        const auto& given = *static_cast<const points_t*>(record);
+        count = std::min(given.bp.size(), given.out.size());
+        points = shared_copy(count != 0 ? given : points_t{{0.0}, {0.0}});
+        count = std::max<std::size_t>(count, 1);
+        bp = points->bp.data();
+        values = points->out.data();
     }
     T eval(double, T, T u) const noexcept {
-        return convert<T>(num::interpolate1d_clip(convert<double>(u), points.bp.data(), points.out.data(), count));
+        return convert<T>(num::interpolate1d_clip(convert<double>(u), bp, values, count));
     }
 };
 

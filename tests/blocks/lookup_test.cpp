@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <limits>
+#include <memory>
 
 #include "tests/support/block_test.h"
 #include "tests/support/scripted_bridge.h"
@@ -137,6 +138,26 @@ TEST(Lut1d, ReadsOnlyPointsThatBothListsHave) {
     Bench bench = lut1d("two", "three");
     bench.typed();
     EXPECT_EQ(looked_up(bench, 9.0), 6.0);
+}
+
+// Equal tables lie in memory once, as long as somebody uses them.
+TEST(Lut1d, HasItsOwnTableBesideOthers) {
+    Bench one = lut1d("[0.0, 1.0]", "[0.0, 2.0]"), same = lut1d("[0.0, 1.0]", "[0.0, 2.0]");
+    Bench other_points = lut1d("[0.0, 2.0]", "[0.0, 2.0]"), other_values = lut1d("[0.0, 1.0]", "[0.0, 3.0]");
+    Bench longer = lut1d("[0.0, 1.0, 2.0]", "[0.0, 2.0, 4.0]"), negative_zero = lut1d("[0.0, 1.0]", "[-0.0, 2.0]");
+    for (Bench* bench : {&one, &same, &other_points, &other_values, &longer, &negative_zero}) bench->typed();
+    auto first = std::make_unique<Runnable>(one);
+    Runnable second(same);
+    EXPECT_EQ(first->put(0.5).step().out<double>(), 1.0);
+    first.reset();
+    EXPECT_EQ(second.put(0.5).step().out<double>(), 1.0);
+    EXPECT_EQ(looked_up(other_points, 0.5), 0.5);
+    EXPECT_EQ(looked_up(other_values, 0.5), 1.5);
+    EXPECT_EQ(looked_up(same, 2.0), 2.0);
+    EXPECT_EQ(looked_up(longer, 2.0), 4.0);
+    EXPECT_EQ(looked_up(one, 2.0), 2.0);
+    EXPECT_FALSE(std::signbit(looked_up(one, -1.0)));
+    EXPECT_TRUE(std::signbit(looked_up(negative_zero, -1.0)));
 }
 
 TEST(Lut1d, Texts) {
