@@ -256,6 +256,7 @@ result_t ExecModel::run_parallel(double ti, double tf, double ts) {
     }
     const auto ordered = ordered_zones();
     std::vector<shared_zone_t> zones;
+    zones.reserve(members.size());
     for (auto& [zone, positions] : members)
         zones.emplace_back(std::move(positions), ordered.contains(zone) ? 1 : threads);
 

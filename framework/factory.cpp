@@ -138,6 +138,7 @@ std::unique_ptr<IMetaBlock> factory::create(std::string_view class_name) {
     return create(class_name, std::make_shared<PropertiesBlock>());
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the exported signature
 std::unique_ptr<IMetaBlock> factory::create(std::string_view class_name, std::shared_ptr<PropertiesBlock> properties) {
     // callers pass views over zero-terminated text; the view's length is not looked at
     const char* text = class_name.data();
