@@ -9,9 +9,33 @@
 
 namespace tessel {
 
+/// Where an id goes in a table. Ids that are close together lie close together, in groups that are scattered with a seed
+/// of the process, so that no file can be made whose ids collide.
+template <std::uint64_t Group>
+class IdHash {
+public:
+    std::size_t operator()(std::uint64_t id) const noexcept {
+        // the finalizer of the splitmix64 generator
+        std::uint64_t h = (id / Group) ^ seed_;
+        h = (h ^ (h >> 30)) * 0xBF58476D1CE4E5B9u;
+        h = (h ^ (h >> 27)) * 0x94D049BB133111EBu;
+        return (h ^ (h >> 31)) * Group + id % Group;
+    }
+
+private:
+    static std::uint64_t process_seed() {
+        static const std::uint64_t seed = [] {
+            std::random_device device;
+            return std::uint64_t{device()} << 32 | device();
+        }();
+        return seed;
+    }
+
+    std::uint64_t seed_ = process_seed();
+};
+
 /// From ids to pointers: of those added under one id, the first. What a walk from the front of a list would find,
-/// without the walk. One array with open addressing; ids that are close together lie close together, in groups that are
-/// scattered with a seed of the process, so that no file can be made whose ids collide.
+/// without the walk. One array with open addressing.
 template <class T>
 class IdIndex {
 public:
@@ -33,28 +57,16 @@ private:
     };
     static constexpr std::uint64_t group = 8;  // neighbouring ids in two lines of memory
 
-    static std::uint64_t process_seed() {
-        static const std::uint64_t seed = [] {
-            std::random_device device;
-            return std::uint64_t{device()} << 32 | device();
-        }();
-        return seed;
-    }
-
     /// Where the id is, or would be.
     std::size_t position(std::uint64_t id) const noexcept {
-        // the finalizer of the splitmix64 generator
-        std::uint64_t h = (id / group) ^ seed_;
-        h = (h ^ (h >> 30)) * 0xBF58476D1CE4E5B9u;
-        h = (h ^ (h >> 27)) * 0x94D049BB133111EBu;
-        std::size_t i = ((h ^ (h >> 31)) * group + id % group) & mask_;
+        std::size_t i = hash_(id) & mask_;
         while (slots_[i].value != nullptr && slots_[i].id != id) i = (i + 1) & mask_;
         return i;
     }
 
     std::vector<slot_t> slots_;
     std::size_t mask_;
-    std::uint64_t seed_ = process_seed();
+    IdHash<group> hash_;
 };
 
 }  // namespace tessel

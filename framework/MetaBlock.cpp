@@ -18,7 +18,7 @@ public:
     const char* what() const noexcept override { return "a block cannot have more than 1048576 inputs or outputs"; }
 };
 
-void resize(std::vector<port_t>& ports, std::uint64_t count) {
+void resize(PortList& ports, std::uint64_t count) {
     if (count > most_ports) throw too_many_ports();
     ports.resize(static_cast<std::size_t>(count));
 }
@@ -42,7 +42,7 @@ bool MetaBlock::has_all_sources() const noexcept {
 // Hashed as it is spelt: the text itself is needed nowhere, so a block may have any number of ports.
 std::uint32_t MetaBlock::signature() const noexcept {
     std::uint32_t h = hash_seed;
-    const auto append = [&h](const char* head, const std::vector<port_t>& ports) {
+    const auto append = [&h](const char* head, const PortList& ports) {
         h = hash_more(h, head);
         for (std::size_t i = 0; i < ports.size(); ++i) {
             if (i != 0) h = hash_step(h, ';');

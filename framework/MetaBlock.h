@@ -6,7 +6,6 @@
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "IMetaBlock.h"
 #include "PropertiesBlock.h"
@@ -15,6 +14,7 @@
 #include "core/hash.h"
 #include "core/result.h"
 #include "core/var.h"
+#include "framework/PortList.h"
 #include "port.h"
 
 namespace tessel {
@@ -108,8 +108,8 @@ protected:
     static constexpr const char* step_value_c = "p_model->time_step_sec";
     static constexpr const char* step_value_py = "self.time_step_sec";
 
-    std::vector<port_t> inputs_;
-    std::vector<port_t> outputs_;
+    PortList inputs_;
+    PortList outputs_;
     std::int32_t tier_ = -1;
     std::int32_t zone_ = -1;
     std::shared_ptr<PropertiesBlock> properties_;

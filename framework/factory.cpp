@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <initializer_list>
 
 #include "core/hash.h"
 #include "framework/MetaBlock.h"
@@ -12,42 +11,34 @@
 namespace tessel {
 namespace {
 
-/// A table with no more buckets than its keys need: every block of the class has a copy.
-parameters_t table(std::initializer_list<parameters_t::value_type> parameters) {
-    parameters_t tight(parameters);
-    tight.rehash(0);
-    return tight;
-}
-
 // ---- parameters with unit and default, one table for each class that has any
-const parameters_t cast_defaults = table({{"type", {"", "flt64"}}});
-const parameters_t constant_defaults = table({{"expression", {"", "1.0"}}});
-const parameters_t debounce_defaults = table({{"fall", {" [sec]", "1"}}, {"rise", {" [sec]", "1"}}});
-const parameters_t from_defaults = table({{"target", {"", ""}}});
-const parameters_t from_workspace_defaults = table({{"expression", {"", ""}}});
-const parameters_t goto_defaults = table({{"target", {"", ""}}});
-const parameters_t hysteresis_defaults = table({{"valueOff", {"", "0.0"}}, {"valueOn", {"", "1.0"}}});
-const parameters_t inport_defaults = table({{"portNumber", {"", 2047}}});
-const parameters_t lerp_defaults = table({{"coeffA", {"", "0.0"}}, {"coeffB", {"", "2.0"}}});
-const parameters_t logical_defaults = table({{"operator", {"", "and"}}});
-const parameters_t lut1d_defaults = table({{"bp1", {"", "[0.0, 1.0, 2.0]"}}, {"out", {"", "[0.0, 1.0, 2.0]"}}});
-const parameters_t lut2d_defaults = table({{"bp1", {"", "[0.0, 1.0]"}},
-                                           {"bp2", {"", "[0.0, 1.0, 2.0]"}},
-                                           {"out", {"", "[[0.0, 1.0, 2.0],[0.0, 1.0, 2.0]]"}}});
-const parameters_t outport_defaults = table({{"portNumber", {"", 2047}}});
-const parameters_t poly1st_defaults = table({{"coeffA", {"", "1.0"}}, {"coeffB", {"", "1.0"}}});
-const parameters_t random_defaults = table({{"max", {"", "1.0"}}, {"min", {"", "0.0"}}, {"seed", {"", "12345"}}});
-const parameters_t refsys_defaults = table({{"path", {"", ""}}});
-const parameters_t relational_defaults = table({{"operator", {"", "eq"}}});
-const parameters_t sinewave_defaults = table({{"frequency", {" [hz]", "10.0"}}, {"phase", {" [deg]", "0.0"}}});
-const parameters_t squarewave_defaults = table({{"timeOff", {" [sec]", "1.0"}},
-                                                {"timeOn", {" [sec]", "2.0"}},
-                                                {"valueOff", {"", "-1.0"}},
-                                                {"valueOn", {"", "1.0"}}});
-const parameters_t step_defaults =
-    table({{"initialValue", {"", "0.0"}}, {"finalValue", {"", "1.0"}}, {"stepTime", {" [sec]", "2.0"}}});
-const parameters_t unpack_defaults =
-    table({{"lsb", {"", "0"}}, {"msb", {"", "0"}}, {"coeffA", {"", "1.0"}}, {"coeffB", {"", "0.0"}}});
+const parameters_t cast_defaults{{"type", {"", "flt64"}}};
+const parameters_t constant_defaults{{"expression", {"", "1.0"}}};
+const parameters_t debounce_defaults{{"fall", {" [sec]", "1"}}, {"rise", {" [sec]", "1"}}};
+const parameters_t from_defaults{{"target", {"", ""}}};
+const parameters_t from_workspace_defaults{{"expression", {"", ""}}};
+const parameters_t goto_defaults{{"target", {"", ""}}};
+const parameters_t hysteresis_defaults{{"valueOff", {"", "0.0"}}, {"valueOn", {"", "1.0"}}};
+const parameters_t inport_defaults{{"portNumber", {"", 2047}}};
+const parameters_t lerp_defaults{{"coeffA", {"", "0.0"}}, {"coeffB", {"", "2.0"}}};
+const parameters_t logical_defaults{{"operator", {"", "and"}}};
+const parameters_t lut1d_defaults{{"bp1", {"", "[0.0, 1.0, 2.0]"}}, {"out", {"", "[0.0, 1.0, 2.0]"}}};
+const parameters_t lut2d_defaults{
+    {"bp1", {"", "[0.0, 1.0]"}}, {"bp2", {"", "[0.0, 1.0, 2.0]"}}, {"out", {"", "[[0.0, 1.0, 2.0],[0.0, 1.0, 2.0]]"}}};
+const parameters_t outport_defaults{{"portNumber", {"", 2047}}};
+const parameters_t poly1st_defaults{{"coeffA", {"", "1.0"}}, {"coeffB", {"", "1.0"}}};
+const parameters_t random_defaults{{"max", {"", "1.0"}}, {"min", {"", "0.0"}}, {"seed", {"", "12345"}}};
+const parameters_t refsys_defaults{{"path", {"", ""}}};
+const parameters_t relational_defaults{{"operator", {"", "eq"}}};
+const parameters_t sinewave_defaults{{"frequency", {" [hz]", "10.0"}}, {"phase", {" [deg]", "0.0"}}};
+const parameters_t squarewave_defaults{{"timeOff", {" [sec]", "1.0"}},
+                                       {"timeOn", {" [sec]", "2.0"}},
+                                       {"valueOff", {"", "-1.0"}},
+                                       {"valueOn", {"", "1.0"}}};
+const parameters_t step_defaults{
+    {"initialValue", {"", "0.0"}}, {"finalValue", {"", "1.0"}}, {"stepTime", {" [sec]", "2.0"}}};
+const parameters_t unpack_defaults{
+    {"lsb", {"", "0"}}, {"msb", {"", "0"}}, {"coeffA", {"", "1.0"}}, {"coeffB", {"", "0.0"}}};
 
 // ---- the classes, sorted by name: port counts that the factory forces, port types that it presets (input 0,
 // output 0), default parameters. "subsystem" is another word for "subsys".

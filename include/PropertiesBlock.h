@@ -4,20 +4,13 @@
 #include <cstdint>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
-#include <unordered_map>
 
+#include "ParameterMap.h"
 #include "core/export.h"
-#include "core/var.h"
 
 namespace tessel {
 
-/// One parameter of a block.
-struct param_t {
-    const char* suffix = "";  ///< unit to show behind the key, such as " [sec]"; a literal, never null
-    var_t value;              ///< an expression's or keyword's text, or a number
-};
-
-using parameters_t = std::unordered_map<std::string, param_t>;
+using parameters_t = ParameterMap;
 
 /// What a block is in a model file. `export_json` and `import_json` are the two directions of one block's JSON object.
 class BLOCKS_API PropertiesBlock {

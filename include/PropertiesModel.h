@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "EnableMap.h"
 #include "core/export.h"
 #include "core/var.h"
 
@@ -58,7 +59,7 @@ public:
     std::size_t remove_links(std::uint64_t srcId, std::uint64_t dstId);
 
     std::unordered_map<std::string, var_t> parameters;
-    std::unordered_map<std::uint64_t, std::pair<std::uint64_t, std::uint64_t>> enable_map;
+    EnableMap enable_map;
     std::vector<link_t> links;
 };
 

@@ -39,10 +39,11 @@ public:
     }
 
 private:
+    // the small ones side by side: a model has two or three ports a block
     type_t type_ = type_unknown;
+    std::int16_t source_index_ = 0;
     IMetaBlock* source_block_ = nullptr;
     port_t* source_port_ = nullptr;
-    std::int16_t source_index_ = 0;
 };
 
 }  // namespace tessel

@@ -34,7 +34,7 @@ result_t MetaModel::build_enable_map() noexcept {
             level = around != nullptr ? around->parent_id() : 0;
         }
         const std::uint64_t second = nearest.inside(level, nearer);
-        properties->enable_map.try_emplace(block->id(), enable_in(block->parent_id(), 0), second);
+        properties->enable_map.emplace(block->id(), {enable_in(block->parent_id(), 0), second});
     }
     return result_ok;
 }

@@ -138,11 +138,11 @@ TEST(EnableMap, LogsEnterAndLeave) {
 }
 
 /// The map by walks of their own for each block.
-std::unordered_map<std::uint64_t, entry_t> slow_map(const MetaModel& model) {
+EnableMap slow_map(const MetaModel& model) {
     std::unordered_map<std::uint64_t, std::uint64_t> own_enable{{0, 0}};
     for (const auto& block : model.blocks)
         if (block->class_hash() == class_hash_of("enable")) own_enable.insert({block->parent_id(), block->id()});
-    std::unordered_map<std::uint64_t, entry_t> map;
+    EnableMap map;
     for (const auto& block : model.blocks) {
         std::uint64_t first = 0, second = 0;
         if (block->parent_id() != 0 && own_enable.contains(block->parent_id())) first = own_enable[block->parent_id()];

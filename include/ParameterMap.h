@@ -1,0 +1,113 @@
+// The parameters of a block by key.
+#pragma once
+
+#include <cstddef>
+#include <initializer_list>
+#include <iterator>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+
+#include "core/export.h"
+#include "core/var.h"
+
+namespace tessel {
+
+/// One parameter of a block.
+struct param_t {
+    const char* suffix = "";  ///< unit to show behind the key, such as " [sec]"; a literal, never null
+    var_t value;              ///< an expression's or keyword's text, or a number
+};
+
+/// A map from key to parameter with the operations of the standard's hash maps, made for very many small ones: a block
+/// has none to four parameters, and most blocks of a large model none. So an empty map is one pointer, the texts of
+/// keys are kept once in the process, and a key is looked for from the front. The order is that of insertion.
+/// References and iterators stay valid until their parameter is erased.
+class BLOCKS_API ParameterMap {
+    struct node_t;
+    template <bool Const>
+    class walk_t;
+
+public:
+    struct value_type {
+        const std::string& first;
+        param_t second;
+    };
+    using iterator = walk_t<false>;
+    using const_iterator = walk_t<true>;
+
+    ParameterMap() noexcept = default;
+    /// Of several entries with one key, the first counts.
+    ParameterMap(std::initializer_list<std::pair<std::string_view, param_t>> parameters);
+    ParameterMap(const ParameterMap& other);
+    ParameterMap(ParameterMap&& other) noexcept : first_(std::exchange(other.first_, nullptr)) {}
+    ParameterMap& operator=(const ParameterMap& other);
+    ParameterMap& operator=(ParameterMap&& other) noexcept;
+    ~ParameterMap() { clear(); }
+
+    iterator begin() noexcept;
+    iterator end() noexcept;
+    const_iterator begin() const noexcept;
+    const_iterator end() const noexcept;
+
+    bool empty() const noexcept { return first_ == nullptr; }
+    std::size_t size() const noexcept;
+    bool contains(std::string_view key) const noexcept;
+    iterator find(std::string_view key) noexcept;
+    const_iterator find(std::string_view key) const noexcept;
+    /// Raises `std::out_of_range` for a key that is not there.
+    param_t& at(std::string_view key);
+    const param_t& at(std::string_view key) const;
+    /// A key that is not there is added with an empty parameter.
+    param_t& operator[](std::string_view key);
+    /// How many went: 0 or 1.
+    std::size_t erase(std::string_view key) noexcept;
+    void clear() noexcept;
+
+private:
+    /// The link that leads to the key's node, or the one at the end.
+    node_t** link_to(std::string_view key) noexcept;
+
+    node_t* first_ = nullptr;
+};
+
+struct ParameterMap::node_t {
+    value_type entry;
+    node_t* next;
+};
+
+template <bool Const>
+class ParameterMap::walk_t {
+public:
+    using iterator_category = std::forward_iterator_tag;
+    using value_type = ParameterMap::value_type;
+    using difference_type = std::ptrdiff_t;
+    using reference = std::conditional_t<Const, const value_type&, value_type&>;
+    using pointer = std::conditional_t<Const, const value_type*, value_type*>;
+
+    walk_t() noexcept = default;
+    operator walk_t<true>() const noexcept requires(!Const) { return walk_t<true>(node_); }
+    reference operator*() const noexcept { return node_->entry; }
+    pointer operator->() const noexcept { return &node_->entry; }
+    walk_t& operator++() noexcept {
+        node_ = node_->next;
+        return *this;
+    }
+    walk_t operator++(int) noexcept { return walk_t(std::exchange(node_, node_->next)); }
+    friend bool operator==(walk_t a, walk_t b) noexcept { return a.node_ == b.node_; }
+
+private:
+    friend ParameterMap;
+    friend walk_t<false>;
+    explicit walk_t(node_t* node) noexcept : node_(node) {}
+
+    node_t* node_ = nullptr;
+};
+
+inline ParameterMap::iterator ParameterMap::begin() noexcept { return iterator(first_); }
+inline ParameterMap::iterator ParameterMap::end() noexcept { return {}; }
+inline ParameterMap::const_iterator ParameterMap::begin() const noexcept { return const_iterator(first_); }
+inline ParameterMap::const_iterator ParameterMap::end() const noexcept { return {}; }
+
+}  // namespace tessel
