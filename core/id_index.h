@@ -9,8 +9,8 @@
 
 namespace tessel {
 
-/// Where an id goes in a table. Ids that are close together lie close together, in groups that are scattered with a seed
-/// of the process, so that no file can be made whose ids collide.
+/// Where an id goes in a table. Ids that are close together lie close together, in groups that are scattered with a
+/// seed of the process, so that no file can be made whose ids collide.
 template <std::uint64_t Group>
 class IdHash {
 public:
