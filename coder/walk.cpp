@@ -61,7 +61,7 @@ void write_level(sys::File& file, std::int32_t level) {
 }
 
 std::filesystem::path make_target(std::string_view folder, std::string_view name) {
-    const std::filesystem::path path = std::filesystem::path(folder) / name;
+    std::filesystem::path path = std::filesystem::path(folder) / name;
     std::error_code error;
     std::filesystem::create_directories(path, error);
     if (error) throw std::filesystem::filesystem_error("create_directories", path, error);
