@@ -14,6 +14,7 @@
 #include <string>
 #include <system_error>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "PropertiesBlock.h"
@@ -24,6 +25,7 @@
 #include "core/python.h"
 #include "core/str.h"
 #include "factory.h"
+#include "files/blocks.h"
 #include "files/links.h"
 #include "files/sections.h"
 #include "framework/json_number.h"
@@ -38,7 +40,8 @@ std::string read_whole(std::string_view path) {
     std::string text;
     std::error_code unknown;                                      // as of a pipe, which grows as it is read
     constexpr std::uintmax_t at_once = std::uintmax_t{64} << 20;  // a sparse file can have any size
-    if (const auto size = std::filesystem::file_size(name, unknown); !unknown) text.reserve(std::min(size, at_once));
+    if (const auto size = std::filesystem::file_size(name, unknown); !unknown)
+        text.reserve(std::min(size, at_once) + padding);
     while (const char* line = file.readline()) text.append(line, file.line_length());
     return text;
 }
@@ -68,24 +71,32 @@ struct staged_t {
     nlohmann::json rest;
 };
 
+/// The block of an element of "blocks", empty for an unknown class.
+std::unique_ptr<IMetaBlock> by_document(std::string_view piece) {
+    auto element = nlohmann::json::parse(piece);
+    const auto first = first_member(element);
+    auto block = factory::create(first.key(), std::make_shared<PropertiesBlock>());
+    if (block != nullptr) block->import_json(*first);
+    return block;
+}
+
 /// Reads a file piece by piece: the document of a large model as a whole takes several times its room. Empty, without
 /// an effect, when a piece is in any way out of order: what then happens, and what is told of it, is up to the whole.
 std::optional<staged_t> stage(std::string_view text) {
-    const auto sections = cut(text);
+    auto sections = cut(text);
     if (!sections) return std::nullopt;
     try {
         staged_t staged;
         staged.rest = nlohmann::json::parse(sections->rest);
-        auto links = read_links(sections->links);
+        auto links = read_links(std::exchange(sections->links, {}));
         if (!links) return std::nullopt;
         staged.links = std::move(*links);
         staged.blocks.reserve(sections->blocks.size());
+        BlockReader reader;
         for (const std::string_view piece : sections->blocks) {
-            auto element = nlohmann::json::parse(piece);
-            const auto first = first_member(element);
-            auto block = factory::create(first.key(), std::make_shared<PropertiesBlock>());
+            auto block = reader.read(piece);
+            if (block == nullptr) block = by_document(piece);
             if (block == nullptr) return std::nullopt;
-            block->import_json(*first);
             staged.blocks.push_back(std::move(block));
         }
         return staged;
@@ -140,7 +151,10 @@ std::unordered_set<std::uint64_t> renumber(std::string& text, nlohmann::json& bl
 result_t load(IMetaModel* model, std::string_view path) {
     try {
         model->clear();
-        const std::string text = read_whole(path);
+        std::string padded = read_whole(path);
+        const std::size_t length = padded.size();
+        padded.append(padding, ' ');
+        const std::string_view text(padded.data(), length);
         if (auto* own = dynamic_cast<MetaModel*>(model); own != nullptr) {
             if (auto staged = stage(text)) {
                 commit(*own, std::move(*staged));

@@ -1,6 +1,7 @@
 #include "files/sections.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 
 namespace tessel::json {
@@ -9,6 +10,13 @@ namespace {
 constexpr std::string_view blanks = " \t\n\r";
 
 bool is_blank(std::string_view text) { return text.find_first_not_of(blanks) == std::string_view::npos; }
+
+/// The characters that tell where a value ends.
+constexpr auto is_structural = [] {
+    std::array<bool, 256> found{};
+    for (const unsigned char c : std::string_view("\"{}[],")) found[c] = true;
+    return found;
+}();
 
 /// Walks over a text; every step answers whether the text goes on as it should.
 class Walk {
@@ -39,7 +47,7 @@ public:
     }
     /// Up to the comma or bracket behind a value.
     bool value() {
-        for (std::size_t depth = 0; at_ < text_.size(); ++at_) {
+        for (std::size_t depth = 0; skip_plain(); ++at_) {
             switch (text_[at_]) {
                 case '"':
                     if (!rest_of_string()) return false;
@@ -50,20 +58,14 @@ public:
                 case ']':
                     if (depth-- == 0) return true;
                     break;
-                case ',':
+                default:  // a comma
                     if (depth == 0) return true;
                     break;
-                default: break;
             }
         }
         return false;
     }
-    /// From behind the bracket that opens a list to the one that closes it.
-    bool list() {
-        while (value() && is(',')) ++at_;
-        return is(']');
-    }
-    /// The same, with what is in between.
+    /// From behind the bracket that opens a list to the one that closes it, with what is in between.
     bool elements(std::vector<std::string_view>& found) {
         for (;; ++at_) {
             const std::size_t begin = at_;
@@ -78,13 +80,23 @@ public:
 private:
     /// Whether a byte order mark follows, which the JSON library skips where a text begins.
     bool starts_with_mark(std::size_t at) const { return text_.substr(at).starts_with("\xEF\xBB\xBF"); }
+    /// Up to the next structural character.
+    bool skip_plain() {
+        while (at_ < text_.size() && !is_structural[static_cast<unsigned char>(text_[at_])]) ++at_;
+        return at_ < text_.size();
+    }
     /// From the quote that opens a string to the one that closes it.
     bool rest_of_string() {
-        for (++at_; at_ < text_.size(); ++at_) {
-            if (text_[at_] == '"') return true;
-            if (text_[at_] == '\\') ++at_;
-        }
-        return false;
+        do {
+            at_ = std::min(text_.find('"', at_ + 1), text_.size());
+        } while (at_ < text_.size() && is_escaped());
+        return at_ < text_.size();
+    }
+    /// Whether an odd number of backslashes stands before the character. There is a quote before them.
+    bool is_escaped() const {
+        std::size_t begin = at_;
+        while (text_[begin - 1] == '\\') --begin;
+        return (at_ - begin) % 2 != 0;
     }
 
     std::string_view text_;
@@ -112,11 +124,9 @@ std::optional<sections_t> cut(std::string_view text) {
         if (seen || !walk.take('[')) return std::nullopt;
         seen = true;
         sections.rest += walk.from(kept);
-        const std::size_t begin = walk.at();
-        if (key == "blocks" ? !walk.elements(sections.blocks) : !walk.list()) return std::nullopt;
+        if (!walk.elements(key == "blocks" ? sections.blocks : sections.links)) return std::nullopt;
         kept = walk.at();
         if (!walk.take(']') || !walk.skip_blanks()) return std::nullopt;
-        if (key == "links") sections.links = text.substr(begin - 1, kept - begin + 2);
     } while (walk.is(',') && walk.take(','));
     if (!has_blocks || !walk.is('}')) return std::nullopt;
     sections.rest += text.substr(kept);

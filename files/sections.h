@@ -1,6 +1,7 @@
 // The text of a model file cut where it is long, so that it need not be in memory as a whole document.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -8,10 +9,13 @@
 
 namespace tessel::json {
 
+/// Bytes behind a text that are readable as well, so that its pieces can be parsed where they stand.
+inline constexpr std::size_t padding = 64;
+
 /// Where a file's lists are. Everything but the rest points into the file's text.
 struct sections_t {
     std::vector<std::string_view> blocks;  ///< the elements
-    std::string_view links = "[]";         ///< the list with its brackets
+    std::vector<std::string_view> links;   ///< the elements
     std::string rest;                      ///< the document with both lists empty
 };
 

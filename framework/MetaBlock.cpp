@@ -90,6 +90,10 @@ void MetaBlock::export_json(nlohmann::json& out) {
 
 void MetaBlock::import_json(const nlohmann::json& in) {
     properties_->import_json(in);
+    grow_inputs();
+}
+
+void MetaBlock::grow_inputs() {
     if (inputs_.size() < properties_->inportCount) resize(inputs_, properties_->inportCount);
 }
 

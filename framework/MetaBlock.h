@@ -52,7 +52,7 @@ public:
     void set_geometry(const float* geometry) noexcept override;
     void set_tier(std::int32_t tier) noexcept override { tier_ = tier; }
     void export_json(nlohmann::json& out) override;
-    void import_json(const nlohmann::json& in) override;
+    void import_json(const nlohmann::json& in) final;
     result_t calculate_type() override;
     std::int8_t calculate_zone() noexcept override;
     result_t code_comment_c(sys::File& file, std::uint64_t indent) override;
@@ -69,6 +69,9 @@ public:
     /// Forces the port counts: fewer drops ports at the end, more adds untyped ones. A negative count keeps the
     /// vector. Only before links exist.
     void resize_ports(int inputs, int outputs);
+
+    /// Adds the inputs that the data asks for beyond those that are there: what `import_json` does when it has read.
+    void grow_inputs();
 
     const PropertiesBlock& properties() const noexcept { return *properties_; }
 

@@ -1,13 +1,43 @@
 #include "PropertiesBlock.h"
 
 #include <nlohmann/json.hpp>
+#include <optional>
 
+#include "framework/block_members.h"
 #include "framework/json_number.h"
 
 namespace tessel {
 namespace {
 
 nlohmann::json widened(float value) { return static_cast<double>(value); }
+
+/// A value of a document. Raises the JSON library's exceptions.
+class DocumentValue {
+public:
+    explicit DocumentValue(const nlohmann::json& value) : value_(&value) {}
+
+    std::string text(const char* key) const { return value_->value(key, std::string()); }
+    template <class T>
+    T integer(const char* key) const {
+        return integer_at<T>(*value_, key);
+    }
+    float real(const char* key) const { return value_->value(key, 0.0f); }
+    template <class Key>
+    std::optional<DocumentValue> find(const Key& key) const {
+        const auto found = value_->find(key);
+        if (found == value_->end()) return std::nullopt;
+        return DocumentValue(*found);
+    }
+    bool is_number() const { return value_->is_number(); }
+    template <class T>
+    T to_integer() const {
+        return tessel::to_integer<T>(*value_);
+    }
+    std::string to_text() const { return value_->get<std::string>(); }
+
+private:
+    const nlohmann::json* value_;
+};
 
 }  // namespace
 
@@ -50,35 +80,6 @@ void PropertiesBlock::export_json(nlohmann::json& out) const {
     }
 }
 
-void PropertiesBlock::import_json(const nlohmann::json& in) {
-    name = in.value("name", std::string());
-    // a file's 0 leaves a parent that was preset
-    if (const auto given = integer_at<std::uint64_t>(in, "parent"); given != 0) parent = given;
-    id = integer_at<std::uint64_t>(in, "id");
-    inportCount = static_cast<std::uint64_t>(std::int64_t{integer_at<int>(in, "inportCount")});
-    outportCount = static_cast<std::uint64_t>(std::int64_t{integer_at<int>(in, "outportCount")});
-    if (const auto found = in.find("geometry"); found != in.end()) {
-        x = found->value("x", 0.0f);
-        y = found->value("y", 0.0f);
-        width = found->value("width", 0.0f);
-        height = found->value("height", 0.0f);
-        rotation = found->value("rotation", 0.0f);
-    }
-    // "backgroundColor" is the older key of "bg"
-    auto color = in.find("bg");
-    if (color == in.end()) color = in.find("backgroundColor");
-    if (color != in.end()) {
-        red = color->value("red", 0.0f);
-        green = color->value("green", 0.0f);
-        blue = color->value("blue", 0.0f);
-        alpha = color->value("alpha", 0.0f);
-    }
-    for (auto& [key, parameter] : parameters) {
-        const auto found = in.find(key);
-        if (found == in.end()) continue;
-        if (found->is_number()) parameter.value = var_t(to_integer<int>(*found));
-        else parameter.value = found->get<std::string>();
-    }
-}
+void PropertiesBlock::import_json(const nlohmann::json& in) { import_members(*this, DocumentValue(in)); }
 
 }  // namespace tessel

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "PropertiesModel.h"
+#include "files/sections.h"
 
 namespace tessel::json {
 namespace {
@@ -23,6 +24,14 @@ std::vector<std::string> shown(const std::vector<link_t>& links) {
     return all;
 }
 
+/// Reads a list as it stands in a file.
+std::optional<std::vector<link_t>> read(const std::string& list) {
+    const std::string file = R"({"blocks": [], "links": )" + list + '}';
+    const std::string padded = file + std::string(padding, ' ');
+    const auto sections = cut(std::string_view(padded).substr(0, file.size()));
+    return sections ? read_links(sections->links) : std::nullopt;
+}
+
 TEST(Links, AreThoseOfTheDocument) {
     for (const char* list :
          {"[]", "[ {} ]", R"([{"srcId": 1, "dstId": 2, "srcPort": 0, "dstPort": -1}])",
@@ -30,10 +39,12 @@ TEST(Links, AreThoseOfTheDocument) {
               {"srcId": 7, "breakpoints": [], "dstId": 8}, {"breakpoints": null}])",
           R"([{"breakpoints": [{"x": -5, "y": 2147483647}, {}, {"y": 1, "z": true}], "srcId": 4, "label": ""}])",
           R"([{"other": 1, "another": "text", "third": null, "fourth": 2.5, "fifth": -3, "other": false, "srcId": 9}])",
-          R"([{"srcId": 1, "srcPort": -2147483648, "dstPort": 2147483647}])"}) {
+          R"([{"srcId": 1, "srcPort": -2147483648, "dstPort": 2147483647}])", R"([{"x": 1, "x": 2, "y": 1e300}])",
+          R"([{"src\u0049d": 5, "label": "\ud83d\ude00\u0000\\\"}]", "dstId": 9223372036854775808}, {"srcPort": -0}])",
+          R"([{"breakpoints": [{"srcId": 1.5, "x": -2147483648}], "dstPort": -0}])"}) {
         PropertiesModel document;
         document.import_json({{"links", nlohmann::json::parse(list)}}, false);
-        const auto links = read_links(list);
+        const auto links = read(list);
         ASSERT_TRUE(links) << list;
         EXPECT_EQ(shown(*links), shown(document.links)) << list;
     }
@@ -84,13 +95,13 @@ TEST(Links, AnythingUnusualIsLeftToTheDocument) {
                              R"([{"other": {}}])",
                              R"([{"srcId": 18446744073709551616}])",
                              R"([{"label": "\ud800"}])"})
-        EXPECT_FALSE(read_links(list)) << list;
+        EXPECT_FALSE(read(list)) << list;
 }
 
 // A list of many links keeps no more than they need.
 TEST(Links, LabelsKeepNoRoomOfLongerTexts) {
     const std::string text(1000, 'x');
-    const auto links = read_links("[{\"other\": \"" + text + "\", \"label\": \"a\"}]");
+    const auto links = read("[{\"other\": \"" + text + "\", \"label\": \"a\"}]");
     ASSERT_TRUE(links);
     EXPECT_EQ(links->front().label, "a");
     EXPECT_LT(links->front().label.capacity(), 100U);

@@ -15,7 +15,7 @@ TEST(Sections, ListsAreCutAndTheRestIsKept) {
         cut(R"( {"a": [1, {"blocks": [2]}], "blocks": [{"x": "],}\"["}, [3, 4]], "links":[7] , "m": {}} )");
     ASSERT_TRUE(cut_up);
     EXPECT_EQ(cut_up->blocks, (pieces_t{R"({"x": "],}\"["})", " [3, 4]"}));
-    EXPECT_EQ(cut_up->links, "[7]");
+    EXPECT_EQ(cut_up->links, (pieces_t{"7"}));
     EXPECT_EQ(cut_up->rest, R"( {"a": [1, {"blocks": [2]}], "blocks": [], "links":[] , "m": {}} )");
 }
 
@@ -23,8 +23,18 @@ TEST(Sections, EmptyListsHaveNoElements) {
     const auto cut_up = cut(R"({"blocks": [ ], "links": []})");
     ASSERT_TRUE(cut_up);
     EXPECT_TRUE(cut_up->blocks.empty());
-    EXPECT_EQ(cut_up->links, "[]");
-    EXPECT_EQ(cut(R"({"blocks": []})")->links, "[]");
+    EXPECT_TRUE(cut_up->links.empty());
+    EXPECT_TRUE(cut(R"({"blocks": []})")->links.empty());
+}
+
+TEST(Sections, AStringEndsAtTheQuoteBehindAnEvenNumberOfBackslashes) {
+    const auto cut_up =
+        cut(R"({"blocks": ["", "\"", "\\", "\\\"]", "a\\", "\u0022,"], "links": ["\\\\",{"\"":"\\"}]})");
+    ASSERT_TRUE(cut_up);
+    EXPECT_EQ(cut_up->blocks, (pieces_t{R"("")", R"( "\"")", R"( "\\")", R"( "\\\"]")", R"( "a\\")", R"( "\u0022,")"}));
+    EXPECT_EQ(cut_up->links, (pieces_t{R"("\\\\")", R"({"\"":"\\"})"}));
+    EXPECT_FALSE(cut(R"({"blocks": ["\"]})"));
+    EXPECT_FALSE(cut(R"({"blocks": ["\\\"]})"));
 }
 
 TEST(Sections, WhatIsNoJsonStaysInAPieceOrInTheRest) {
