@@ -1,11 +1,11 @@
 #include "exec/ExecModel.h"
 
 #include <map>
-#include <numeric>
 #include <span>
 #include <unordered_map>
 #include <utility>
 
+#include "exec/PortIndex.h"
 #include "exec/parallel_for_each.h"
 #include "exec/plan.h"
 #include "exec/team.h"
@@ -26,17 +26,19 @@ void step_object(ExecBlock& block, double t) noexcept {
 /// The objects of one zone, and the threads' shares of them: each thread has as many neighbouring chunks of the
 /// partition as it has at once. A zone that is done sooner than another thread hears of it is not shared.
 struct shared_zone_t {
-    std::vector<std::size_t> objects;  // positions
+    std::vector<position_t> objects;
     partition_t part;
     std::size_t shares;
 
-    shared_zone_t(std::vector<std::size_t> positions, unsigned threads)
+    shared_zone_t(std::vector<position_t> positions, unsigned threads)
         : objects(std::move(positions)),
           part(partition_t::of(objects.size(), threads)),
-          shares(objects.size() < narrow * threads ? 1 : threads) {}
+          shares(objects.size() < narrow * threads ? 1 : threads) {
+        objects.shrink_to_fit();
+    }
 
-    std::span<const std::size_t> share(std::size_t i) const noexcept {
-        const std::span<const std::size_t> all(objects);
+    std::span<const position_t> share(std::size_t i) const noexcept {
+        const std::span<const position_t> all(objects);
         const std::size_t chunks = part.chunks / shares;
         const std::size_t begin = part.begin_of(i * chunks);
         return all.subspan(begin, part.end_of(i * chunks + chunks - 1) - begin);
@@ -112,7 +114,9 @@ void ExecModel::wire(const IdIndex<ExecBlock>& index) {
 
 void ExecModel::set_enables(const IdIndex<ExecBlock>& index) {
     enable_blocks.clear();
-    gates_.assign(blocks.size(), nullptr);
+    enables_.clear();
+    gates_.assign(blocks.size(), 0);
+    std::unordered_map<const ExecBlock*, std::uint32_t> numbers;  // 1 + those among enables_
     for (std::size_t i = 0; i < blocks.size(); ++i) {
         if (blocks[i] == nullptr) continue;
         const std::uint64_t gate = properties->enables_of(blocks[i]->id()).second;
@@ -123,29 +127,32 @@ void ExecModel::set_enables(const IdIndex<ExecBlock>& index) {
             continue;
         }
         blocks[i]->set_enable(static_cast<const bool*>(flag->value_ptr()));
-        enable_blocks.insert(enable);
-        gates_[i] = enable;
+        const auto [number, is_new] = numbers.try_emplace(enable, static_cast<std::uint32_t>(enables_.size() + 1));
+        if (is_new) {
+            enable_blocks.insert(enable);
+            enables_.push_back(enable);
+        }
+        gates_[i] = number->second;
     }
 }
 
-PlanContext ExecModel::plan_context() const {
-    std::unordered_map<const ExecBlock*, std::size_t> positions;  // of enable blocks, among the objects
+PlanContext ExecModel::plan_context() {
+    const auto gated_by = std::exchange(gates_, {});
+    std::vector<gate_t> gates{{&always_enabled, 0}};
+    std::unordered_map<const ExecBlock*, std::size_t> numbers;  // of the gates
+    for (ExecBlock* enable : enables_) {
+        numbers.emplace(enable, gates.size());
+        gates.push_back({static_cast<const bool*>(enable->input(0)->value_ptr()), 0});
+    }
     std::vector<planned_t> objects;
     objects.reserve(blocks.size());
-    for (const auto& block : blocks) {
-        if (block == nullptr) continue;
-        if (enable_blocks.contains(block.get())) positions.emplace(block.get(), objects.size());
-        objects.push_back({block.get(), &always_enabled, 0});
-    }
-    std::size_t n = 0;
     for (std::size_t i = 0; i < blocks.size(); ++i) {
         if (blocks[i] == nullptr) continue;
-        planned_t& object = objects[n++];
-        if (gates_[i] == nullptr) continue;
-        object.gate = static_cast<const bool*>(const_cast<ExecBlock*>(gates_[i])->input(0)->value_ptr());
-        object.enable_position = positions.at(gates_[i]);
+        if (const auto found = numbers.find(blocks[i].get()); found != numbers.end())
+            gates[found->second].enable_position = static_cast<position_t>(objects.size());
+        objects.push_back({blocks[i].get(), gated_by[i]});
     }
-    return {std::move(objects), &always_enabled, monitor_ != nullptr && monitor_->looks_at_cells()};
+    return {std::move(objects), std::move(gates), monitor_ != nullptr && monitor_->looks_at_cells()};
 }
 
 template <class Step>
@@ -190,12 +197,9 @@ result_t ExecModel::run_serial(double ti, double tf, double ts) {
         block->start();
     }
     if (engine_ == engine_t::plan) {
-        const PlanContext context = plan_context();
-        Plan plan = [&context] {
-            std::vector<std::size_t> all(context.objects().size());
-            std::iota(all.begin(), all.end(), std::size_t{0});
-            return Plan(context, all);
-        }();
+        PlanContext context = plan_context();
+        Plan plan(context);
+        context.plans_made();
         run_steps(ti, tf, ts, [&plan](double t) { plan.step(t); });
         context.store_outputs();
         plan.settle();
@@ -219,41 +223,42 @@ bool ExecModel::is_wide() const {
 }
 
 std::unordered_set<std::int32_t> ExecModel::ordered_zones() const {
-    const auto address = [](const ExecPort* port) { return std::uint64_t{reinterpret_cast<std::uintptr_t>(port)}; };
-    std::size_t outputs = 0;
-    for (const auto& block : blocks)
-        for (std::int16_t n = 0; block != nullptr && block->output(n) != nullptr; ++n) ++outputs;
-    IdIndex<const ExecBlock> owners(outputs);
-    for (const auto& block : blocks)
-        for (std::int16_t n = 0; block != nullptr && block->output(n) != nullptr; ++n)
-            owners.add(address(block->output(n)), block.get());
+    using entry_t = std::unique_ptr<ExecBlock>;
+    PortIndex<entry_t> owners(blocks);
+    const auto for_each_output = [this](const auto& action) {
+        for (const entry_t& block : blocks) {
+            if (block == nullptr) continue;
+            ExecPort* port = nullptr;
+            for (std::int16_t n = 0; (port = block->output(n)) != nullptr; ++n) action(*port, block);
+        }
+    };
+    for_each_output([&owners](ExecPort& port, const entry_t& block) { owners.add(port, block); });
 
     std::unordered_set<std::int32_t> zones;
     for (std::size_t i = 0; i < blocks.size(); ++i) {
         ExecBlock* const block = blocks[i].get();
         if (block == nullptr) continue;
-        const auto stands_beside = [block](const ExecBlock* other) {
-            return other != nullptr && other != block && other->zone() == block->zone();
+        const auto stands_beside = [block](const ExecBlock& other) {
+            return &other != block && other.zone() == block->zone();
         };
-        bool ordered = stands_beside(gates_[i]);
+        bool ordered = gates_[i] != 0 && stands_beside(*enables_[gates_[i] - 1]);
         for (std::int16_t n = 0; !ordered && block->input(n) != nullptr; ++n) {
             const ExecPort* source = block->input(n)->source();
-            ordered = source != nullptr && stands_beside(owners.find(address(source)));
+            const entry_t* owner = source != nullptr ? owners.find(*source) : nullptr;
+            ordered = owner != nullptr && stands_beside(**owner);
         }
         if (ordered) zones.insert(block->zone());
     }
+    for_each_output([&owners](ExecPort& port, const entry_t&) { owners.remove(port); });
     return zones;
 }
 
 result_t ExecModel::run_parallel(double ti, double tf, double ts) {
     const unsigned threads = sys::hardware_threads();
-    std::vector<ExecBlock*> objects;
-    std::map<std::int32_t, std::vector<std::size_t>> members;  // of each zone, as positions among the objects
-    for (const auto& block : blocks) {
-        if (block == nullptr) continue;
-        members[block->zone()].push_back(objects.size());
-        objects.push_back(block.get());
-    }
+    std::map<std::int32_t, std::vector<position_t>> members;  // of each zone, as positions among the objects
+    position_t count = 0;
+    for (const auto& block : blocks)
+        if (block != nullptr) members[block->zone()].push_back(count++);
     const auto ordered = ordered_zones();
     std::vector<shared_zone_t> zones;
     zones.reserve(members.size());
@@ -265,21 +270,26 @@ result_t ExecModel::run_parallel(double ti, double tf, double ts) {
         block.start();
     });
     if (engine_ == engine_t::plan) {
-        const PlanContext context = plan_context();
+        PlanContext context = plan_context();
         std::vector<std::vector<Plan>> plans;
         for (const shared_zone_t& zone : zones) {
             auto& own = plans.emplace_back();
             own.reserve(zone.shares);
             for (std::size_t i = 0; i < zone.shares; ++i) own.emplace_back(context, zone.share(i));
         }
+        context.plans_made();
         run_zones(zones, threads, ti, tf, ts,
                   [&plans](std::size_t z, std::size_t i, double t) { plans[z][i].step(t); });
         context.store_outputs();
         for (auto& zone : plans)
             for (Plan& plan : zone) plan.settle();
     } else {
+        std::vector<ExecBlock*> objects;
+        objects.reserve(count);
+        for (const auto& block : blocks)
+            if (block != nullptr) objects.push_back(block.get());
         run_zones(zones, threads, ti, tf, ts, [&](std::size_t z, std::size_t i, double t) {
-            for (const std::size_t position : zones[z].share(i)) step_object(*objects[position], t);
+            for (const position_t position : zones[z].share(i)) step_object(*objects[position], t);
         });
     }
     parallel_for_each(blocks, [](ExecBlock& block) { block.finish(); });

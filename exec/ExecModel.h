@@ -69,7 +69,8 @@ private:
     /// The same zone by zone; `step_share(zone, share, t)` is called on several threads at once for the shares of one.
     template <class Zones, class Share>
     void run_zones(const Zones& zones, unsigned threads, double ti, double tf, double ts, const Share& step_share);
-    PlanContext plan_context() const;
+    /// Once in a run: the list of gates is in it then.
+    PlanContext plan_context();
     /// The zones in which an object reads what another of the same zone puts out, as a memory block fed by a source
     /// does, or is gated by one: their objects take their turns in the order of the list, on one thread, so that a run
     /// gives the same values on any number of threads. Before the first `set_time`, once wired.
@@ -86,7 +87,8 @@ private:
 
     RunMonitor* monitor_ = nullptr;
     engine_t engine_ = engine_t::plan;
-    std::vector<const ExecBlock*> gates_;  // the enable block that gates each entry of `blocks`, null for none
+    std::vector<ExecBlock*> enables_;   // those of enable_blocks, in the order of what they gate
+    std::vector<std::uint32_t> gates_;  // of each entry of `blocks`: 1 + which of them gates it, 0 for none
 };
 
 }  // namespace tessel

@@ -1,12 +1,13 @@
 #include "exec/Port.h"
 
 #include "core/var.h"
+#include "exec/PortIndex.h"
 
 namespace tessel {
 
 template <class T>
 ExecPort* Port<T>::source() const noexcept {
-    return source_;
+    return PortNote::source_at(source_);
 }
 template <class T>
 type_t Port<T>::type() const noexcept {

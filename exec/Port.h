@@ -9,6 +9,8 @@
 
 namespace tessel {
 
+class PortNote;
+
 /// A port that holds a T: one of the eleven value types.
 template <class T>
 class BLOCKS_API Port final : public ExecPort {
@@ -39,6 +41,8 @@ public:
     void connect(ExecBlock& block, std::uint16_t index) noexcept override;
 
 private:
+    friend class PortNote;
+
     void pull_from(const ExecPort& source) noexcept {
         if constexpr (std::is_same_v<T, double>) source.to_flt64(&value);
         else if constexpr (std::is_same_v<T, float>) source.to_flt32(&value);
@@ -53,7 +57,7 @@ private:
         else source.to_bool(&value);
     }
 
-    ExecPort* source_ = nullptr;
+    ExecPort* source_ = nullptr;  // or what PortNote puts there
 };
 
 extern template class Port<bool>;

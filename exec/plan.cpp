@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <limits>
 #include <type_traits>
 
 #include "core/convert.h"
@@ -53,8 +54,6 @@ constexpr std::size_t shortest_loop = 4;
 /// Keeps the stack small in builds that make no tail calls.
 constexpr std::size_t longest_chain = 64;
 
-std::uint64_t address(const ExecPort* port) noexcept { return reinterpret_cast<std::uintptr_t>(port); }
-
 constexpr std::size_t type_count = value_types::size;
 
 template <class... T>
@@ -87,134 +86,168 @@ run_t pull(type_t type) {
     return table[position_of(type, value_types{})];
 }
 
+role_t role_of(const lowering_t* lowering) noexcept {
+    if (lowering == nullptr) return role_t::foreign;
+    if (lowering->has_output) return role_t::computes;
+    return lowering->run != nullptr ? role_t::takes_in : role_t::holds;
+}
+
 }  // namespace
 
-PlanContext::PlanContext(std::vector<planned_t> objects, const bool* always, bool outputs_in_ports)
-    : objects_(std::move(objects)), always_(always), outputs_in_ports_(outputs_in_ports), owners_(objects_.size()) {
-    for (std::size_t i = 0; i < objects_.size(); ++i) {
-        if (objects_[i].block->lowering() == nullptr) watched_ = true;
-        else if (const ExecPort* out = objects_[i].block->output(0); out != nullptr)
-            owners_.add(address(out), &objects_[i]);
-        if (objects_[i].gate != always_ && (i == 0 || objects_[i].gate != objects_[i - 1].gate))
-            gates_.push_back(objects_[i].gate);
+PlanContext::PlanContext(std::vector<planned_t> objects, std::vector<gate_t> gates, bool outputs_in_ports)
+    : objects_(std::move(objects)), gates_(std::move(gates)), outputs_in_ports_(outputs_in_ports), owners_(objects_) {
+    for (planned_t& object : objects_) {
+        const lowering_t* lowering = object.block->lowering();
+        object.role = role_of(lowering);
+        object.inputs = lowering != nullptr ? lowering->inputs : std::uint8_t{0};
+        if (object.role == role_t::foreign) watched_ = true;
+        else if (object.role == role_t::computes) owners_.add(*object.block->output(0), object);
     }
+    for (std::size_t i = 1; i < gates_.size(); ++i) gate_cells_.push_back(gates_[i].flag);
     // an input that another object reads from is looked at as a gate is: it must be right at every moment
     for (const planned_t& object : objects_) {
-        const lowering_t* lowering = object.block->lowering();
-        for (std::int16_t n = 0; lowering != nullptr && n < lowering->inputs; ++n) {
+        for (std::int16_t n = 0; n < object.inputs; ++n) {
             ExecPort* source = object.block->input(n)->source();
-            if (source != nullptr && owners_.find(address(source)) == nullptr) gates_.push_back(source->value_ptr());
+            if (source != nullptr && owners_.find(*source) == nullptr) gate_cells_.push_back(source->value_ptr());
         }
     }
-    std::ranges::sort(gates_);
-    gates_.erase(std::unique(gates_.begin(), gates_.end()), gates_.end());
+    std::ranges::sort(gate_cells_);
+    gate_cells_.erase(std::unique(gate_cells_.begin(), gate_cells_.end()), gate_cells_.end());
+    for (position_t i = 0; !gate_cells_.empty() && i < objects_.size(); ++i)
+        if (objects_[i].role == role_t::computes && is_gate(objects_[i].block->output(0)->value_ptr()))
+            gate_outputs_.push_back(i);
 
-    cells_.resize(objects_.size());
     outputs_in_ports_ = outputs_in_ports_ || watched_;
     values_.resize(outputs_in_ports_ ? 0 : objects_.size());
-    for (std::size_t i = 0; i < objects_.size(); ++i) {
-        const lowering_t* lowering = objects_[i].block->lowering();
-        if (lowering == nullptr || !lowering->has_output) continue;
-        ExecPort* port = objects_[i].block->output(0);
-        cells_[i] = port->value_ptr();
-        // an output that serves as a flag, as it can where ids are not unique, is reset in its port
-        if (outputs_in_ports_ || is_gate(cells_[i])) continue;
-        std::memcpy(&values_[i], cells_[i], size_of(port->type()));
-        cells_[i] = &values_[i];
-    }
 }
 
-void PlanContext::store_outputs() const noexcept {
+PlanContext::~PlanContext() {
+    if (planning_) plans_made();
+}
+
+bool PlanContext::is_gate(const void* cell) const noexcept { return std::ranges::binary_search(gate_cells_, cell); }
+
+position_t PlanContext::owner_of(const ExecPort& port) const noexcept {
+    const planned_t* found = owners_.find(port);
+    return found != nullptr ? static_cast<position_t>(found - objects_.data()) : nowhere;
+}
+
+bool PlanContext::keeps_sample(position_t from, position_t to) const noexcept {
+    if (from >= to || std::ranges::binary_search(gate_outputs_, from)) return false;
+    const std::uint32_t gate = objects_[to].gate;
+    return gate == 0 || (gate == objects_[from].gate && from > gates_[gate].enable_position);
+}
+
+/// An output that serves as a flag, as it can where ids are not unique, is reset in its port.
+bool PlanContext::is_in_port(position_t position) const noexcept {
+    return outputs_in_ports_ || std::ranges::binary_search(gate_outputs_, position);
+}
+
+void* PlanContext::output_cell(position_t position) noexcept {
+    if (is_in_port(position)) return objects_[position].block->output(0)->value_ptr();
+    return &values_[position];
+}
+
+void PlanContext::plans_made() noexcept {
+    for (position_t i = 0; i < objects_.size(); ++i) {
+        if (objects_[i].role != role_t::computes) continue;
+        ExecPort& port = *objects_[i].block->output(0);
+        owners_.remove(port);
+        if (!is_in_port(i)) std::memcpy(&values_[i], port.value_ptr(), size_of(port.type()));
+    }
+    planning_ = false;
+}
+
+void PlanContext::store_outputs() noexcept {
     if (outputs_in_ports_) return;
-    for (std::size_t i = 0; i < objects_.size(); ++i) {
-        if (cells_[i] == nullptr) continue;
-        ExecPort* port = objects_[i].block->output(0);
-        if (cells_[i] != port->value_ptr()) std::memcpy(port->value_ptr(), cells_[i], size_of(port->type()));
+    for (position_t i = 0; i < objects_.size(); ++i) {
+        if (objects_[i].role != role_t::computes || is_in_port(i)) continue;
+        ExecPort& port = *objects_[i].block->output(0);
+        std::memcpy(port.value_ptr(), &values_[i], size_of(port.type()));
     }
 }
 
-bool PlanContext::is_gate(const void* cell) const noexcept { return std::ranges::binary_search(gates_, cell); }
-
-std::size_t PlanContext::owner_of(const ExecPort* port) const noexcept {
-    const planned_t* found = owners_.find(address(port));
-    return found != nullptr ? static_cast<std::size_t>(found - objects_.data()) : nowhere;
+Plan::Plan(PlanContext& context) : context_(&context), watched_(context.watched()) {
+    lower(context, context.objects().size());
 }
 
-bool PlanContext::keeps_sample(std::size_t from, std::size_t to) const noexcept {
-    if (from >= to || is_gate(cells_[from])) return false;
-    const planned_t& reader = objects_[to];
-    return reader.gate == always_ || (reader.gate == objects_[from].gate && from > reader.enable_position);
+Plan::Plan(PlanContext& context, std::span<const position_t> positions)
+    : context_(&context), positions_(positions.data()), watched_(context.watched()) {
+    lower(context, positions.size());
 }
 
-Plan::Plan(const PlanContext& context, std::span<const std::size_t> positions) : watched_(context.watched()) {
+void Plan::lower(PlanContext& context, std::size_t count) {
+    const auto object_at = [&](std::size_t i) -> const planned_t& { return context.objects()[position_of(i)]; };
     std::size_t most = 0;  // operands: samplers and step of every input, object, output, a link before and behind
-    for (const std::size_t position : positions) {
-        const lowering_t* lowering = context.objects()[position].block->lowering();
-        most += lowering != nullptr ? 4 + 3 * std::size_t{lowering->inputs} : 1;
+    for (std::size_t i = 0; i < count; ++i) {
+        const planned_t& object = object_at(i);
+        most += object.role != role_t::foreign ? 4 + 3 * std::size_t{object.inputs} : 1;
     }
     operands_.reserve(most);
-    objects_.reserve(positions.size());
-    settles_.reserve(positions.size());
 
-    const auto gate_of = [&](std::size_t i) {
-        const planned_t& object = context.objects()[positions[i]];
-        return object.block->lowering() != nullptr ? object.gate : nullptr;
-    };
+    std::vector<position_t> order;
     std::size_t end = 0;
-    for (std::size_t begin = 0; begin < positions.size(); begin = end) {
-        const bool* gate = gate_of(begin);
+    for (std::size_t begin = 0; begin < count; begin = end) {
+        const planned_t& first = object_at(begin);
+        const bool foreign = first.role == role_t::foreign;
+        const auto goes_along = [&](const planned_t& object) {
+            return !foreign && object.role != role_t::foreign && object.gate == first.gate;
+        };
         do ++end;
-        while (end < positions.size() && gate != nullptr && gate_of(end) == gate);
-        segment_t segment{gate, 0, objects_.size(), 0, 0.0, false};
-        const auto members = positions.subspan(begin, end - begin);
-        const auto reordered = sinks_last(context, members);
-        const std::span<const std::size_t> order = reordered.empty() ? members : reordered;
+        while (end < count && goes_along(object_at(end)));
+        order.resize(end - begin);
+        for (std::size_t i = begin; i < end; ++i) order[i - begin] = position_of(i);
+        put_sinks_last(context, order);
         for (std::size_t i = 0; i < order.size();) i = lower_stretch(context, order, i);
         end_chain();
-        segment.op_end = ops_.size();
-        segment.object_end = objects_.size();
-        segments_.push_back(segment);
+        segments_.push_back({foreign ? nullptr : context.flag_of(first), ops_.size(), static_cast<position_t>(begin),
+                             static_cast<position_t>(foreign ? begin : end), 0.0, false});
     }
     segments_.shrink_to_fit();
     ops_.shrink_to_fit();
 }
 
-/// The same objects, with those at the end that only take in what earlier ones put out, equal ones together: probes
-/// behind every other block would take each loop apart. Nobody sees them do so later in the step. Empty where nothing
-/// goes.
-std::vector<std::size_t> Plan::sinks_last(const PlanContext& context, std::span<const std::size_t> positions) {
-    if (context.looked_at()) return {};
-    const auto lowering_of = [&context](std::size_t position) { return context.objects()[position].block->lowering(); };
-    const auto can_wait = [&](std::size_t position) {
-        const lowering_t* lowering = lowering_of(position);
-        if (lowering == nullptr || lowering->has_output || lowering->run == nullptr) return false;
-        for (std::int16_t n = 0; n < lowering->inputs; ++n) {
-            ExecPort* input = context.objects()[position].block->input(n);
+/// Puts those that only take in what earlier ones put out at the end, equal ones together: probes behind every other
+/// block would take each loop apart. Nobody sees them do so later in the step.
+void Plan::put_sinks_last(const PlanContext& context, std::span<position_t> order) {
+    if (context.looked_at()) return;
+    const auto can_wait = [&](position_t position) {
+        const planned_t& object = context.objects()[position];
+        if (object.role != role_t::takes_in) return false;
+        for (std::int16_t n = 0; n < object.inputs; ++n) {
+            ExecPort* input = object.block->input(n);
             if (context.is_gate(input->value_ptr())) return false;
-            if (input->source() != nullptr && context.owner_of(input->source()) >= position) return false;
+            if (input->source() != nullptr && context.owner_of(*input->source()) >= position) return false;
         }
         return true;
     };
-    if (std::ranges::none_of(positions, can_wait)) return {};
-    std::vector<std::size_t> order(positions.begin(), positions.end());
+    if (std::ranges::none_of(order, can_wait)) return;
     const auto sinks = std::stable_partition(order.begin(), order.end(), std::not_fn(can_wait));
+    const auto lowering_of = [&context](position_t position) { return context.objects()[position].block->lowering(); };
     std::stable_sort(sinks, order.end(),
-                     [&](std::size_t a, std::size_t b) { return std::less{}(lowering_of(a), lowering_of(b)); });
-    return order;
+                     [&](position_t a, position_t b) { return std::less{}(lowering_of(a), lowering_of(b)); });
 }
 
-/// Lowers the objects from `begin` on that share a lowering and a gate, as loops over their inputs and one over their
-/// steps; returns the end of the stretch. A stretch ends before an object that samples what an earlier one of it puts
-/// out, since the inputs of all are sampled first.
-std::size_t Plan::lower_stretch(const PlanContext& context, std::span<const std::size_t> positions, std::size_t begin) {
-    const planned_t& first = context.objects()[positions[begin]];
-    const lowering_t* lowering = first.block->lowering();
+/// Lowers the objects from `begin` on that share a lowering, as loops over their inputs and one over their steps;
+/// returns the end of the stretch. A stretch ends before an object that samples what an earlier one of it puts out,
+/// since the inputs of all are sampled first.
+std::size_t Plan::lower_stretch(PlanContext& context, std::span<const position_t> order, std::size_t begin) {
+    ExecBlock* const first = context.objects()[order[begin]].block;
+    const lowering_t* lowering = first->lowering();
     if (lowering == nullptr) {
-        const void* operand = first.block;
+        const void* operand = first;
         append(&run_foreign, {&operand, 1}, 1);
         return begin + 1;
     }
 
+    struct input_t {
+        ExecPort* port;
+        void* cell;
+        ExecPort* source;
+        position_t owner;
+    };
+    std::array<input_t, std::numeric_limits<std::uint8_t>::max()> all_inputs;
+    const auto inputs = std::span(all_inputs).first(lowering->inputs);
     struct sampler_t {
         run_t run;
         std::array<const void*, 2> operands;
@@ -223,42 +256,42 @@ std::size_t Plan::lower_stretch(const PlanContext& context, std::span<const std:
     std::vector<sampler_t> samplers;
     std::vector<const void*> steps;
     std::size_t end = begin;
-    for (; end < positions.size(); ++end) {
-        const std::size_t position = positions[end];
-        const planned_t& object = context.objects()[position];
-        if (object.block->lowering() != lowering || object.gate != first.gate) break;
+    for (; end < order.size(); ++end) {
+        const position_t position = order[end];
+        ExecBlock* const block = context.objects()[position].block;
+        if (block->lowering() != lowering) break;
 
-        const std::size_t sampled = samplers.size(), stepped = steps.size();
         bool all_kept = true, observed = false, inside = false;
-        for (std::int16_t n = 0; n < lowering->inputs; ++n) {
-            ExecPort* port = object.block->input(n);
-            observed = observed || context.is_gate(port->value_ptr());
-            if (port->source() == nullptr) continue;
-            const std::size_t owner = context.owner_of(port->source());
+        for (std::size_t n = 0; n < inputs.size(); ++n) {
+            ExecPort* port = block->input(static_cast<std::int16_t>(n));
+            ExecPort* source = port->source();
+            inputs[n] = {port, port->value_ptr(), source, PlanContext::nowhere};
+            observed = observed || context.is_gate(inputs[n].cell);
+            if (source == nullptr) continue;
+            const position_t owner = inputs[n].owner = context.owner_of(*source);
             all_kept = all_kept && owner != PlanContext::nowhere && context.keeps_sample(owner, position);
         }
+        const std::size_t sampled = samplers.size(), stepped = steps.size();
         const bool lazy = all_kept && !observed;
         settle_t settle = lazy ? settle_t::sample : settle_t::clock;
-        if (lowering->needs_object) steps.push_back(object.block);
+        if (lowering->needs_object) steps.push_back(block);
         if (lowering->has_output) steps.push_back(context.output_cell(position));
-        for (std::int16_t n = 0; n < lowering->inputs; ++n) {
-            ExecPort* port = object.block->input(n);
-            ExecPort* source = port->source();
-            const void* cell = port->value_ptr();
-            if (source != nullptr) {
-                const std::size_t owner = context.owner_of(source);
-                const bool foreign = owner == PlanContext::nowhere;
-                const void* source_cell = foreign ? nullptr : context.output_cell(owner);
+        for (const input_t& input : inputs) {
+            const void* cell = input.cell;
+            if (input.source != nullptr) {
+                const type_t type = input.port->type(), source_type = input.source->type();
+                const bool foreign = input.owner == PlanContext::nowhere;
+                const void* source_cell = foreign ? nullptr : context.output_cell(input.owner);
                 const bool kept = lazy || (lowering->passes_through && !observed);
-                if (kept && !foreign && source->type() == port->type()) {
+                if (kept && !foreign && source_type == type) {
                     cell = source_cell;
                     if (!lazy) settle = settle_t::pass_through;
                 } else {
-                    if (lazy && !context.watched()) cell = &converted_.emplace_back();
-                    if (foreign) samplers.push_back({pull(port->type()), {port, nullptr}, 1});
-                    else samplers.push_back({conversion(port->type(), source->type()), {cell, source_cell}, 2});
-                    inside =
-                        inside || foreign || (lowering->has_output && owner >= positions[begin] && owner < position);
+                    if (lazy && !watched_) cell = &converted_.emplace_back();
+                    if (foreign) samplers.push_back({pull(type), {input.port, nullptr}, 1});
+                    else samplers.push_back({conversion(type, source_type), {cell, source_cell}, 2});
+                    inside = inside || foreign ||
+                             (lowering->has_output && input.owner >= order[begin] && input.owner < position);
                 }
             }
             steps.push_back(cell);
@@ -268,8 +301,7 @@ std::size_t Plan::lower_stretch(const PlanContext& context, std::span<const std:
             steps.resize(stepped);
             break;
         }
-        objects_.push_back(object.block);
-        settles_.push_back(settle);
+        context.set_settle(position, settle);
     }
 
     // inputs sampled by one loop each; their order does not matter, as each writes its own cell
@@ -340,13 +372,18 @@ void Plan::settle() noexcept {
 }
 
 void Plan::settle_segment(const segment_t& segment) noexcept {
-    for (std::size_t i = segment.object_begin; i < segment.object_end; ++i) {
-        ExecBlock& block = *objects_[i];
-        block.set_time(segment.last);
-        if (settles_[i] == settle_t::sample) block.sample();
-        else if (settles_[i] == settle_t::pass_through)
+    const auto settle_object = [last = segment.last](const planned_t& object) {
+        ExecBlock& block = *object.block;
+        block.set_time(last);
+        if (object.settle == settle_t::sample) block.sample();
+        else if (object.settle == settle_t::pass_through)
             std::memcpy(block.input(0)->value_ptr(), block.output(0)->value_ptr(), size_of(block.input(0)->type()));
-    }
+    };
+    const std::size_t begin = segment.object_begin, count = segment.object_end - begin;
+    const std::span objects(context_->objects());
+    if (positions_ == nullptr) std::ranges::for_each(objects.subspan(begin, count), settle_object);
+    else
+        for (const position_t position : std::span(positions_ + begin, count)) settle_object(objects[position]);
 }
 
 }  // namespace tessel

@@ -4,62 +4,95 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <limits>
 #include <span>
 #include <vector>
 
 #include "ExecBlock.h"
-#include "core/id_index.h"
+#include "exec/PortIndex.h"
 #include "exec/lowering.h"
 
 namespace tessel {
 
-/// One object of a run with the flag that gates it and where the `enable` block of that flag stands in the order.
+/// The place of an object in stepping order.
+using position_t = std::uint32_t;
+
+/// A flag that gates objects, and where the `enable` block of that flag stands in the order.
+struct gate_t {
+    const bool* flag;
+    position_t enable_position;
+};
+
+/// What a run knows of the lowering of an object.
+enum class role_t : std::uint8_t {
+    foreign,   ///< there is none
+    computes,  ///< it has an output
+    takes_in,  ///< it has none, and a `run`
+    holds,     ///< neither
+};
+
+/// What is left out of an object's cells during a run that nobody watches.
+enum class settle_t : std::uint8_t { clock, sample, pass_through };
+
+/// One object of a run, with what the many passes over all of them need to know.
 struct planned_t {
     ExecBlock* block;
-    const bool* gate;
-    std::size_t enable_position;
+    std::uint32_t gate;  // which of the gates of the context
+    std::uint8_t inputs = 0;
+    role_t role = role_t::foreign;
+    settle_t settle = settle_t::clock;
 };
 
 /// What plans need to know of the whole run: the objects in stepping order, whose output a port is, and where the
 /// outputs' values are. In a run that nobody watches they are in one array in stepping order, a few bytes apart, and
 /// not in their ports, which are spread over the objects.
+///
+/// Use: construct, make the plans, `plans_made`, step them, `store_outputs`.
 class PlanContext {
 public:
-    /// `always` is the flag of objects that nothing gates. The objects must be wired and started.
-    /// `outputs_in_ports`: somebody reads them there between steps.
-    PlanContext(std::vector<planned_t> objects, const bool* always, bool outputs_in_ports);
+    /// The first gate is that of objects that nothing gates. The objects must be wired and started, and nothing be
+    /// sampled before the plans are made. `outputs_in_ports`: somebody reads them there between steps.
+    PlanContext(std::vector<planned_t> objects, std::vector<gate_t> gates, bool outputs_in_ports);
+    ~PlanContext();
     PlanContext(const PlanContext&) = delete;
     PlanContext& operator=(const PlanContext&) = delete;
 
     const std::vector<planned_t>& objects() const noexcept { return objects_; }
+    const bool* flag_of(const planned_t& object) const noexcept { return gates_[object.gate].flag; }
     /// Whether an object without a lowering takes part: it may look at any cell when its turn comes.
     bool watched() const noexcept { return watched_; }
     /// Whether anybody can look at what the objects do in the middle of a step or between two.
     bool looked_at() const noexcept { return outputs_in_ports_; }
     /// Whether the cell at that address is a flag that gates an object.
     bool is_gate(const void* cell) const noexcept;
-    /// The position of the lowered object with that output port; `nowhere` for a foreign port.
-    std::size_t owner_of(const ExecPort* port) const noexcept;
+    /// The position of the lowered object with that output port; `nowhere` for a foreign port. While plans are made.
+    position_t owner_of(const ExecPort& port) const noexcept;
     /// Whether the output of the object at `from` is, after any step in which the one at `to` ran, still the value
     /// that the latter sampled: both run in the same steps, in this order.
-    bool keeps_sample(std::size_t from, std::size_t to) const noexcept;
+    bool keeps_sample(position_t from, position_t to) const noexcept;
+    /// Where the output of the object at `position`, which computes, is during the run.
+    void* output_cell(position_t position) noexcept;
+    void set_settle(position_t position, settle_t settle) noexcept { objects_[position].settle = settle; }
 
-    /// Where the output of the lowered object at `position` is during the run; null when it has none.
-    void* output_cell(std::size_t position) const noexcept { return cells_[position]; }
+    /// Ends the search for owners and brings the outputs to where they are during the run. Before the first step.
+    void plans_made() noexcept;
     /// Writes the outputs into their ports: at the end of a run.
-    void store_outputs() const noexcept;
+    void store_outputs() noexcept;
 
-    static constexpr std::size_t nowhere = static_cast<std::size_t>(-1);
+    static constexpr position_t nowhere = std::numeric_limits<position_t>::max();
 
 private:
+    bool is_in_port(position_t position) const noexcept;
+
     std::vector<planned_t> objects_;
-    const bool* always_;
+    std::vector<gate_t> gates_;
+    bool planning_ = true;
     bool watched_ = false;
     bool outputs_in_ports_;
-    IdIndex<const planned_t> owners_;  // by the address of the output port
-    std::vector<const void*> gates_;   // sorted
-    std::vector<void*> cells_;         // of the outputs, by position
-    std::vector<std::uint64_t> values_;
+    PortIndex<planned_t> owners_;           // by output port
+    std::vector<const void*> gate_cells_;   // sorted
+    std::vector<position_t> gate_outputs_;  // of those the outputs; sorted
+    std::vector<std::uint64_t> values_;     // of the outputs, by position
 };
 
 /// A sequence of objects lowered to loops over cells. Values, states and times are those of calling the objects one by
@@ -71,9 +104,11 @@ private:
 /// blocks that follow each other.
 class Plan {
 public:
-    /// Lowers the objects at the given positions of the context's order, which are ascending. The context must
-    /// outlive the plan.
-    Plan(const PlanContext& context, std::span<const std::size_t> positions);
+    /// Lowers all objects of the context, which must outlive the plan.
+    explicit Plan(PlanContext& context);
+    /// Lowers those at the given positions, which are ascending; the list must outlive the plan as well. No object is
+    /// in two plans.
+    Plan(PlanContext& context, std::span<const position_t> positions);
     Plan(Plan&&) = default;
     Plan& operator=(Plan&&) = default;
 
@@ -92,27 +127,31 @@ private:
     };
     /// Neighbours with one gate.
     struct segment_t {
-        const bool* gate;
+        const bool* gate;  // null where the object asks itself
         std::size_t op_end;
-        std::size_t object_begin;
-        std::size_t object_end;
+        position_t object_begin;  // of those to settle, in the sequence
+        position_t object_end;
         double last;  // time of the last step that ran it
         bool ran;
     };
-    enum class settle_t : std::uint8_t { clock, sample, pass_through };
 
-    static std::vector<std::size_t> sinks_last(const PlanContext& context, std::span<const std::size_t> positions);
-    std::size_t lower_stretch(const PlanContext& context, std::span<const std::size_t> positions, std::size_t begin);
+    void lower(PlanContext& context, std::size_t count);
+    static void put_sinks_last(const PlanContext& context, std::span<position_t> order);
+    std::size_t lower_stretch(PlanContext& context, std::span<const position_t> order, std::size_t begin);
     void append(run_t run, std::span<const void* const> operands, std::size_t objects);
     void append_links(const lowering_t& lowering, std::span<const void* const> operands);
     void end_chain();
     void settle_segment(const segment_t& segment) noexcept;
+    /// The position of an object of the sequence.
+    position_t position_of(std::size_t i) const noexcept {
+        return positions_ != nullptr ? positions_[i] : static_cast<position_t>(i);
+    }
 
+    const PlanContext* context_;
+    const position_t* positions_ = nullptr;  // null for all objects of the context
     std::vector<segment_t> segments_;
     std::vector<op_t> ops_;
-    std::vector<const void*> operands_;  // never grows beyond what is reserved: the loops point into it
-    std::vector<ExecBlock*> objects_;
-    std::vector<settle_t> settles_;        // of the objects
+    std::vector<const void*> operands_;    // never grows beyond what is reserved: the loops point into it
     std::deque<std::uint64_t> converted_;  // cells of inputs whose source has another type
     std::size_t chain_room_ = 0;           // links that the chain at the end can still take
     const void* last_output_ = nullptr;    // of the chain at the end

@@ -6,9 +6,11 @@
 #include <cstring>
 #include <iterator>
 #include <random>
+#include <unordered_map>
 
 #include "core/thread_pool.h"
 #include "exec/Exec.h"
+#include "tests/exec/OwnPort.h"
 #include "tests/support/ExecBuilder.h"
 
 namespace tessel::test {
@@ -90,6 +92,34 @@ struct Tape {
 };
 using Display = HoldExec<inputs<double>, outputs<>>;
 using Enable = HoldExec<inputs<bool>, outputs<>>;
+
+/// A host's object whose output is of a class of its own, with a lowering or without.
+class OwnHalf final : public ExecBlock {
+public:
+    explicit OwnHalf(bool is_lowered) : is_lowered_(is_lowered) {}
+    ExecPort* input(std::int16_t i) noexcept override { return port(i); }
+    const ExecPort* input(std::int16_t i) const noexcept override { return const_cast<OwnHalf*>(this)->port(i); }
+    ExecPort* output(std::int16_t i) noexcept override { return port(i + 1); }
+    const ExecPort* output(std::int16_t i) const noexcept override { return const_cast<OwnHalf*>(this)->port(i + 1); }
+    void sample() noexcept override { in0_.pull(); }
+    void step() noexcept override { out0_.value = eval(in0_.value); }
+    const lowering_t* lowering() const noexcept override { return is_lowered_ ? &lowered : nullptr; }
+
+private:
+    ExecPort* port(int i) noexcept {
+        if (i == 0) return &in0_;
+        return i == 1 ? &out0_ : nullptr;
+    }
+    static double eval(double u) noexcept { return 0.5 * u + 1.0; }
+    static void run(const void* const* p, std::size_t count, double) noexcept {
+        for (; count != 0; --count, p += 2) detail::written<double>(p[0]) = eval(detail::read<double>(p[1]));
+    }
+    static constexpr lowering_t lowered{&OwnHalf::run, 1, false, true};
+
+    const bool is_lowered_;
+    Port<double> in0_;
+    OwnPort out0_;
+};
 
 std::unique_ptr<ExecBlock> make(unsigned kind) {
     switch (kind) {
@@ -200,8 +230,11 @@ void slow_run(ExecBuilder& b) {
     for (const auto& block : blocks) block->finish();
 }
 
-/// Every cell of every port, the clock as far as `zone` shows it, and what sinks took in.
+/// Every cell of every port and what feeds it, the clock as far as `zone` shows it, and what sinks took in.
 std::vector<std::uint64_t> cells(ExecBuilder& b) {
+    std::unordered_map<const ExecPort*, std::uint64_t> numbers{{nullptr, 0}};
+    for (const auto& block : b.model.blocks)
+        for (std::int16_t i = 0; const ExecPort* port = block->input(i); ++i) numbers.emplace(port, numbers.size());
     std::vector<std::uint64_t> all;
     for (const auto& block : b.model.blocks) {
         all.push_back(static_cast<std::uint64_t>(block->zone()));
@@ -209,6 +242,8 @@ std::vector<std::uint64_t> cells(ExecBuilder& b) {
             std::uint64_t bits = 0;
             std::memcpy(&bits, port->value_ptr(), size_of(port->type()));
             all.push_back(bits);
+            const auto source = numbers.find(port->source());
+            all.push_back(source != numbers.end() ? source->second : numbers.size());
         }
         if (const auto* tape = dynamic_cast<const StatefulExec<Tape<double>>*>(block.get()))
             all.push_back(tape->kernel.taken);
@@ -348,6 +383,134 @@ TEST(Engines, AgreeOnSinksBetweenEqualObjects) {
     });
 }
 
+// ---- wiring that a host made
+
+void connect(ExecBuilder& b, std::uint64_t dst, int input, std::uint64_t src, int output) {
+    b.model.find_block(dst)
+        ->input(static_cast<std::int16_t>(input))
+        ->connect(*b.model.find_block(src), static_cast<std::uint16_t>(output));
+}
+
+/// A clock, then objects that read the two before them: every other one a delay, every fourth gated.
+void fill_row(ExecBuilder& b, std::uint64_t length) {
+    put(b, 1, make_exec<StatefulExec<Clock>>());
+    put(b, 2, make_exec<Enable>());
+    put(b, 3, make_exec<Exec<Sum>>());
+    b.link(1, 0, 2, 0).link(1, 0, 3, 0);
+    for (std::uint64_t id = 4; id <= length; ++id) {
+        const std::uint64_t gate = id % 4 == 0 ? 2 : 0;
+        if (id % 2 == 0) put(b, id, make_exec<Exec<Sum>>(), gate);
+        else put(b, id, make_exec<StatefulExec<Delay>>(), gate);
+        b.link(id - 1, 0, id, 0);
+        if (id % 2 == 0) b.link(id > 4 ? id - 2 : 1, 0, id, 1);
+    }
+    put(b, length + 1, make_exec<StatefulExec<Tape<double>>>());
+    put(b, length + 2, make_exec<StatefulExec<Tape<std::int16_t>>>());
+    b.link(length, 0, length + 1, 0).link(length, 0, length + 2, 0);
+    b.times(-0.5, 1.0, 0.25);
+}
+
+// Nobody samples through an output, so what a host feeds it with changes nothing.
+TEST(Engines, AgreeWhereOutputsHaveASource) {
+    expect_agreement_on([](ExecBuilder& b) {
+        fill_row(b, 30);
+        for (const std::uint64_t id : {1u, 4u, 5u, 8u, 9u, 10u, 29u, 30u})
+            b.model.find_block(id)->output(0)->connect(*b.model.find_block(id == 9 ? 9 : 3), 0);
+    });
+}
+
+// The ports at the indices -1 and -2 of the outputs are inputs.
+TEST(Engines, AgreeWhereAnInputFeedsAnother) {
+    expect_agreement_on([](ExecBuilder& b) {
+        fill_row(b, 30);
+        constexpr std::uint64_t row = 32;
+        for (std::uint64_t i = 0; i < 24; ++i) {
+            const std::uint64_t id = row + 1 + i, source = 4 + i;
+            if (i % 3 == 0) put(b, id, make_exec<Exec<Sum>>());
+            else if (i % 3 == 1) put(b, id, make_exec<Exec<Round>>());
+            else put(b, id, make_exec<StatefulExec<Tape<double>>>());
+            connect(b, id, 0, source, 65535);
+            if (i % 3 == 0) connect(b, id, 1, source % 2 == 0 ? source : 3, 65534);
+        }
+        connect(b, 10, 1, 20, 65535);  // in the row itself, behind the reader and before it
+        connect(b, 20, 0, 10, 65534);
+        auto& links = b.properties->links;
+        std::erase_if(links, [](const link_t& link) {
+            return (link.dstId == 10 && link.dstPort == 1) || (link.dstId == 20 && link.dstPort == 0);
+        });
+    });
+}
+
+TEST(Engines, AgreeWhereSourcesStandOutsideOfTheModel) {
+    ExecBuilder other;
+    fill_row(other, 6);
+    other.run();
+    Exec<Sum> outside;
+    outside.out0.value = 2.75;
+    expect_agreement_on([&](ExecBuilder& b) {
+        fill_row(b, 30);
+        b.properties->links.erase(b.properties->links.begin() + 1);
+        b.model.find_block(3)->input(0)->connect(outside, 0);
+        b.model.find_block(3)->input(1)->connect(*other.model.find_block(6), 0);
+        put(b, 40, make_exec<Exec<Round>>());
+        b.model.find_block(40)->input(0)->connect(*other.model.find_block(4), 0);
+    });
+}
+
+TEST(Engines, AgreeOnPortsOfAHostsOwnClass) {
+    for (const bool all_lowered : {true, false}) {
+        expect_agreement_on([all_lowered](ExecBuilder& b) {
+            put(b, 1, make_exec<StatefulExec<Clock>>());
+            put(b, 2, make_exec<Enable>());
+            b.link(1, 0, 2, 0);
+            for (std::uint64_t id = 3; id < 40; ++id) {
+                const std::uint64_t gate = id % 8 < 4 ? 2 : 0;
+                if (id % 3 == 0) put(b, id, std::make_unique<OwnHalf>(all_lowered || id % 2 == 0), gate);
+                else if (id % 7 == 0) put(b, id, make_exec<StatefulExec<Tape<std::int16_t>>>(), gate);
+                else put(b, id, make_exec<Exec<Sum>>(), gate);
+                b.link(id == 3 || (id - 1) % 7 == 0 ? 1 : id - 1, 0, id, 0);
+                if (id % 3 != 0 && id % 7 != 0) b.link(id / 3 * 3, 0, id, 1);
+            }
+            b.times(-0.5, 1.0, 0.25);
+        });
+    }
+}
+
+/// Reads through every output, as nobody does who does not want to know whether something is there.
+class OutputPuller final : public RunMonitor {
+public:
+    explicit OutputPuller(ExecModel& model) : model_(model) {}
+    bool step_done(double) noexcept override {
+        ++steps;
+        for (const auto& block : model_.blocks) {
+            ExecPort* port = block->output(0);
+            if (port == nullptr) continue;
+            fed += port->source() != nullptr;
+            double before = 0.0, after = 0.0;
+            port->to_flt64(&before);
+            if (port->type() == type_flt64) static_cast<Port<double>*>(port)->pull();
+            port->to_flt64(&after);
+            changed += std::bit_cast<std::uint64_t>(before) != std::bit_cast<std::uint64_t>(after);
+        }
+        return true;
+    }
+    int steps = 0, fed = 0, changed = 0;
+
+private:
+    ExecModel& model_;
+};
+
+TEST(Engines, PlansLeaveNothingInTheOutputs) {
+    ExecBuilder b;
+    fill_row(b, 30);
+    OutputPuller puller(b.model);
+    b.model.set_monitor(&puller);
+    b.run();
+    EXPECT_EQ(puller.steps, 7);
+    EXPECT_EQ(puller.fed, 0);
+    EXPECT_EQ(puller.changed, 0);
+}
+
 // ---- the parallel path
 
 TEST(Engines, AgreeOnAnyNumberOfThreads) {
@@ -378,8 +541,8 @@ TEST(Engines, AgreeOnAnyNumberOfThreads) {
 
 /// 33 wide zones. In the first, objects of the front half of the list read those of the back half, gates stand at the
 /// end of the front half and what they gate at the begin of the back half: whatever two threads did with the halves at
-/// once would show.
-void fill_with_neighbours(ExecBuilder& b) {
+/// once would show. `fed_outputs`: a host has connected those of the back half.
+void fill_with_neighbours(ExecBuilder& b, bool fed_outputs) {
     constexpr std::uint64_t width = 1100, half = width / 2, gates = 40;
     const auto put_in = [&b](std::uint64_t id, std::int32_t zone, std::unique_ptr<ExecBlock> object,
                              std::uint64_t gate = 0) {
@@ -391,6 +554,7 @@ void fill_with_neighbours(ExecBuilder& b) {
         if (is_gate) put_in(id, 0, make_exec<Enable>());
         else if (id <= half) put_in(id, 0, make_exec<StatefulExec<Delay>>());
         else put_in(id, 0, make_exec<StatefulExec<Clock>>(), is_gated ? id - gates : 0);
+        if (id > half && fed_outputs) b.model.blocks.back()->output(0)->connect(*b.model.blocks[half], 0);
         if (is_gate) b.link(width, 0, id, 0);
         else if (id <= half) b.link(width + 1 - id, 0, id, 0);
     }
@@ -402,21 +566,24 @@ void fill_with_neighbours(ExecBuilder& b) {
 }
 
 TEST(Engines, AgreeOnAnyNumberOfThreadsWhereObjectsOfOneZoneReadEachOther) {
-    ExecBuilder serial;
-    fill_with_neighbours(serial);
-    serial.model.set_engine(engine_t::objects);
-    sys::set_hardware_threads(1);
-    serial.run();
-    const auto expected = cells(serial);
-    for (const unsigned hardware : {2u, 3u}) {
-        for (const engine_t engine : {engine_t::objects, engine_t::plan}) {
-            for (int repeat = 0; repeat < 3; ++repeat) {
-                ExecBuilder shared;
-                fill_with_neighbours(shared);
-                shared.model.set_engine(engine);
-                sys::set_hardware_threads(hardware);
-                shared.run();
-                EXPECT_TRUE(cells(shared) == expected) << hardware << (engine == engine_t::plan ? " plan" : " objects");
+    for (const bool fed_outputs : {false, true}) {
+        ExecBuilder serial;
+        fill_with_neighbours(serial, fed_outputs);
+        serial.model.set_engine(engine_t::objects);
+        sys::set_hardware_threads(1);
+        serial.run();
+        const auto expected = cells(serial);
+        for (const unsigned hardware : {2u, 3u}) {
+            for (const engine_t engine : {engine_t::objects, engine_t::plan}) {
+                for (int repeat = 0; repeat < 3; ++repeat) {
+                    ExecBuilder shared;
+                    fill_with_neighbours(shared, fed_outputs);
+                    shared.model.set_engine(engine);
+                    sys::set_hardware_threads(hardware);
+                    shared.run();
+                    EXPECT_TRUE(cells(shared) == expected)
+                        << hardware << (engine == engine_t::plan ? " plan" : " objects");
+                }
             }
         }
     }

@@ -1,0 +1,34 @@
+// A port of a host's own class.
+#pragma once
+
+#include "ExecBlock.h"
+#include "core/convert.h"
+#include "core/var.h"
+
+namespace tessel::test {
+
+/// An output of type flt64, smaller than a `Port<double>`.
+class OwnPort final : public ExecPort {
+public:
+    double value = 0.0;
+
+    ExecPort* source() const noexcept override { return nullptr; }
+    type_t type() const noexcept override { return type_flt64; }
+    void idle_hook() noexcept override {}
+    void* value_ptr() noexcept override { return &value; }
+    void to_var(var_t& out) const noexcept override { out = var_t(value); }
+    void to_flt64(double* out) const noexcept override { *out = value; }
+    void to_flt32(float* out) const noexcept override { *out = convert<float>(value); }
+    void to_uint64(std::uint64_t* out) const noexcept override { *out = convert<std::uint64_t>(value); }
+    void to_uint32(std::uint32_t* out) const noexcept override { *out = convert<std::uint32_t>(value); }
+    void to_uint16(std::uint16_t* out) const noexcept override { *out = convert<std::uint16_t>(value); }
+    void to_uint8(std::uint8_t* out) const noexcept override { *out = convert<std::uint8_t>(value); }
+    void to_int64(std::int64_t* out) const noexcept override { *out = convert<std::int64_t>(value); }
+    void to_int32(std::int32_t* out) const noexcept override { *out = convert<std::int32_t>(value); }
+    void to_int16(std::int16_t* out) const noexcept override { *out = convert<std::int16_t>(value); }
+    void to_int8(std::int8_t* out) const noexcept override { *out = convert<std::int8_t>(value); }
+    void to_bool(bool* out) const noexcept override { *out = convert<bool>(value); }
+    void connect(ExecBlock&, std::uint16_t) noexcept override {}
+};
+
+}  // namespace tessel::test
