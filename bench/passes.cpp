@@ -27,6 +27,7 @@
 #include "bench/engine.h"
 #include "bench/passes.h"
 #include "core/format.h"
+#include "exec/ExecModel.h"
 #include "model/MetaModel.h"
 
 namespace {
@@ -84,7 +85,7 @@ std::string model_text(std::size_t chains, order_t order) {
 std::vector<std::string> stages() {
     std::vector<std::string> names{"load"};
     for (const auto& pass : bench::passes) names.emplace_back(pass.first);
-    for (const char* name : {"build_exec", "run, one step", altogether, "group_by_subsystem"}) names.emplace_back(name);
+    for (const char* name : {"build_exec", "wiring", "run, one step", altogether, "group_by_subsystem"}) names.emplace_back(name);
     return names;
 }
 
@@ -101,7 +102,7 @@ void empty_caches() {
     for (std::size_t i = 0; i < other.size(); i += 8) ++other[i];
 }
 
-/// Seconds of each stage: load, the passes, build_exec, the run, their sum, and the grouping that generators begin
+/// Seconds of each stage: load, the passes, build_exec, wiring, the run, their sum, and the grouping that generators begin
 /// with.
 std::vector<double> measure(const std::filesystem::path& file, bool cold) {
     std::vector<double> taken;
@@ -129,7 +130,9 @@ std::vector<double> measure(const std::filesystem::path& file, bool cold) {
     const auto exec = tessel::create_empty_exec_model();
     model->build_exec(exec.get());
     lap();
-    require(exec->run(), "run");
+    static_cast<tessel::ExecModel&>(*exec).bind();
+    lap();
+    require(exec->run(), "run");  // wires once more
     lap();
     taken.push_back(std::accumulate(taken.begin(), taken.end(), 0.0));
     begin = seconds();
