@@ -1,29 +1,40 @@
 // Looking things up by id.
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <random>
-#include <vector>
+#include <utility>
+
+#include "core/large_array.h"
 
 namespace tessel {
 
-/// Where an id goes in a table. Ids that are close together lie close together, in groups that are scattered with a
-/// seed of the process, so that no file can be made whose ids collide.
-template <std::uint64_t Group>
-class IdHash {
+/// The place of an id in a table of a power of two of slots with open addressing. At first it is the id itself: ids in
+/// sequence, as they mostly are, lie in sequence, and a walk along a large model does not wait for memory. No insertion
+/// may pass over more than `most_passed` slots by that; for ids that would, the table is filled anew with places that
+/// are scattered with a seed of the process, so that no file can be made whose ids collide.
+class IdPlace {
 public:
     std::size_t operator()(std::uint64_t id) const noexcept {
-        // the finalizer of the splitmix64 generator
-        std::uint64_t h = (id / Group) ^ seed_;
+        if (!scattered_) return id;
+        // the finalizer of the splitmix64 generator; neighbours stay neighbours
+        std::uint64_t h = (id / group) ^ seed();
         h = (h ^ (h >> 30)) * 0xBF58476D1CE4E5B9u;
         h = (h ^ (h >> 27)) * 0x94D049BB133111EBu;
-        return (h ^ (h >> 31)) * Group + id % Group;
+        return (h ^ (h >> 31)) * group + id % group;
     }
+    bool scattered() const noexcept { return scattered_; }
+    void scatter() noexcept { scattered_ = true; }
+
+    static constexpr std::size_t most_passed = 128;
 
 private:
-    static std::uint64_t process_seed() {
+    static constexpr std::uint64_t group = 8;
+
+    static std::uint64_t seed() {
         static const std::uint64_t seed = [] {
             std::random_device device;
             return std::uint64_t{device()} << 32 | device();
@@ -31,42 +42,57 @@ private:
         return seed;
     }
 
-    std::uint64_t seed_ = process_seed();
+    bool scattered_ = false;
 };
 
 /// From ids to pointers: of those added under one id, the first. What a walk from the front of a list would find,
-/// without the walk. One array with open addressing.
+/// without the walk.
 template <class T>
 class IdIndex {
 public:
     /// Has room for `most` ids: at least a third more slots than these.
-    explicit IdIndex(std::size_t most) : slots_(std::bit_ceil(most + most / 3 + group)), mask_(slots_.size() - 1) {}
+    explicit IdIndex(std::size_t most) : slots_(std::bit_ceil(most + most / 3 + 8)), mask_(slots_.size() - 1) {}
 
     /// Adds a pointer, which is not null.
-    void add(std::uint64_t id, T* value) noexcept {
-        slot_t& slot = slots_[position(id)];
-        if (slot.value == nullptr) slot = {id, value};
+    void add(std::uint64_t id, T* value) {
+        const std::size_t begin = place_(id) & mask_;
+        std::size_t passed = 0;
+        slot_t* slot = &slots_[begin];
+        while (slot->value != nullptr && slot->id != id) slot = &slots_[(begin + ++passed) & mask_];
+        if (slot->value != nullptr) return;
+        *slot = {id, value};
+        longest_ = std::max(longest_, passed);
+        if (passed > IdPlace::most_passed && !place_.scattered()) scatter();
     }
     /// The first pointer of that id, null if there is none.
-    T* find(std::uint64_t id) const noexcept { return slots_[position(id)].value; }
+    T* find(std::uint64_t id) const noexcept {
+        const std::size_t begin = place_(id) & mask_;
+        for (std::size_t passed = 0; passed <= longest_; ++passed) {
+            const slot_t& slot = slots_[(begin + passed) & mask_];
+            if (slot.value == nullptr) return nullptr;
+            if (slot.id == id) return slot.value;
+        }
+        return nullptr;
+    }
 
 private:
     struct slot_t {
         std::uint64_t id = 0;
         T* value = nullptr;
     };
-    static constexpr std::uint64_t group = 8;  // neighbouring ids in two lines of memory
 
-    /// Where the id is, or would be.
-    std::size_t position(std::uint64_t id) const noexcept {
-        std::size_t i = hash_(id) & mask_;
-        while (slots_[i].value != nullptr && slots_[i].id != id) i = (i + 1) & mask_;
-        return i;
+    void scatter() {
+        place_.scatter();
+        longest_ = 0;
+        const auto filled = std::exchange(slots_, large_array<slot_t>(slots_.size()));
+        for (const slot_t& slot : filled)
+            if (slot.value != nullptr) add(slot.id, slot.value);
     }
 
-    std::vector<slot_t> slots_;
+    large_array<slot_t> slots_;
     std::size_t mask_;
-    IdHash<group> hash_;
+    std::size_t longest_ = 0;  // no id lies more slots behind its place
+    IdPlace place_;
 };
 
 }  // namespace tessel

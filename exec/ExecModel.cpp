@@ -144,7 +144,7 @@ PlanContext ExecModel::plan_context() {
         numbers.emplace(enable, gates.size());
         gates.push_back({static_cast<const bool*>(enable->input(0)->value_ptr()), 0});
     }
-    std::vector<planned_t> objects;
+    large_array<planned_t> objects;
     objects.reserve(blocks.size());
     for (std::size_t i = 0; i < blocks.size(); ++i) {
         if (blocks[i] == nullptr) continue;

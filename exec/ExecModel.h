@@ -10,6 +10,7 @@
 #include "PropertiesModel.h"
 #include "core/export.h"
 #include "core/id_index.h"
+#include "core/large_array.h"
 
 namespace tessel {
 
@@ -46,6 +47,8 @@ public:
     iterator end() noexcept override { return blocks.end(); }
     result_t run() noexcept override;
 
+    /// Wires the inputs and hands out the flags: what a run does first. What it looks things up with goes again.
+    void bind();
     /// Puts an object behind the one at a position, which the host took from `begin`.
     void insert_behind(iterator position, std::unique_ptr<ExecBlock> block);
     /// The monitor of later runs, null for none. It must outlive them.
@@ -76,8 +79,6 @@ private:
     /// gives the same values on any number of threads. Before the first `set_time`, once wired.
     std::unordered_set<std::int32_t> ordered_zones() const;
 
-    /// Wires the inputs and hands out the flags; what it looks things up with goes before the run.
-    void bind();
     void wire(const IdIndex<ExecBlock>& index);
     void set_enables(const IdIndex<ExecBlock>& index);
     /// Whether enough zones are wide enough for the parallel run.
@@ -88,7 +89,7 @@ private:
     RunMonitor* monitor_ = nullptr;
     engine_t engine_ = engine_t::plan;
     std::vector<ExecBlock*> enables_;   // those of enable_blocks, in the order of what they gate
-    std::vector<std::uint32_t> gates_;  // of each entry of `blocks`: 1 + which of them gates it, 0 for none
+    large_array<std::uint32_t> gates_;  // of each entry of `blocks`: 1 + which of them gates it, 0 for none
 };
 
 }  // namespace tessel

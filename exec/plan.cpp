@@ -94,7 +94,7 @@ role_t role_of(const lowering_t* lowering) noexcept {
 
 }  // namespace
 
-PlanContext::PlanContext(std::vector<planned_t> objects, std::vector<gate_t> gates, bool outputs_in_ports)
+PlanContext::PlanContext(large_array<planned_t> objects, std::vector<gate_t> gates, bool outputs_in_ports)
     : objects_(std::move(objects)), gates_(std::move(gates)), outputs_in_ports_(outputs_in_ports), owners_(objects_) {
     for (planned_t& object : objects_) {
         const lowering_t* lowering = object.block->lowering();

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "ExecBlock.h"
+#include "core/large_array.h"
 #include "exec/PortIndex.h"
 #include "exec/lowering.h"
 
@@ -52,12 +53,12 @@ class PlanContext {
 public:
     /// The first gate is that of objects that nothing gates. The objects must be wired and started, and nothing be
     /// sampled before the plans are made. `outputs_in_ports`: somebody reads them there between steps.
-    PlanContext(std::vector<planned_t> objects, std::vector<gate_t> gates, bool outputs_in_ports);
+    PlanContext(large_array<planned_t> objects, std::vector<gate_t> gates, bool outputs_in_ports);
     ~PlanContext();
     PlanContext(const PlanContext&) = delete;
     PlanContext& operator=(const PlanContext&) = delete;
 
-    const std::vector<planned_t>& objects() const noexcept { return objects_; }
+    const large_array<planned_t>& objects() const noexcept { return objects_; }
     const bool* flag_of(const planned_t& object) const noexcept { return gates_[object.gate].flag; }
     /// Whether an object without a lowering takes part: it may look at any cell when its turn comes.
     bool watched() const noexcept { return watched_; }
@@ -84,7 +85,7 @@ public:
 private:
     bool is_in_port(position_t position) const noexcept;
 
-    std::vector<planned_t> objects_;
+    large_array<planned_t> objects_;
     std::vector<gate_t> gates_;
     bool planning_ = true;
     bool watched_ = false;
@@ -92,7 +93,7 @@ private:
     PortIndex<planned_t> owners_;           // by output port
     std::vector<const void*> gate_cells_;   // sorted
     std::vector<position_t> gate_outputs_;  // of those the outputs; sorted
-    std::vector<std::uint64_t> values_;     // of the outputs, by position
+    large_array<std::uint64_t> values_;     // of the outputs, by position
 };
 
 /// A sequence of objects lowered to loops over cells. Values, states and times are those of calling the objects one by
@@ -151,7 +152,7 @@ private:
     const position_t* positions_ = nullptr;  // null for all objects of the context
     std::vector<segment_t> segments_;
     std::vector<op_t> ops_;
-    std::vector<const void*> operands_;    // never grows beyond what is reserved: the loops point into it
+    large_array<const void*> operands_;    // never grows beyond what is reserved: the loops point into it
     std::deque<std::uint64_t> converted_;  // cells of inputs whose source has another type
     std::size_t chain_room_ = 0;           // links that the chain at the end can still take
     const void* last_output_ = nullptr;    // of the chain at the end

@@ -5,12 +5,8 @@
 #include <limits>
 #include <stdexcept>
 
-#include "core/id_index.h"
-
 namespace tessel {
 namespace {
-
-using hash_t = IdHash<16>;  // slots of neighbouring ids share a line of memory
 
 /// Slots for so many entries.
 std::size_t slots_for(std::size_t count) noexcept { return std::bit_ceil(count + count / 3 + 1); }
@@ -23,8 +19,8 @@ void EnableMap::reserve(std::size_t count) {
 }
 
 EnableMap::iterator EnableMap::find(std::uint64_t id) noexcept {
-    const std::uint32_t place = slots_.empty() ? 0 : slots_[slot_of(id)];
-    return place != 0 ? begin() + (place - 1) : end();
+    const std::size_t slot = slot_of(id);
+    return slot != nowhere ? begin() + (slots_[slot] - 1) : end();
 }
 
 EnableMap::const_iterator EnableMap::find(std::uint64_t id) const noexcept {
@@ -44,7 +40,7 @@ std::pair<EnableMap::iterator, bool> EnableMap::emplace(std::uint64_t id, mapped
     if (size() == std::numeric_limits<std::uint32_t>::max() - 1) throw std::length_error("too many entries");
     if (slots_for(size() + 1) > slots_.size()) rehash(slots_for(size() + 1));
     entries_.emplace_back(id, enables);
-    slots_[slot_of(id)] = static_cast<std::uint32_t>(size());
+    if (insert_slot(size() - 1) > IdPlace::most_passed && !place_.scattered()) rehash(slots_.size(), true);
     return {end() - 1, true};
 }
 
@@ -54,8 +50,8 @@ std::size_t EnableMap::erase(std::uint64_t id) noexcept {
     // what was pushed on by the slot that gets free moves up
     const std::size_t mask = slots_.size() - 1;
     std::size_t hole = slot_of(id);
-    for (std::size_t i = (hole + 1) & mask; slots_[i] != 0; i = (i + 1) & mask) {
-        const std::size_t wanted = hash_t{}(entries_[slots_[i] - 1].first) & mask;
+    for (std::size_t i = (hole + 1) & mask; slots_[i] != 0 && ((i - hole) & mask) <= longest_; i = (i + 1) & mask) {
+        const std::size_t wanted = place_(entries_[slots_[i] - 1].first) & mask;
         if (((i - wanted) & mask) < ((i - hole) & mask)) continue;
         slots_[hole] = slots_[i];
         hole = i;
@@ -82,16 +78,31 @@ bool EnableMap::operator==(const EnableMap& other) const noexcept {
 }
 
 std::size_t EnableMap::slot_of(std::uint64_t id) const noexcept {
-    const std::size_t mask = slots_.size() - 1;
-    std::size_t i = hash_t{}(id)&mask;
-    while (slots_[i] != 0 && entries_[slots_[i] - 1].first != id) i = (i + 1) & mask;
-    return i;
+    if (slots_.empty()) return nowhere;
+    const std::size_t mask = slots_.size() - 1, begin = place_(id);
+    for (std::size_t passed = 0; passed <= longest_; ++passed) {
+        const std::size_t slot = (begin + passed) & mask;
+        if (slots_[slot] == 0) return nowhere;
+        if (entries_[slots_[slot] - 1].first == id) return slot;
+    }
+    return nowhere;
 }
 
-void EnableMap::rehash(std::size_t slots) {
+std::size_t EnableMap::insert_slot(std::size_t place) noexcept {
+    const std::size_t mask = slots_.size() - 1, begin = place_(entries_[place].first);
+    std::size_t passed = 0;
+    while (slots_[(begin + passed) & mask] != 0) ++passed;
+    slots_[(begin + passed) & mask] = static_cast<std::uint32_t>(place + 1);
+    longest_ = std::max(longest_, passed);
+    return passed;
+}
+
+void EnableMap::rehash(std::size_t slots, bool scattered) {
     slots_.assign(slots, 0);
+    longest_ = 0;
+    if (scattered) place_.scatter();
     for (std::size_t i = 0; i < entries_.size(); ++i)
-        slots_[slot_of(entries_[i].first)] = static_cast<std::uint32_t>(i + 1);
+        if (insert_slot(i) > IdPlace::most_passed && !place_.scattered()) return rehash(slots, true);
 }
 
 }  // namespace tessel

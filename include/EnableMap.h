@@ -4,9 +4,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <utility>
-#include <vector>
 
 #include "core/export.h"
+#include "core/id_index.h"
+#include "core/large_array.h"
 
 namespace tessel {
 
@@ -19,8 +20,8 @@ public:
     using key_type = std::uint64_t;
     using mapped_type = std::pair<std::uint64_t, std::uint64_t>;
     using value_type = std::pair<key_type, mapped_type>;
-    using iterator = std::vector<value_type>::iterator;
-    using const_iterator = std::vector<value_type>::const_iterator;
+    using iterator = large_array<value_type>::iterator;
+    using const_iterator = large_array<value_type>::const_iterator;
 
     iterator begin() noexcept { return entries_.begin(); }
     iterator end() noexcept { return entries_.end(); }
@@ -50,12 +51,17 @@ public:
     bool operator==(const EnableMap& other) const noexcept;
 
 private:
-    /// The slot of the id, or the free one where it would be.
+    static constexpr std::size_t nowhere = static_cast<std::size_t>(-1);
+    /// The slot of the id, `nowhere` without an entry.
     std::size_t slot_of(std::uint64_t id) const noexcept;
-    void rehash(std::size_t slots);
+    /// Finds a slot for the entry at `place`, whose id is in none; returns how many it passed over.
+    std::size_t insert_slot(std::size_t place) noexcept;
+    void rehash(std::size_t slots, bool scattered = false);
 
-    std::vector<value_type> entries_;
-    std::vector<std::uint32_t> slots_;  // 1 + place in entries_, 0 for none; a power of two, a quarter free at least
+    large_array<value_type> entries_;
+    large_array<std::uint32_t> slots_;  // 1 + place in entries_, 0 for none; a power of two, a quarter free at least
+    std::size_t longest_ = 0;           // no id lies more slots behind its place
+    IdPlace place_;
 };
 
 }  // namespace tessel

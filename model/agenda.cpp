@@ -6,7 +6,8 @@
 namespace tessel {
 namespace {
 
-std::uint64_t key(const IMetaBlock* block) noexcept { return reinterpret_cast<std::uintptr_t>(block); }
+/// The address of a block in units of the least distance between two.
+std::uint64_t key(const IMetaBlock* block) noexcept { return reinterpret_cast<std::uintptr_t>(block) / 16; }
 
 }  // namespace
 
@@ -18,7 +19,7 @@ Agenda::Agenda(const blocks_t& blocks) : first_(blocks.size() + 1), noted_(block
     struct edge_t {
         std::size_t from, to;
     };
-    std::vector<edge_t> edges;
+    large_array<edge_t> edges;
     for (std::size_t i = 0; i < blocks.size(); ++i) {
         const std::uint64_t count = blocks[i] != nullptr ? blocks[i]->input_count() : 0;
         for (std::uint64_t n = 0; n < count; ++n) {
@@ -30,7 +31,7 @@ Agenda::Agenda(const blocks_t& blocks) : first_(blocks.size() + 1), noted_(block
     for (const edge_t& edge : edges) ++first_[edge.from + 1];
     for (std::size_t i = 1; i < first_.size(); ++i) first_[i] += first_[i - 1];
     consumers_.resize(edges.size());
-    std::vector<std::size_t> fill(first_.begin(), first_.end() - 1);
+    large_array<std::size_t> fill(first_.begin(), first_.end() - 1);
     for (const edge_t& edge : edges) consumers_[fill[edge.from]++] = edge.to;
 }
 

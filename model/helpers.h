@@ -11,6 +11,7 @@
 #include "IMetaBlock.h"
 #include "core/hash.h"
 #include "core/id_index.h"
+#include "core/large_array.h"
 
 namespace tessel {
 
@@ -135,8 +136,8 @@ public:
     static constexpr std::size_t end = static_cast<std::size_t>(-1);
 
 private:
-    std::vector<std::size_t> first_;      // into consumers_, one more than there are blocks
-    std::vector<std::size_t> consumers_;  // positions
+    large_array<std::size_t> first_;      // into consumers_, one more than there are blocks
+    large_array<std::size_t> consumers_;  // positions
     std::vector<std::size_t> now_;        // min-heap
     std::vector<std::size_t> later_;
     std::vector<bool> noted_;

@@ -39,7 +39,7 @@ bool asks_interpreter(const IMetaBlock& block) {
 
 /// Sweeps on when sweeps have become slow: calls only those whose ports or sources' ports have got a type since their
 /// last call, which are all that can find something that they did not find then.
-result_t sweep_by_agenda(const blocks_t& blocks, const std::vector<std::size_t>& open) {
+result_t sweep_by_agenda(const blocks_t& blocks, const large_array<std::size_t>& open) {
     Agenda agenda(blocks);
     std::vector<std::size_t> asking;
     for (const std::size_t i : open) {
@@ -70,7 +70,8 @@ result_t sweep_by_agenda(const blocks_t& blocks, const std::vector<std::size_t>&
 // The first sweeps call every incomplete block in list order, which is quick for most diagrams.
 result_t MetaModel::calculate_types() noexcept {
     const PassLog pass("calculate_types");
-    std::vector<std::size_t> open;
+    large_array<std::size_t> open;
+    open.reserve(blocks.size());
     for (std::size_t i = 0; i < blocks.size(); ++i)
         if (blocks[i] != nullptr && !blocks[i]->has_all_types()) open.push_back(i);
     while (!open.empty()) {

@@ -15,7 +15,7 @@ namespace {
 
 /// Sweeps on when sweeps have become slow: a zone is a function of the sources' zones, and those never change once
 /// known, so a block is called when one of them has become known.
-void sweep_by_agenda(const blocks_t& blocks, const std::vector<std::size_t>& open) {
+void sweep_by_agenda(const blocks_t& blocks, const large_array<std::size_t>& open) {
     Agenda agenda(blocks);
     std::vector<bool> waits(blocks.size());
     for (const std::size_t i : open) {
@@ -40,15 +40,21 @@ void sweep_by_agenda(const blocks_t& blocks, const std::vector<std::size_t>& ope
 
 result_t MetaModel::calculate_zones() noexcept {
     const PassLog pass("calculate_zones");
-    std::vector<std::size_t> open;
-    for (std::size_t i = 0; i < blocks.size(); ++i)
-        if (blocks[i] != nullptr && blocks[i]->zone() < 0) open.push_back(i);
+    // a block's zone changes by its own call only, so the first sweep finds what is open as it goes
+    large_array<std::size_t> open;
+    std::size_t before = 0;
+    for (std::size_t i = 0; i < blocks.size(); ++i) {
+        if (blocks[i] == nullptr || blocks[i]->zone() >= 0) continue;
+        ++before;
+        if (blocks[i]->calculate_zone() == -1) open.push_back(i);
+    }
     while (!open.empty()) {
-        const std::size_t before = open.size();
+        if (sweeps_are_slow(before, open.size())) {
+            sweep_by_agenda(blocks, open);
+            break;
+        }
+        before = open.size();
         std::erase_if(open, [this](std::size_t i) { return blocks[i]->calculate_zone() != -1; });
-        if (!sweeps_are_slow(before, open.size())) continue;
-        sweep_by_agenda(blocks, open);
-        break;
     }
     return result_ok;
 }

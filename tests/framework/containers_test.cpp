@@ -166,6 +166,24 @@ TEST(EnableMapContainer, AgreesWithTheStandardsMap) {
     }
 }
 
+TEST(EnableMapContainer, IdsMadeToCollideDoNotSlowItDown) {
+    constexpr std::uint64_t count = 1u << 18;
+    EnableMap map;
+    for (std::uint64_t i = 0; i < count; ++i) map.emplace(i << 30, {i, 0});
+    for (std::uint64_t i = 0; i < count; ++i) ASSERT_EQ(map.at(i << 30).first, i);
+    for (std::uint64_t i = 0; i < count; ++i) ASSERT_FALSE(map.contains((i << 30) + 1));
+    for (std::uint64_t i = 0; i < count; i += 2) ASSERT_EQ(map.erase(i << 30), 1u);
+    for (std::uint64_t i = 0; i < count; ++i) ASSERT_EQ(map.contains(i << 30), i % 2 != 0);
+}
+
+TEST(EnableMapContainer, ErasingFromALongRunOfIdsIsQuick) {
+    constexpr std::uint64_t count = 1u << 18;
+    EnableMap map;
+    for (std::uint64_t i = 0; i < count; ++i) map.emplace(i, {i, 0});
+    for (std::uint64_t i = 0; i < count; i += 2) ASSERT_EQ(map.erase(i), 1u);
+    for (std::uint64_t i = 0; i < count; ++i) ASSERT_EQ(map.contains(i), i % 2 != 0);
+}
+
 TEST(EnableMapContainer, IsWalkedInTheOrderOfInsertion) {
     EnableMap map;
     for (const std::uint64_t id : {9u, 2u, 7u, 2u}) map.emplace(id, {id, 0});
