@@ -62,11 +62,13 @@ std::string types_text(const tessel::signature_t& signature) {
 
 std::vector<std::string> all_types(const row_t& row) {
     std::vector<const tessel::signature_t*> rows;
+    rows.reserve(row.entry->accepted.size());
     for (const auto& signature : row.entry->accepted) rows.push_back(&signature);
     std::ranges::sort(rows, [](const auto* a, const auto* b) {
         return std::tie(a->inputs, a->types) < std::tie(b->inputs, b->types);
     });
     std::vector<std::string> texts;
+    texts.reserve(rows.size());
     for (const auto* signature : rows) texts.push_back(types_text(*signature));
     // classes that choose by an operator first have one table for all of them
     texts.erase(std::unique(texts.begin(), texts.end()), texts.end());

@@ -37,6 +37,7 @@ void write_plot(OutputFile& file, const std::string& form, const std::string& ti
     double t = times.ti;
     for (std::uint64_t step = 0; step < times.count; ++step, t = t + times.ts) step_times.push_back(t);
     std::vector<curve_t> curves;
+    curves.reserve(signals.size());
     for (const signal_t& signal : signals) curves.push_back(curve_of(signal, step_times));
     interpreter.save_plot(file.temporary(), form, title, curves);
 }

@@ -104,8 +104,9 @@ void read_parameters(Block& block, const json& data) {
     if (defaults == nullptr) return;
     for (const auto& [key, parameter] : *defaults) {
         const json* value = member(data, key.c_str());
-        std::string standard = parameter.value.is_text() ? parameter.value.text() : parameter.value.to_string();
-        block.parameters[key] = value != nullptr ? text(*value) : std::move(standard);
+        std::string& shown = block.parameters[key];
+        if (value != nullptr) shown = text(*value);
+        else shown = parameter.value.is_text() ? parameter.value.text() : parameter.value.to_string();
     }
     if (const auto found = block.parameters.find("portNumber"); found != block.parameters.end()) {
         const json* value = member(data, "portNumber");
