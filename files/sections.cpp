@@ -14,7 +14,7 @@ bool is_blank(std::string_view text) { return text.find_first_not_of(blanks) == 
 /// The characters that tell where a value ends.
 constexpr auto is_structural = [] {
     std::array<bool, 256> found{};
-    for (const unsigned char c : std::string_view("\"{}[],")) found[c] = true;
+    for (const char c : {'"', '{', '}', '[', ']', ','}) found[static_cast<unsigned char>(c)] = true;
     return found;
 }();
 
