@@ -176,6 +176,18 @@ Plan::Plan(PlanContext& context, std::span<const position_t> positions)
     lower(context, positions.size());
 }
 
+/// A loop over inputs: the cell to write and that to read, or the port to pull.
+struct Plan::sampler_t {
+    run_t run;
+    std::array<const void*, 2> operands;
+    std::size_t count;
+};
+
+struct Plan::stretch_t {
+    large_array<sampler_t> samplers;
+    large_array<const void*> steps;
+};
+
 void Plan::lower(PlanContext& context, std::size_t count) {
     const auto object_at = [&](std::size_t i) -> const planned_t& { return context.objects()[position_of(i)]; };
     std::size_t most = 0;  // operands: samplers and step of every input, object, output, a link before and behind
@@ -185,7 +197,8 @@ void Plan::lower(PlanContext& context, std::size_t count) {
     }
     operands_.reserve(most);
 
-    std::vector<position_t> order;
+    large_array<position_t> order;
+    stretch_t stretch;
     std::size_t end = 0;
     for (std::size_t begin = 0; begin < count; begin = end) {
         const planned_t& first = object_at(begin);
@@ -198,7 +211,7 @@ void Plan::lower(PlanContext& context, std::size_t count) {
         order.resize(end - begin);
         for (std::size_t i = begin; i < end; ++i) order[i - begin] = position_of(i);
         put_sinks_last(context, order);
-        for (std::size_t i = 0; i < order.size();) i = lower_stretch(context, order, i);
+        for (std::size_t i = 0; i < order.size();) i = lower_stretch(context, order, i, stretch);
         end_chain();
         segments_.push_back({foreign ? nullptr : context.flag_of(first), ops_.size(), static_cast<position_t>(begin),
                              static_cast<position_t>(foreign ? begin : end), 0.0, false});
@@ -231,7 +244,8 @@ void Plan::put_sinks_last(const PlanContext& context, std::span<position_t> orde
 /// Lowers the objects from `begin` on that share a lowering, as loops over their inputs and one over their steps;
 /// returns the end of the stretch. A stretch ends before an object that samples what an earlier one of it puts out,
 /// since the inputs of all are sampled first.
-std::size_t Plan::lower_stretch(PlanContext& context, std::span<const position_t> order, std::size_t begin) {
+std::size_t Plan::lower_stretch(PlanContext& context, std::span<const position_t> order, std::size_t begin,
+                                stretch_t& stretch) {
     ExecBlock* const first = context.objects()[order[begin]].block;
     const lowering_t* lowering = first->lowering();
     if (lowering == nullptr) {
@@ -248,13 +262,9 @@ std::size_t Plan::lower_stretch(PlanContext& context, std::span<const position_t
     };
     std::array<input_t, std::numeric_limits<std::uint8_t>::max()> all_inputs;
     const auto inputs = std::span(all_inputs).first(lowering->inputs);
-    struct sampler_t {
-        run_t run;
-        std::array<const void*, 2> operands;
-        std::size_t count;
-    };
-    std::vector<sampler_t> samplers;
-    std::vector<const void*> steps;
+    auto& [samplers, steps] = stretch;
+    samplers.clear();
+    steps.clear();
     std::size_t end = begin;
     for (; end < order.size(); ++end) {
         const position_t position = order[end];
@@ -305,7 +315,7 @@ std::size_t Plan::lower_stretch(PlanContext& context, std::span<const position_t
     }
 
     // inputs sampled by one loop each; their order does not matter, as each writes its own cell
-    std::ranges::stable_sort(samplers, std::less{}, [](const sampler_t& s) { return s.run; });
+    std::ranges::stable_sort(samplers, std::less{}, &sampler_t::run);
     for (const sampler_t& s : samplers) append(s.run, std::span(s.operands).first(s.count), 1);
     if (lowering->run == nullptr) return end;
     if (lowering->links != nullptr && end - begin < shortest_loop) append_links(*lowering, steps);

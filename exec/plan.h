@@ -138,7 +138,12 @@ private:
 
     void lower(PlanContext& context, std::size_t count);
     static void put_sinks_last(const PlanContext& context, std::span<position_t> order);
-    std::size_t lower_stretch(PlanContext& context, std::span<const position_t> order, std::size_t begin);
+    struct sampler_t;
+    /// Inputs to sample and operands of one stretch; kept for the next, since memory that is handed back and taken
+    /// again has to be touched anew.
+    struct stretch_t;
+    std::size_t lower_stretch(PlanContext& context, std::span<const position_t> order, std::size_t begin,
+                              stretch_t& stretch);
     void append(run_t run, std::span<const void* const> operands, std::size_t objects);
     void append_links(const lowering_t& lowering, std::span<const void* const> operands);
     void end_chain();
