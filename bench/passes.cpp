@@ -85,7 +85,8 @@ std::string model_text(std::size_t chains, order_t order) {
 std::vector<std::string> stages() {
     std::vector<std::string> names{"load"};
     for (const auto& pass : bench::passes) names.emplace_back(pass.first);
-    for (const char* name : {"build_exec", "wiring", "run, one step", altogether, "group_by_subsystem"}) names.emplace_back(name);
+    for (const char* name : {"build_exec", "wiring", "run, one step", altogether, "group_by_subsystem"})
+        names.emplace_back(name);
     return names;
 }
 
@@ -102,8 +103,8 @@ void empty_caches() {
     for (std::size_t i = 0; i < other.size(); i += 8) ++other[i];
 }
 
-/// Seconds of each stage: load, the passes, build_exec, wiring, the run, their sum, and the grouping that generators begin
-/// with.
+/// Seconds of each stage: load, the passes, build_exec, wiring, the run, their sum, and the grouping that generators
+/// begin with.
 std::vector<double> measure(const std::filesystem::path& file, bool cold) {
     std::vector<double> taken;
     if (cold) empty_caches();
