@@ -1,10 +1,12 @@
 #include "exec/ExecModel.h"
 
+#include <algorithm>
 #include <map>
 #include <span>
 #include <unordered_map>
 #include <utility>
 
+#include "core/num.h"
 #include "exec/PortIndex.h"
 #include "exec/parallel_for_each.h"
 #include "exec/plan.h"
@@ -76,8 +78,37 @@ void ExecModel::set_properties(std::shared_ptr<PropertiesModel> given) noexcept 
 
 void ExecModel::add_block(std::unique_ptr<ExecBlock>& block) { blocks.push_back(std::move(block)); }
 
-void ExecModel::insert_behind(iterator position, std::unique_ptr<ExecBlock> block) {
-    blocks.insert(position + 1, std::move(block));
+void ExecModel::attach(std::vector<attachment_t> attachments) {
+    std::unordered_map<std::uint64_t, std::vector<std::unique_ptr<ExecBlock>*>> wanted;
+    for (attachment_t& attachment : attachments) wanted[attachment.behind].push_back(&attachment.block);
+    // In a parallel run an object must come behind the one that it follows: it gets a zone between that and the next.
+    const bool spread = blocks.size() + attachments.size() >= parallel_objects;
+    std::vector<std::unique_ptr<ExecBlock>> all;
+    all.reserve(blocks.size() + attachments.size());
+    std::int32_t last_zone = 0;
+    const auto follow = [&](std::uint64_t id, std::int32_t zone) {
+        const auto found = wanted.find(id);
+        if (found == wanted.end()) return;
+        const std::uint64_t gate = id != 0 ? properties->enables_of(id).second : 0;
+        for (auto* block : found->second) {
+            const std::uint64_t own = num::create_id();
+            properties->enable_map.emplace(own, std::pair(std::uint64_t{0}, gate));
+            (*block)->set_identity(own, zone);
+            all.push_back(std::move(*block));
+        }
+        wanted.erase(found);
+    };
+    for (auto& entry : blocks) {
+        all.push_back(std::move(entry));
+        if (all.back() == nullptr) continue;
+        ExecBlock& block = *all.back();
+        const std::int32_t zone = block.zone();
+        if (spread) block.set_identity(block.id(), zone * 2);
+        last_zone = std::max(last_zone, block.zone());
+        if (block.id() != 0) follow(block.id(), spread ? zone * 2 + 1 : zone);
+    }
+    follow(0, last_zone + 2);
+    blocks = std::move(all);
 }
 
 ExecBlock* ExecModel::find_block(std::uint64_t id) const noexcept {

@@ -16,22 +16,6 @@ namespace tessel {
 
 class PlanContext;
 
-/// What a host can watch and end of a run.
-class RunMonitor {
-public:
-    virtual ~RunMonitor() = default;
-    /// Called on the caller's thread after each time step; false ends the run as if "tf" had been passed. Input cells
-    /// are up to date at the end of a run; who wants to look at them in between adds an object to the model.
-    virtual bool step_done(double t) noexcept = 0;
-    /// Whether `step_done` reads output cells or writes input cells. A run that nobody looks into is faster; its cells
-    /// are up to date at its end.
-    virtual bool looks_at_cells() const noexcept { return true; }
-};
-
-/// How a run steps its objects: by their virtual operations, or by a plan made of their lowerings. Nobody can tell the
-/// two apart by any value.
-enum class engine_t { objects, plan };
-
 /// Implements `IExecModel`. Null entries of `blocks` (a block without a runnable form) and links with an end that does
 /// not exist are passed over.
 class BLOCKS_API ExecModel final : public IExecModel {
@@ -47,13 +31,10 @@ public:
     iterator end() noexcept override { return blocks.end(); }
     result_t run() noexcept override;
 
-    /// Wires the inputs and hands out the flags: what a run does first. What it looks things up with goes again.
-    void bind();
-    /// Puts an object behind the one at a position, which the host took from `begin`.
-    void insert_behind(iterator position, std::unique_ptr<ExecBlock> block);
-    /// The monitor of later runs, null for none. It must outlive them.
-    void set_monitor(RunMonitor* monitor) noexcept { monitor_ = monitor; }
-    void set_engine(engine_t engine) noexcept { engine_ = engine; }
+    void bind() override;
+    void set_monitor(RunMonitor* monitor) noexcept override { monitor_ = monitor; }
+    void set_engine(engine_t engine) noexcept override { engine_ = engine; }
+    void attach(std::vector<attachment_t> attachments) override;
 
     /// A run's path is the parallel one from this many objects on, when at least `wide_zones` zones hold more than
     /// `wide_zone` objects each.

@@ -13,6 +13,28 @@ namespace tessel {
 
 class PropertiesModel;
 
+/// What a host can watch and end of a run.
+class RunMonitor {
+public:
+    virtual ~RunMonitor() = default;
+    /// Called on the caller's thread after each time step; false ends the run as if "tf" had been passed. Input cells
+    /// are up to date at the end of a run; who wants to look at them in between adds an object to the model.
+    virtual bool step_done(double t) noexcept = 0;
+    /// Whether `step_done` reads output cells or writes input cells. A run that nobody looks into is faster; its cells
+    /// are up to date at its end.
+    virtual bool looks_at_cells() const noexcept { return true; }
+};
+
+/// How a run steps its objects: by their virtual operations, or by a plan made of their lowerings. Nobody can tell the
+/// two apart by any value.
+enum class engine_t { objects, plan };
+
+/// An object of the host's own and the id of the one that it follows, 0 for all of them.
+struct attachment_t {
+    std::uint64_t behind = 0;
+    std::unique_ptr<ExecBlock> block;
+};
+
 /// Typed runnable objects in stepping order. Call order: `set_properties` and `add_block` (both done by
 /// `IMetaModel::build_exec`), then `run` any number of times.
 class IExecModel {
@@ -32,6 +54,15 @@ public:
     /// large models, on the pool. Ends the process when an object's id is missing in the enable map.
     /// @return result_ok, always.
     virtual result_t run() noexcept = 0;
+    /// Wires the inputs and hands out the flags: what a run does first.
+    virtual void bind() = 0;
+    /// The monitor of later runs, null for none. It must outlive them.
+    virtual void set_monitor(RunMonitor* monitor) noexcept = 0;
+    virtual void set_engine(engine_t engine) noexcept = 0;
+    /// Puts objects directly behind those that they follow, in the order given, each with an id of its own and gated as
+    /// the other is; one that follows all is never gated. Of objects with one id the first is meant, and with no such
+    /// object the attachment is destroyed. Steps them behind those on every path of a run.
+    virtual void attach(std::vector<attachment_t> attachments) = 0;
 };
 
 /// A runnable model without objects and without properties.

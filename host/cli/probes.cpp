@@ -5,9 +5,9 @@
 #include <optional>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 
 #include "core/format.h"
-#include "core/num.h"
 #include "host/cli/session.h"
 #include "port.h"
 
@@ -103,26 +103,6 @@ tessel::IMetaBlock& find_block(tessel::IMetaModel& model, std::string_view text,
     refuse_probe(text, tessel::format("{} blocks have that path: {}", found.size(), ids));
 }
 
-using objects_t = std::unordered_map<std::uint64_t, tessel::ExecBlock*>;
-
-std::unique_ptr<Probe> make_attached(tessel::PropertiesModel& properties, const objects_t& objects,
-                                     const signal_t& signal, tessel::ExecBlock& object, run_clock_t& clock) {
-    auto probe = make_probe(signal.type, clock);
-    const std::uint64_t id = tessel::num::create_id();
-    auto& enables = properties.enable_map;
-    const auto pair = enables.at(object.id());
-    enables.emplace(id, pair);
-    probe->set_identity(id, object.zone());
-    if (!signal.is_input) {
-        probe->port().connect(object, static_cast<std::uint16_t>(signal.port));
-    } else if (const auto& input = *signal.block->input(signal.port); input.source_block() != nullptr) {
-        // what the block samples is what its source holds, converted to the type of its input
-        if (const auto source = objects.find(input.source_block()->id()); source != objects.end())
-            probe->port().connect(*source->second, static_cast<std::uint16_t>(input.source_index()));
-    }
-    return probe;
-}
-
 }  // namespace
 
 std::vector<signal_t> all_signals(tessel::IMetaModel& model) {
@@ -176,35 +156,27 @@ std::vector<signal_t> find_signals(tessel::IMetaModel& model, const std::vector<
     return signals;
 }
 
-void attach_probes(tessel::ExecModel& exec, std::vector<signal_t>& signals, run_clock_t& clock) {
-    std::unordered_map<std::uint64_t, std::vector<signal_t*>> wanted;
-    for (signal_t& signal : signals) wanted[signal.block->id()].push_back(&signal);
-
-    objects_t objects;
-    for (const auto& object : exec.blocks)
+void attach_probes(tessel::IExecModel& exec, std::vector<signal_t>& signals, run_clock_t& clock) {
+    std::unordered_map<std::uint64_t, tessel::ExecBlock*> objects;
+    for (const auto& object : exec)
         if (object != nullptr) objects.try_emplace(object->id(), object.get());
-
-    // In a parallel run a probe must come behind its block: it gets a zone between that of the block and the next.
-    const bool spread = exec.blocks.size() + signals.size() >= tessel::ExecModel::parallel_objects;
-    std::vector<std::unique_ptr<tessel::ExecBlock>> all;
-    all.reserve(exec.blocks.size() + signals.size());
-    for (auto& object : exec.blocks) {
-        if (object == nullptr) continue;
-        tessel::ExecBlock& block = *object;
-        all.push_back(std::move(object));
-        const std::int32_t zone = block.zone();
-        if (spread) block.set_identity(block.id(), zone * 2);
-        const auto found = wanted.find(block.id());
-        if (found == wanted.end()) continue;
-        for (signal_t* signal : found->second) {
-            auto probe = make_attached(*exec.properties, objects, *signal, block, clock);
-            if (spread) probe->set_identity(probe->id(), zone * 2 + 1);
-            signal->probe = probe.get();
-            all.push_back(std::move(probe));
+    std::vector<tessel::attachment_t> attachments;
+    attachments.reserve(signals.size());
+    for (signal_t& signal : signals) {
+        const auto found = objects.find(signal.block->id());
+        if (found == objects.end()) continue;
+        auto probe = make_probe(signal.type, clock);
+        if (!signal.is_input) {
+            probe->port().connect(*found->second, static_cast<std::uint16_t>(signal.port));
+        } else if (const auto& input = *signal.block->input(signal.port); input.source_block() != nullptr) {
+            // what the block samples is what its source holds, converted to the type of its input
+            if (const auto source = objects.find(input.source_block()->id()); source != objects.end())
+                probe->port().connect(*source->second, static_cast<std::uint16_t>(input.source_index()));
         }
-        wanted.erase(found);  // of blocks with one id the first is the one that links reach
+        signal.probe = probe.get();
+        attachments.push_back({signal.block->id(), std::move(probe)});
     }
-    exec.blocks = std::move(all);
+    exec.attach(std::move(attachments));
 }
 
 }  // namespace zarn

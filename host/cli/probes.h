@@ -5,9 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "IExecModel.h"
 #include "IMetaModel.h"
-#include "PropertiesModel.h"
-#include "exec/ExecModel.h"
 #include "host/cli/recorder.h"
 
 namespace zarn {
@@ -31,6 +30,6 @@ std::vector<signal_t> shown_signals(tessel::IMetaModel& model);
 std::vector<signal_t> find_signals(tessel::IMetaModel& model, const std::vector<std::string>& texts);
 
 /// Puts a probe for each signal directly behind its block.
-void attach_probes(tessel::ExecModel& exec, std::vector<signal_t>& signals, run_clock_t& clock);
+void attach_probes(tessel::IExecModel& exec, std::vector<signal_t>& signals, run_clock_t& clock);
 
 }  // namespace zarn

@@ -61,13 +61,27 @@ TEST(ExecModel, ClearKeepsTheProperties) {
     EXPECT_EQ(b.run(), result_ok);
 }
 
-TEST(ExecModel, ObjectCanBePutBehindAnother) {
+TEST(ExecModel, AttachedObjectsFollowTheFirstOfAnId) {
     ExecBuilder b;
     b.add(1, 0, 1);
-    b.add(2, 0, 1);
-    b.model.insert_behind(b.model.begin(), std::make_unique<TestExec>(3, 0, 1, 0));
-    EXPECT_EQ(b.model.blocks[1]->id(), 3u);
-    EXPECT_EQ(b.model.blocks[2]->id(), 2u);
+    b.add(2, 1, 0);
+    b.add(1, 0, 1);
+    b.properties->enable_map[2] = {0, 7};
+    std::vector<attachment_t> attachments;
+    std::vector<ExecBlock*> objects;
+    for (const std::uint64_t behind : {2u, 0u, 1u, 2u, 99u}) {
+        attachments.push_back({behind, std::make_unique<TestExec>(0, 0, 1, 0)});
+        objects.push_back(attachments.back().block.get());
+    }
+    b.model.attach(std::move(attachments));
+    ASSERT_EQ(b.model.blocks.size(), 7u);
+    EXPECT_EQ(b.model.blocks[1].get(), objects[2]);
+    EXPECT_EQ(b.model.blocks[3].get(), objects[0]);
+    EXPECT_EQ(b.model.blocks[4].get(), objects[3]);
+    EXPECT_EQ(b.model.blocks[6].get(), objects[1]);
+    EXPECT_NE(objects[0]->id(), objects[3]->id());
+    EXPECT_EQ(b.properties->enables_of(objects[0]->id()).second, 7u);
+    EXPECT_EQ(b.properties->enables_of(objects[1]->id()).second, 0u);
 }
 
 TEST_P(Run, CallsTheObjectsInTheirOrder) {

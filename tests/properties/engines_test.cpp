@@ -61,7 +61,8 @@ void add_observers(Compiled& compiled, ExecModel& exec, std::vector<std::uint64_
     for (std::size_t i = one_in - 1; i < exec.blocks.size(); i += one_in + 1) {
         const std::uint64_t gate = compiled.properties->enables_of(exec.blocks[i]->id()).second;
         compiled.properties->enable_map[++id] = {0, gated ? gate : 0};
-        exec.insert_behind(exec.begin() + static_cast<std::ptrdiff_t>(i), std::make_unique<Observer>(id, exec, seen));
+        exec.blocks.insert(exec.begin() + static_cast<std::ptrdiff_t>(i + 1),
+                           std::make_unique<Observer>(id, exec, seen));
     }
 }
 
@@ -80,7 +81,7 @@ void add_foreign(Compiled& compiled, ExecModel& exec, std::size_t one_in) {
         links[i].dstId = id;
         links[i].dstPort = 0;
         compiled.properties->insert_link(id, link.dstId, 0, link.dstPort, "");
-        exec.insert_behind(src, std::move(object));
+        exec.blocks.insert(src + 1, std::move(object));
     }
 }
 
