@@ -9,6 +9,7 @@
 
 #include "core/format.h"
 #include "host/cli/session.h"
+#include "host/diagnose/nearest.h"
 #include "port.h"
 
 namespace zarn {
@@ -47,21 +48,6 @@ std::optional<Number> whole_number(std::string_view text) {
     throw Failure{status_usage};
 }
 
-std::size_t edit_distance(std::string_view a, std::string_view b) {
-    std::vector<std::size_t> row(b.size() + 1);
-    for (std::size_t j = 0; j <= b.size(); ++j) row[j] = j;
-    for (std::size_t i = 1; i <= a.size(); ++i) {
-        std::size_t corner = row[0];
-        row[0] = i;
-        for (std::size_t j = 1; j <= b.size(); ++j) {
-            const std::size_t above = row[j];
-            row[j] = std::min({row[j] + 1, row[j - 1] + 1, corner + (a[i - 1] == b[j - 1] ? 0u : 1u)});
-            corner = above;
-        }
-    }
-    return row[b.size()];
-}
-
 /// A word about where the block may be that nobody finds under a path.
 std::string hint(tessel::IMetaModel& model, std::string_view path) {
     const std::string* nearest = nullptr;
@@ -74,9 +60,10 @@ std::string hint(tessel::IMetaModel& model, std::string_view path) {
                  other.starts_with(tessel::format("mainsys.{}.", path));
         const std::string_view below_root = std::string_view(other).substr(other.find('.') + 1);
         const std::string_view last = std::string_view(other).substr(other.rfind('.') + 1);
-        const std::size_t d = last == path.substr(path.rfind('.') + 1)
-                                  ? 0
-                                  : std::min(edit_distance(other, path), edit_distance(below_root, path));
+        const std::size_t d =
+            last == path.substr(path.rfind('.') + 1)
+                ? 0
+                : std::min(edit_distance(other, path, distance), edit_distance(below_root, path, distance));
         if (d < distance) {
             distance = d;
             nearest = &other;

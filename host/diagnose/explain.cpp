@@ -4,6 +4,7 @@
 
 #include "core/format.h"
 #include "host/diagnose/analysis.h"
+#include "host/diagnose/nearest.h"
 #include "host/diagnose/source.h"
 #include "port.h"
 

@@ -2,6 +2,7 @@
 
 #include <unordered_set>
 
+#include "host/diagnose/nearest.h"
 #include "host/diagnose/source.h"
 #include "host/diagnose/tree.h"
 #include "host/diagnose/wiring.h"

@@ -9,6 +9,7 @@
 #include "core/hash.h"
 #include "factory.h"
 #include "host/diagnose/classes.h"
+#include "host/diagnose/nearest.h"
 #include "host/diagnose/tree.h"
 #include "host/diagnose/values.h"
 

@@ -7,6 +7,7 @@
 #include "core/hash.h"
 #include "core/str.h"
 #include "host/diagnose/analysis.h"
+#include "host/diagnose/nearest.h"
 #include "host/diagnose/source.h"
 
 namespace zarn {

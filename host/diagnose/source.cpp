@@ -93,29 +93,6 @@ private:
     std::vector<level_t> levels_;
 };
 
-/// Number of single changes (a letter replaced, added or taken out) from one word to another.
-std::size_t distance(std::string_view a, std::string_view b) {
-    std::vector<std::size_t> row(b.size() + 1);
-    for (std::size_t j = 0; j <= b.size(); ++j) row[j] = j;
-    for (std::size_t i = 1; i <= a.size(); ++i) {
-        std::size_t diagonal = row[0];
-        row[0] = i;
-        for (std::size_t j = 1; j <= b.size(); ++j) {
-            const std::size_t above = row[j];
-            row[j] = std::min({above + 1, row[j - 1] + 1, diagonal + (a[i - 1] == b[j - 1] ? 0u : 1u)});
-            diagonal = above;
-        }
-    }
-    return row.back();
-}
-
-std::string lowered(std::string_view text) {
-    std::string low(text);
-    for (char& c : low)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    return low;
-}
-
 /// Number of bytes of the UTF-8 character that the text begins with, 0 when it is none.
 std::size_t character_length(std::string_view text) {
     const auto byte = [text](std::size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u; };
@@ -196,19 +173,6 @@ std::string segment(std::string_view key) {
 }
 
 std::string segment(std::size_t index) { return "/" + std::to_string(index); }
-
-std::string nearest_name(std::string_view given, const std::vector<std::string>& known) {
-    const std::string low = lowered(given);
-    std::size_t best = std::min<std::size_t>(2, low.size() / 2) + 1;
-    std::string nearest;
-    for (const std::string& name : known) {
-        const std::size_t d = distance(low, lowered(name));
-        if (d >= best) continue;
-        best = d;
-        nearest = name;
-    }
-    return nearest;
-}
 
 std::string counted(std::size_t count, std::string_view noun) {
     return tessel::format("{} {}{}", count, noun, count == 1 ? "" : "s");

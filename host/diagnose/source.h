@@ -34,9 +34,6 @@ std::unordered_map<std::string, place_t> places_of(std::string_view text, const 
 std::string segment(std::string_view key);
 std::string segment(std::size_t index);
 
-/// The name among `known` that is most likely meant by `given`, "" when none is near.
-std::string nearest_name(std::string_view given, const std::vector<std::string>& known);
-
 /// "3 blocks", "1 block".
 std::string counted(std::size_t count, std::string_view noun);
 

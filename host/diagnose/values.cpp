@@ -8,6 +8,7 @@
 
 #include "PropertiesModel.h"
 #include "core/convert.h"
+#include "host/diagnose/nearest.h"
 #include "host/diagnose/source.h"
 
 namespace zarn {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "host/diagnose/nearest.h"
+
 namespace zarn {
 namespace {
 
@@ -45,6 +47,10 @@ TEST(Names, NearestOfTheKnown) {
     EXPECT_EQ(nearest_name("ads", known), "add");
     EXPECT_EQ(nearest_name("display", known), "");
     EXPECT_EQ(nearest_name("", known), "");
+    const std::string giant(std::size_t{1} << 20, 'x');
+    EXPECT_EQ(nearest_name(giant, {giant + "y"}), "");
+    EXPECT_EQ(edit_distance("wire", "wires", 3), 1u);
+    EXPECT_EQ(edit_distance("wire", "block", 3), 3u);
 }
 
 TEST(Texts, PrintableHoldsNothingThatATerminalObeys) {
