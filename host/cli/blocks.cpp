@@ -11,6 +11,7 @@
 #include "host/cli/heads.h"
 #include "host/cli/session.h"
 #include "host/cli/verbs.h"
+#include "host/diagnose/nearest.h"
 
 namespace zarn {
 namespace {
@@ -141,7 +142,11 @@ int blocks(const blocks_options_t& options) {
     const auto found =
         std::ranges::find(rows, options.name, [](const row_t& row) { return std::string_view(row.name); });
     if (found == rows.end()) {
-        message(tessel::format("no block class '{}'; 'zarn blocks' lists them", options.name));
+        std::vector<std::string> known;
+        for (const row_t& row : rows) known.emplace_back(row.name);
+        const std::string near = nearest_name(options.name, known);
+        message(tessel::format("no block class '{}'; {}", options.name,
+                               near.empty() ? "'zarn blocks' lists them" : "did you mean " + near + "?"));
         return status_usage;
     }
     if (options.json) out(describe(*found).dump() + "\n");

@@ -159,9 +159,14 @@ void add_diff(CLI::App& app, int& status) {
     auto* verb = app.add_subcommand("diff", "Compare two recordings (.csv) and name the first difference");
     verb->add_option("A", options->a, "Recording")->required();
     verb->add_option("B", options->b, "Recording to compare with")->required();
+    const auto tolerance = [](const std::string& text) {
+        const auto value = number(text);
+        return value && *value >= 0.0 ? std::string() : text + " is no number of 0 or more";
+    };
     verb->add_option("--rtol", options->rtol, "Allowed difference, relative to B's value")
-        ->check(CLI::NonNegativeNumber);
-    verb->add_option("--atol", options->atol, "Allowed difference on top of it")->check(CLI::NonNegativeNumber);
+        ->type_name("NUMBER")
+        ->check(tolerance);
+    verb->add_option("--atol", options->atol, "Allowed difference on top of it")->type_name("NUMBER")->check(tolerance);
     verb->add_flag("-q,--quiet", options->quiet, "Exit status only");
     verb->footer(
         "Numbers compare by value, not-a-number equals itself, columns are found by name.\n"

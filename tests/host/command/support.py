@@ -95,6 +95,12 @@ class CommandTest(unittest.TestCase):
             **options,
         )
 
+    def run_into(self, stdout, *arguments):
+        """Runs the command with its standard output there."""
+        return subprocess.run(
+            [ZARN, *arguments], cwd=self.folder, stdout=stdout, stderr=subprocess.PIPE, text=True, timeout=60 * PATIENCE
+        )
+
     def check(self, *arguments, status=0, err=None, out=None, **options):
         """Runs the command and compares status and streams; `err` and `out` are what a stream must contain, or its
         whole when it is empty."""

@@ -44,10 +44,10 @@ class Readme(CommandTest):
         verbs = re.findall(r"^\| `zarn ([^`]*)`", self.page, re.MULTILINE)
         self.assertEqual(
             [verb.split()[0] for verb in verbs],
-            ["run", "check", "explain", "draw", "generate", "inspect", "blocks", "diff"],
+            ["run", "check", "explain", "draw", "generate", "inspect", "blocks", "diff", "help"],
         )
         for verb in verbs:
-            command = verb.replace("MODEL", "first_order.json").replace(" DIR", " out").replace("[CLASS]", "clamp")
+            command = verb.replace("MODEL", "first_order.json").replace(" DIR", " out").replace("[CLASS]", "clamp").replace("[VERB]", "run")
             command = command.replace("c\\|py", "c").replace("A.csv", "y.csv").replace("B.csv", "y.csv")
             if verb.split()[0] in ("run", "generate", "inspect"):
                 command += " -e 'k = 0.5'"

@@ -279,7 +279,7 @@ class Blocks(CommandTest):
             self.assertEqual(counts[name], count, name)
 
     def test_an_unknown_class_is_wrong_use(self):
-        self.check("blocks", "adder", status=2, err="no block class 'adder'", out="")
+        self.check("blocks", "adder", status=2, err="no block class 'adder'; did you mean add?", out="")
 
 
 class Diff(CommandTest):

@@ -1,0 +1,16 @@
+// The command line as a whole: all verbs, and what is said of a line that cannot be read.
+#pragma once
+
+#include <CLI/App.hpp>
+#include <memory>
+
+namespace zarn {
+
+/// The command with all its verbs; `status` gets what the verb that was called came to.
+std::unique_ptr<CLI::App> make_command(int& status);
+
+/// Reads the command line, does what it asks for, and answers the exit status. A verb or an option that is not known
+/// is told with the nearest that is.
+int answer(CLI::App& app, int argc, char** argv, const int& status);
+
+}  // namespace zarn
