@@ -12,7 +12,7 @@ SANITIZED  = ASAN_OPTIONS=exitcode=99 UBSAN_OPTIONS=print_stacktrace=1:exitcode=
 SANITIZED_CORE = -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O0 -DBLOCKS_SANITIZE_KERNELS=OFF -DBLOCKS_PYTHON=OFF \
     -DBLOCKS_BENCH=OFF
 
-.PHONY: all run test bench asan asan-quick asan-core tsan tsan-core memcheck fuzz coverage format tidy clean
+.PHONY: all run test bench asan asan-quick asan-core tsan tsan-core memcheck fuzz attack coverage format tidy clean
 
 all: build
 
@@ -86,6 +86,12 @@ memcheck: build
 fuzz:
 	@tools/setup.sh clang libclang-rt-dev
 	tools/fuzz.sh
+
+# damaged models through every verb, against the library alone: ATTACK="--seconds 3600" for an hour
+ATTACK ?= --seconds 600
+attack: $(BUILD)/build.ninja
+	@cmake --build $(BUILD) -j $(JOBS) --target zarn bare_host
+	tools/attack.py --zarn $(BUILD)/zarn --bare $(BUILD)/tests/host/bare_host $(ATTACK)
 
 coverage:
 	@tools/setup.sh clang libclang-rt-dev llvm

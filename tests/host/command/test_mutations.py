@@ -1,6 +1,5 @@
 """The example models, damaged in many ways: whatever a file holds, the command ends, with an answer."""
 
-import copy
 import json
 import os
 import pathlib
@@ -10,6 +9,7 @@ import shutil
 import subprocess
 import unittest
 
+from damage import damage, tear
 from support import DATA, SANITIZERS, ZARN, CommandTest
 
 EXAMPLES = sorted((DATA.parents[1] / "examples").glob("*/*.json"))
@@ -17,11 +17,6 @@ COUNT = int(os.environ.get("ZARN_MUTATIONS", "60"))  # damaged models
 SEED = int(os.environ.get("ZARN_SEED", "1"))
 MEMORY = 3 << 30
 SECONDS = 60
-
-VALUES = [None, True, False, 0, 1, -1, 2, 8, 9, 65535, 65536, -(2**31), 2**31, 2**63, 2**64 - 1, -(2**63), 1e300, -0.0]
-VALUES += [0.5, 1e-300, "", "x", "nan", "-1", "0", "[]", "[1]", "[[1,2],[3]]", "1e999", "True", "'a'", "\0", "\x01\n"]
-VALUES += ["\u00e9" * 50, "1" * 400, [], [1], {}, {"a": 1}, [[]], "m.json", ".", "/dev/zero", "1/0", "2**100000", "[0]*3"]
-KEYS = ["add", "abs", "refsys", "enable", "subsys", "goto", "from", "cast", "outport", "memory", "x", "name", "id", "parent"]
 
 # the verb, and whether its answer is on standard error
 VERBS = [
@@ -41,61 +36,6 @@ MORE = [
     (["inspect", "m.json", "--json", "-w", "workspace.py"], False),
     (["verify-engines", "m.json", "--no-python", "--set", "tf=0.5"], True),
 ]
-
-
-def pointers(value, at=()):
-    """The places of all values inside."""
-    children = value.items() if isinstance(value, dict) else enumerate(value) if isinstance(value, list) else ()
-    for key, child in children:
-        yield (*at, key)
-        yield from pointers(child, (*at, key))
-
-
-def at(value, pointer):
-    for key in pointer:
-        value = value[key]
-    return value
-
-
-def damage(model, chance):
-    """Changes the model in one to six places."""
-    for _ in range(chance.choice([1, 1, 1, 2, 3, 6])):
-        places = list(pointers(model))
-        if not places:
-            return
-        pointer = chance.choice(places)
-        holder, key = at(model, pointer[:-1]), pointer[-1]
-        old = holder[key]
-        number = isinstance(old, (int, float)) and not isinstance(old, bool)
-        kind = chance.randrange(6)
-        if kind == 0:
-            del holder[key]
-        elif kind == 1:
-            holder[key] = copy.deepcopy(at(model, chance.choice(places)))
-        elif kind == 2 and isinstance(holder, list):
-            holder.append(copy.deepcopy(old))
-        elif kind == 3 and number:
-            holder[key] = chance.choice([old + 1, old - 1, -old, old * 2**32, old / 3])
-        elif kind == 4 and isinstance(holder, dict):
-            holder[chance.choice(KEYS)] = holder.pop(key)
-        else:
-            holder[key] = chance.choice(VALUES)
-
-
-def tear(text, chance):
-    """Changes the bytes of the file."""
-    data = bytearray(text.encode())
-    for _ in range(chance.choice([1, 1, 2, 10])):
-        place = chance.randrange(len(data))
-        kind = chance.randrange(3)
-        if kind == 0:
-            data[place] = chance.randrange(256)
-        elif kind == 1:
-            del data[place : place + chance.choice([1, 1, 5, 500, len(data)])]
-            data = data or bytearray(b" ")
-        else:
-            data[place:place] = bytes(chance.choice([b"{", b"]", b'"', b"\xff", b"\0", b",", b"e99999", b"\xe2\x80\xae"]))
-    return bytes(data)
 
 
 # the address sanitizer takes address space without measure: there its runtime watches the memory
