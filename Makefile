@@ -1,4 +1,5 @@
-# Two commands: `make run` and `make test`. Each does everything on a fresh Debian 12, as root or with sudo.
+# Two commands: `make run` and `make test`. Each does everything on a fresh Debian 12, as root or with sudo; where make
+# itself is missing, `./make.sh run` and `./make.sh test`.
 
 BUILD ?= build/release
 JOBS  ?= $(shell nproc)
@@ -30,7 +31,11 @@ run: build
 	@mkdir -p out
 	$(ZARN) run examples/motor/motor.json -w examples/motor/workspace.py -o out/motor.csv
 
+# what single tests need besides; where it cannot be had they say so and are passed over
+TEST_PACKAGES = fish mandoc python3-jsonschema zsh
+
 test: $(BUILD)/build.ninja
+	@tools/setup.sh $(TEST_PACKAGES) || echo "make test: goes on without $(TEST_PACKAGES)" >&2
 	@cmake --build $(BUILD) -j $(JOBS)
 	ctest --test-dir $(BUILD) -j $(JOBS) --output-on-failure
 

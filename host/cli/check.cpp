@@ -65,7 +65,8 @@ void add_check(CLI::App& app, int& status) {
     add_common(*verb, arguments->common);
     auto* model = verb->get_option("MODEL");
     model->required(false);
-    auto* page = verb->add_option("--explain", arguments->code, "Show the page of a code, such as Z203");
+    auto* page =
+        verb->add_option("--explain", arguments->code, "Show the page of a code, such as Z203")->type_name("Z-CODE");
     verb->add_flag("--sarif", arguments->sarif, "A SARIF 2.1.0 log on standard output");
     verb->add_flag("--markdown", arguments->markdown)->group("");  // how docs/checks.md is made
     verb->footer(

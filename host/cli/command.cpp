@@ -19,14 +19,6 @@ const CLI::App* find_verb(const CLI::App& app, std::string_view name) {
     return nullptr;
 }
 
-/// Names of the verbs that the help lists.
-std::vector<std::string> verb_names(const CLI::App& app) {
-    std::vector<std::string> names;
-    for (const auto* verb : app.get_subcommands({}))
-        if (!verb->get_group().empty()) names.push_back(verb->get_name());
-    return names;
-}
-
 /// The only name that begins so, or else the nearest; "" when there is none.
 std::string meant(std::string_view given, const std::vector<std::string>& names) {
     const auto begins = [given](const std::string& name) { return name.starts_with(given); };
@@ -105,6 +97,13 @@ void add_help(CLI::App& app, int& status) {
 
 }  // namespace
 
+std::vector<std::string> verb_names(const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const auto* verb : app.get_subcommands({}))
+        if (!verb->get_group().empty()) names.push_back(verb->get_name());
+    return names;
+}
+
 std::unique_ptr<CLI::App> make_command(int& status) {
     auto app = std::make_unique<CLI::App>("Checks, runs, translates and shows block diagram models.", "zarn");
     app->set_version_flag("--version", "zarn " ZARN_VERSION, "Show the version and leave");
@@ -125,6 +124,7 @@ std::unique_ptr<CLI::App> make_command(int& status) {
     add_diff(*app, status);
     add_verify_engines(*app, status);
     add_help(*app, status);
+    add_pages(*app, status);
     return app;
 }
 

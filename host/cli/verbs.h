@@ -19,5 +19,6 @@ void add_draw(CLI::App& app, int& status);
 void add_blocks(CLI::App& app, int& status);
 void add_diff(CLI::App& app, int& status);
 void add_verify_engines(CLI::App& app, int& status);
+void add_pages(CLI::App& app, int& status);
 
 }  // namespace zarn

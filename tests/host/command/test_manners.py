@@ -1,8 +1,15 @@
 """How the command answers lines that it cannot read, and what it tells of itself."""
 
+import pathlib
+import re
+import shlex
+import shutil
+import subprocess
 import unittest
 
-from support import CommandTest
+from support import ZARN, CommandTest
+
+SHARE = pathlib.Path(ZARN).parent / "share"  # what the build writes for an installation
 
 
 class Lines(CommandTest):
@@ -64,6 +71,87 @@ class Help(CommandTest):
                 result = self.run_into(full, *line)
                 self.assertEqual(result.returncode, 1)
                 self.assertEqual(result.stderr, "zarn: standard output: No space left on device\n")
+
+
+class Pages(CommandTest):
+    """The manual and the completions are made of the command line itself."""
+
+    def setUp(self):
+        super().setUp()
+        for name in ("pump.json", "gains.py", "notes.txt"):
+            self.write(name, "")
+        (self.folder / "models").mkdir()
+
+    def verbs(self):
+        text = self.check("--help").stdout
+        return re.findall(r"^  ([a-z-]+)  ", text[text.index("Subcommands:") :], re.MULTILINE)
+
+    def options(self, verb):
+        return re.findall(r"^  (?:-\w,)?(--[a-z-]+)", self.check(verb, "--help").stdout, re.MULTILINE)
+
+    def shell(self, *command):
+        if shutil.which(command[0]) is None:
+            self.skipTest(f"{command[0]} is not installed")
+        result = subprocess.run(command, cwd=self.folder, capture_output=True, text=True, timeout=60)
+        self.assertEqual((result.returncode, result.stderr), (0, ""), result.stdout)
+        return result.stdout
+
+    def bash(self, line):
+        """What bash offers for the last word of a line."""
+        words = line.split(" ")
+        script = f"""
+            source {shlex.quote(str(SHARE / "bash-completion/completions/zarn"))}
+            COMP_WORDS=({" ".join(map(shlex.quote, words))}) COMP_CWORD={len(words) - 1}
+            _zarn
+            printf '%s\\n' "${{COMPREPLY[@]}}" """
+        return self.shell("bash", "--norc", "-c", script).split()
+
+    def test_bash_offers_verbs_options_and_values(self):
+        self.assertEqual(self.bash("zarn "), [*self.verbs(), "--version", "--help"])
+        self.assertEqual(self.bash("zarn ex"), ["explain"])
+        self.assertEqual(self.bash("zarn run "), ["models", "pump.json"])
+        self.assertEqual(self.bash("zarn run pump.json -w "), ["gains.py", "models"])
+        self.assertEqual(self.bash("zarn run pump.json --engine "), ["objects", "plan"])
+        self.assertEqual(self.bash("zarn run pump.json --probe "), [])
+        self.assertEqual(self.bash("zarn run pump.json --pro"), ["--probe", "--probe-all"])
+        self.assertEqual(self.bash("zarn run -q -w gains.py pu"), ["pump.json"])
+        self.assertEqual(self.bash("zarn generate "), ["c", "py"])
+        self.assertEqual(self.bash("zarn generate c "), ["models", "pump.json"])
+        self.assertEqual(self.bash("zarn generate c pump.json "), ["models"])
+        self.assertEqual(self.bash("zarn blocks cl"), ["clamp"])
+        self.assertEqual(self.bash("zarn check --explain Z10")[:2], ["Z101", "Z102"])
+        self.assertEqual(self.bash("zarn nonsense "), [])
+        for verb in self.verbs():
+            self.assertEqual(self.bash(f"zarn {verb} --"), self.options(verb), verb)
+
+    def test_fish_offers_verbs_options_and_values(self):
+        def offered(line):
+            script = f"source {SHARE}/fish/vendor_completions.d/zarn.fish; complete -C {shlex.quote(line)}"
+            return [row.split("\t")[0] for row in self.shell("fish", "--no-config", "-c", script).splitlines()]
+
+        self.assertEqual(sorted(offered("zarn ")), sorted(self.verbs()))
+        self.assertEqual(offered("zarn run pump.json --engine "), ["objects", "plan"])
+        self.assertIn("pump.json", offered("zarn run "))
+        for verb in self.verbs():
+            self.assertLessEqual(set(self.options(verb)), set(offered(f"zarn {verb} --")), verb)
+
+    def test_zsh_reads_its_functions(self):
+        page = SHARE / "zsh/site-functions/_zarn"
+        self.shell("zsh", "-n", str(page))
+        for verb in self.verbs():
+            self.assertRegex(page.read_text(), rf"(?m)^        {verb}\)$")
+
+    def test_the_manual_has_every_verb_and_option(self):
+        text = (SHARE / "man/man1/zarn.1").read_text()
+        for verb in self.verbs():
+            part = re.search(rf"(?s)^\.SS zarn {re.escape(verb.replace('-', chr(92) + '-'))}\n.*?(?=^\.S)", text, re.M)
+            self.assertIsNotNone(part, verb)
+            for option in self.options(verb):
+                self.assertIn(f"\\fB{option}\\fR".replace("-", "\\-"), part.group(), verb)
+
+    def test_the_manual_is_in_order(self):
+        self.shell("mandoc", "-Tlint", "-W", "error", str(SHARE / "man/man1/zarn.1"))
+        self.assertIn("zarn - check, run, translate", self.shell("mandoc", "-Tascii", str(SHARE / "man/man1/zarn.1")))
 
 
 if __name__ == "__main__":

@@ -86,6 +86,15 @@ class Readme(CommandTest):
                             self.assertGreater((self.folder / file).stat().st_size, 0)
         self.assertGreaterEqual(commands, 6)
 
+    def test_the_two_commands(self):
+        """Both are there and can be called, each as a target of the Makefile; CI calls the second."""
+        commands = [line.split() for _, part in fenced(self.page) for line in part.splitlines() if "make.sh" in line]
+        self.assertEqual([command[:2] for command in commands], [["./make.sh", "run"], ["./make.sh", "test"]])
+        self.assertTrue(os.access(ROOT / "make.sh", os.X_OK))
+        for _, target, *_ in commands:
+            self.assertRegex((ROOT / "Makefile").read_text(), rf"(?m)^{target}:")
+        self.assertIn("{ ./make.sh test ||", (ROOT / ".ci/run").read_text())
+
     def test_what_make_run_runs(self):
         """A short table of last values, and a file."""
         (line,) = re.findall(r"^\t\$\(ZARN\) (.*)$", (ROOT / "Makefile").read_text(), re.MULTILINE)
