@@ -1,6 +1,6 @@
 // zarn: the command around the library.
 
-#include "host/cli/command.h"
+#include "host/cli/command_line.h"
 
 int main(int argc, char** argv) {
     int status = 0;

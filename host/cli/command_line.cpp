@@ -1,4 +1,4 @@
-#include "host/cli/command.h"
+#include "host/cli/command_line.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
