@@ -34,6 +34,12 @@ struct Rect {
     }
 };
 
+/// A piece of a wire is level, or upright, when its ends are no further apart the other way.
+inline constexpr double straightness = 0.5;
+
+inline bool is_level(Point a, Point b) { return std::abs(a.y - b.y) <= straightness; }
+inline bool is_upright(Point a, Point b) { return std::abs(a.x - b.x) <= straightness; }
+
 /// The smallest rectangle around a piece of a wire.
 inline Rect around(Point a, Point b) {
     return {std::min(a.x, b.x), std::min(a.y, b.y), std::abs(a.x - b.x), std::abs(a.y - b.y)};

@@ -9,45 +9,9 @@ namespace {
 
 constexpr double ascent = 0.78;  // of the font size, above the baseline
 constexpr double line_height = 1.05;
+constexpr double beside_text = 2.5;  // free where possible: fonts differ in width
 
 }  // namespace
-
-template <class Visit>
-void Taken::cells(const Rect& r, Visit visit) {
-    const auto index = [](double at) { return static_cast<long long>(std::floor(std::clamp(at, -4e6, 4e6) / cell)); };
-    // one huge rectangle is not worth millions of entries
-    const long long most = 4000;
-    const long long x0 = index(r.x), x1 = std::min(index(r.right()), x0 + most);
-    const long long y0 = index(r.y), y1 = std::min(index(r.bottom()), y0 + most);
-    if ((x1 - x0) * (y1 - y0) > most) return;
-    for (long long x = x0; x <= x1; ++x)
-        for (long long y = y0; y <= y1; ++y) visit(x * 1'000'003 + y);
-}
-
-void Taken::add(const Rect& r) {
-    cells(r, [&](long long key) { cells_[key].push_back(r); });
-}
-
-void Taken::add(const Polyline& line) {
-    for (std::size_t i = 1; i < line.size(); ++i) {
-        const Rect r = around(line[i - 1], line[i]);
-        if (r.w < 0.5 || r.h < 0.5) add(r.grown(1));
-    }
-}
-
-double Taken::overlap(const Rect& r) const {
-    double sum = 0;
-    cells(r, [&](long long key) {
-        const auto found = cells_.find(key);
-        if (found == cells_.end()) return;
-        for (const Rect& o : found->second) {
-            const double w = std::min(r.right(), o.right()) - std::max(r.x, o.x);
-            const double h = std::min(r.bottom(), o.bottom()) - std::max(r.y, o.y);
-            if (w > 0 && h > 0) sum += w * h;
-        }
-    });
-    return sum;
-}
 
 Label make_label(Label::Kind kind, const std::string& text, double size, double widest) {
     Label label;
@@ -63,7 +27,8 @@ void settle(Label& label, std::span<const Point> corners, const Taken& taken) {
     double best = std::numeric_limits<double>::max();
     Point place;
     for (const Point corner : corners) {
-        const double covered = taken.overlap({corner.x, corner.y, label.box.w, label.box.h});
+        const double covered =
+            taken.overlap({corner.x - beside_text, corner.y, label.box.w + 2 * beside_text, label.box.h});
         if (covered >= best) continue;
         best = covered;
         place = corner;
@@ -78,7 +43,7 @@ std::vector<Point> beside(const Polyline& line, const Label& label) {
     const double w = label.box.w, h = label.box.h;
     for (std::size_t i = 1; i < line.size(); ++i) {
         const Rect r = around(line[i - 1], line[i]);
-        if (r.w > 0.5 && r.h > 0.5) {  // a slanting piece
+        if (r.w > straightness && r.h > straightness) {  // a slanting piece
             for (const double part : {0.5, 0.3, 0.7}) {
                 const Point p = line[i - 1] + (line[i] - line[i - 1]) * part;
                 poor.push_back({p.x + 4, p.y - h / 2});

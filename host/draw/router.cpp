@@ -1,10 +1,10 @@
 #include "host/draw/router.h"
 
-#include <array>
 #include <cstdint>
-#include <limits>
 #include <numeric>
-#include <queue>
+#include <tuple>
+
+#include "host/draw/taken.h"
 
 namespace zarn::draw {
 namespace {
@@ -21,7 +21,8 @@ constexpr float touch_cost = 120;   // another net bends here: it would look lik
 constexpr float share_factor = 12;  // along another net's wire
 constexpr float share_cost = 150;
 constexpr std::size_t most_vertices = 600'000;
-constexpr std::size_t most_visits = 40'000'000;  // of all searches of a page together
+constexpr std::size_t most_visits = 10'000'000;  // of all searches of a page together
+constexpr std::size_t most_twice = 300;          // nets of a page whose wires are laid a second time
 
 constexpr std::int32_t nobody = -1;
 constexpr std::int32_t several = -2;
@@ -90,6 +91,7 @@ public:
         level_owner_.assign(size(), nobody);
         upright_owner_.assign(size(), nobody);
         vertices_.assign(size(), {});
+        passed_.resize(nets.size());
         for (const Rect& text : area.texts) weigh(text.grown(2.5), in_text);
         for (const Rect& block : area.blocks) weigh(block.grown(margin - 0.5), in_margin);
         for (const Rect& block : area.blocks) weigh(block.grown(-0.5), in_block);
@@ -145,7 +147,7 @@ public:
         for (std::size_t i = 1; i < line.size(); ++i) {
             const Direction d = direction_of(line[i] - line[i - 1]);
             const Point p = line[i - 1], q = line[i];
-            if (std::abs(p.x - q.x) > 0.5 && std::abs(p.y - q.y) > 0.5) continue;
+            if (!is_level(p, q) && !is_upright(p, q)) continue;
             std::size_t v = vertex_at(p);
             const std::size_t end = vertex_at(q);
             touch(v, net, d, i == 1);
@@ -161,12 +163,12 @@ public:
     }
 
     void vacate(std::int32_t net) {
-        for (auto& owner : level_owner_)
-            if (owner == net) owner = nobody;
-        for (auto& owner : upright_owner_)
-            if (owner == net) owner = nobody;
-        for (auto& vertex : vertices_)
-            if (vertex.net == net) vertex = {};
+        for (const std::size_t v : passed_[static_cast<std::size_t>(net)]) {
+            if (level_owner_[v] == net) level_owner_[v] = nobody;
+            if (upright_owner_[v] == net) upright_owner_[v] = nobody;
+            if (vertices_[v].net == net) vertices_[v] = {};
+        }
+        passed_[static_cast<std::size_t>(net)].clear();
     }
 
 private:
@@ -208,6 +210,7 @@ private:
     }
 
     void touch(std::size_t v, std::int32_t net, Direction d, bool corner) {
+        passed_[static_cast<std::size_t>(net)].push_back(v);
         Vertex& vertex = vertices_[v];
         const bool shared = vertex.net != nobody && vertex.net != net;
         vertex.net = shared ? several : net;
@@ -219,49 +222,80 @@ private:
     std::vector<float> level_factor_, upright_factor_;  // of the piece to the right of, below a point
     std::vector<std::int32_t> level_owner_, upright_owner_;
     std::vector<Vertex> vertices_;
+    std::vector<std::vector<std::size_t>> passed_;  // grid points of each net
 };
 
-/// The cheapest way from a set of grid points to one, by A*.
+/// Where wires of a net may begin: its source's door, and every grid point that they pass already.
+class Tree {
+public:
+    explicit Tree(const Grid& grid) : grid_(grid), round_(grid.size(), 0) {}
+
+    void start(std::size_t door, Direction out) {
+        ++now_;
+        door_ = door, out_ = out;
+        const Point p = grid_.at(door);
+        box_ = {p.x, p.y, 0, 0};
+        round_[door] = now_;
+    }
+
+    void add(std::size_t v) {
+        const Point p = grid_.at(v);
+        box_ = box_.joined({p.x, p.y, 0, 0});
+        round_[v] = now_;
+    }
+
+    bool holds(std::size_t v) const { return round_[v] == now_; }
+    /// Which way a wire comes into one of its points.
+    Direction direction(std::size_t v) const { return v == door_ ? out_ : any; }
+    /// Parting from the trunk is worth a little less than a bend.
+    float cost(std::size_t v) const { return v == door_ ? 0 : bend_cost * 0.4f; }
+    /// At least so far is the nearest of its points.
+    float distance(Point p) const {
+        return static_cast<float>(std::max({box_.x - p.x, p.x - box_.right(), 0.0}) +
+                                  std::max({box_.y - p.y, p.y - box_.bottom(), 0.0}));
+    }
+
+private:
+    const Grid& grid_;
+    std::vector<std::uint32_t> round_;
+    std::uint32_t now_ = 0;
+    std::size_t door_ = 0;
+    Direction out_ = any;
+    Rect box_;
+};
+
+/// The cheapest way from a tree to a grid point, by A* from its end: so a search costs what its own way takes, however
+/// large the tree is.
 class Search {
 public:
     explicit Search(const Grid& grid)
-        : grid_(grid), cost_(grid.size() * 5 + 1), from_(cost_.size()), round_(cost_.size(), 0) {}
+        : grid_(grid), cost_(grid.size() * 4 + 1), from_(cost_.size()), round_(cost_.size(), 0) {}
 
     std::size_t visits() const { return visits_; }
 
-    struct Start {
-        std::size_t vertex;
-        Direction direction;
-        float cost;
-    };
-
-    Polyline find(const std::vector<Start>& starts, std::size_t goal, Direction into, std::int32_t net) {
+    Polyline find(const Tree& tree, std::size_t goal, Direction into, std::int32_t net) {
         ++now_;
-        open_ = {};
-        const Point target = grid_.at(goal);
-        const std::size_t arrived = grid_.size() * 5;
-        const auto guess = [&](std::size_t v) {
-            const Point p = grid_.at(v);
-            return static_cast<float>(std::abs(p.x - target.x) + std::abs(p.y - target.y));
-        };
-        for (const Start& start : starts)
-            visit(start.vertex * 5 + start.direction, start.cost, no_state, guess(start.vertex));
+        open_.clear();
+        const std::size_t arrived = grid_.size() * 4;
+        visit(goal * 4 + into, 0, no_state, tree.distance(grid_.at(goal)));
         while (!open_.empty()) {
-            const Entry entry = open_.top();
-            open_.pop();
-            const std::size_t v = entry.state / 5;
-            const auto in = static_cast<Direction>(entry.state % 5);
+            const Entry entry = open_.front();
+            std::pop_heap(open_.begin(), open_.end());
+            open_.pop_back();
             if (entry.cost > cost_[entry.state]) continue;
             if (entry.state == arrived) return trace(from_[arrived]);
-            if (v == goal)  // the last turn, into the block
-                visit(arrived, entry.cost + grid_.vertex_cost(v, in, into, net), entry.state, 0);
+            const std::size_t v = entry.state / 4;
+            const auto out = static_cast<Direction>(entry.state % 4);
+            if (const Direction in = tree.direction(v); tree.holds(v) && in != opposite(out))
+                visit(arrived, entry.cost + tree.cost(v) + grid_.vertex_cost(v, in, out, net), entry.state, 0);
             ++visits_;
             for (const Direction d : {right, down, left, up}) {
-                if (in != any && d == (in + 2) % 4) continue;
+                if (d == out) continue;
                 const std::size_t w = grid_.neighbour(v, d);
                 if (w == grid_.size()) continue;
-                const float cost = entry.cost + grid_.vertex_cost(v, in, d, net) + grid_.edge_cost(v, w, d, net);
-                visit(w * 5 + d, cost, entry.state, guess(w));
+                const Direction in = opposite(d);
+                const float cost = entry.cost + grid_.vertex_cost(v, in, out, net) + grid_.edge_cost(v, w, d, net);
+                visit(w * 4 + in, cost, entry.state, tree.distance(grid_.at(w)));
             }
         }
         return {};
@@ -270,10 +304,14 @@ public:
 private:
     static constexpr std::size_t no_state = static_cast<std::size_t>(-1);
 
+    /// A grid point with the direction in which the way leaves it.
     struct Entry {
         float total, cost;
         std::size_t state;
-        bool operator<(const Entry& o) const { return total > o.total || (total == o.total && state > o.state); }
+        /// Of ways as cheap as each other the one further on goes first.
+        bool operator<(const Entry& o) const {
+            return std::tuple(o.total, cost, o.state) < std::tuple(total, o.cost, state);
+        }
     };
 
     void visit(std::size_t state, float cost, std::size_t from, float rest) {
@@ -281,13 +319,13 @@ private:
         round_[state] = now_;
         cost_[state] = cost;
         from_[state] = from;
-        open_.push({cost + rest, cost, state});
+        open_.push_back({cost + rest, cost, state});
+        std::push_heap(open_.begin(), open_.end());
     }
 
     Polyline trace(std::size_t state) const {
         Polyline way;
-        for (; state != no_state; state = from_[state]) way.push_back(grid_.at(state / 5));
-        std::ranges::reverse(way);
+        for (; state != no_state; state = from_[state]) way.push_back(grid_.at(state / 4));
         return way;
     }
 
@@ -297,43 +335,10 @@ private:
     std::vector<std::uint32_t> round_;
     std::uint32_t now_ = 0;
     std::size_t visits_ = 0;
-    std::priority_queue<Entry> open_;
+    std::vector<Entry> open_;
 };
 
 double length(const Terminal& a, const Terminal& b) { return std::abs(a.at.x - b.at.x) + std::abs(a.at.y - b.at.y); }
-
-/// Whether a point lies on a level or upright piece of a wire.
-bool on_piece(Point p, Point a, Point b) {
-    const Rect r = around(a, b);
-    return p.x >= r.x && p.x <= r.right() && p.y >= r.y && p.y <= r.bottom();
-}
-
-/// The points from which wires of one net leave in three directions or more.
-std::vector<Point> joints_of(const std::vector<Polyline>& routes) {
-    std::vector<Point> joints;
-    if (routes.size() < 2) return joints;
-    std::vector<std::pair<Point, Point>> pieces;
-    std::vector<Point> candidates;
-    for (const Polyline& route : routes) {
-        for (std::size_t i = 1; i < route.size(); ++i) {
-            if (route[i].x != route[i - 1].x && route[i].y != route[i - 1].y) continue;
-            pieces.emplace_back(route[i - 1], route[i]);
-            candidates.push_back(route[i - 1]);
-        }
-    }
-    if (pieces.size() > 3000) return joints;  // a comb of thousands shows its dots nowhere
-    for (const Point p : candidates) {
-        std::array<bool, 4> ways{};
-        for (const auto& [a, b] : pieces) {
-            if (a == b || !on_piece(p, a, b)) continue;
-            if (!(p == b)) ways[direction_of(b - a)] = true;
-            if (!(p == a)) ways[opposite(direction_of(b - a))] = true;
-        }
-        const bool parting = std::ranges::count(ways, true) >= 3;
-        if (parting && std::ranges::find(joints, p) == joints.end()) joints.push_back(p);
-    }
-    return joints;
-}
 
 /// A way with two bends, or four where the target lies behind, that looks at nothing in between.
 Polyline plain_route(const Terminal& a, const Terminal& b) {
@@ -357,9 +362,21 @@ Polyline plain_route(const Terminal& a, const Terminal& b) {
 
 class Router {
 public:
-    Router(const RoutingArea& area, std::vector<Net>& nets) : area_(area), nets_(nets), grid_(area, nets) {}
+    Router(const RoutingArea& area, std::vector<Net>& nets) : nets_(nets), grid_(area, nets) {
+        for (const Rect& block : area.blocks) blocks_.add(block);
+    }
 
     void run() {
+        lay_all();
+        for (Net& net : nets_) {
+            std::vector<Polyline> wires = net.routes;
+            wires.insert(wires.end(), net.fixed.begin(), net.fixed.end());
+            net.pieces = pieces_of(wires);
+        }
+    }
+
+private:
+    void lay_all() {
         std::vector<std::size_t> order(nets_.size());
         std::iota(order.begin(), order.end(), std::size_t{0});
         const auto reach = [this](std::size_t n) {
@@ -374,18 +391,18 @@ public:
         }
         for (const std::size_t n : order) occupy_fixed(n);
         Search search(grid_);
-        for (const std::size_t n : order) lay(n, search);
+        Tree tree(grid_);
+        for (const std::size_t n : order) lay(n, search, tree);
         // once more, with everybody else's wires known
-        if (nets_.size() > 300) return;
+        if (nets_.size() > most_twice) return;
         for (const std::size_t n : order) {
             if (search.visits() > most_visits / 2) break;
             grid_.vacate(static_cast<std::int32_t>(n));
             occupy_fixed(n);
-            lay(n, search);
+            lay(n, search, tree);
         }
     }
 
-private:
     static void lay_plainly(Net& net) {
         net.routes.clear();
         for (const Terminal& target : net.targets) net.routes.push_back(plain_route(net.source, target));
@@ -396,31 +413,30 @@ private:
     }
 
     /// The grid points along the wires that a person has drawn.
-    void add_fixed(const Net& net, std::vector<Search::Start>& tree) const {
+    void add_fixed(const Net& net, Tree& tree) const {
         for (const Polyline& line : net.fixed) {
             for (std::size_t i = 2; i < line.size(); ++i) {
                 const Direction d = direction_of(line[i] - line[i - 1]);
                 const std::size_t end = grid_.vertex_at(line[i]);
-                if (std::abs(line[i].x - line[i - 1].x) > 0.5 && std::abs(line[i].y - line[i - 1].y) > 0.5) continue;
+                if (!is_level(line[i], line[i - 1]) && !is_upright(line[i], line[i - 1])) continue;
                 for (std::size_t v = grid_.vertex_at(line[i - 1]); v != end && v != grid_.size();
                      v = grid_.neighbour(v, d))
-                    tree.push_back({v, any, bend_cost * 0.4f});
+                    tree.add(v);
             }
         }
     }
 
-    void lay(std::size_t n, Search& search) {
+    void lay(std::size_t n, Search& search, Tree& tree) {
         Net& net = nets_[n];
         if (search.visits() > most_visits) return lay_plainly(net);
         const auto owner = static_cast<std::int32_t>(n);
         net.routes.assign(net.targets.size(), {});
-        net.joints.clear();
         std::vector<std::size_t> order(net.targets.size());
         std::iota(order.begin(), order.end(), std::size_t{0});
         std::ranges::stable_sort(order, {}, [&](std::size_t i) { return length(net.source, net.targets[i]); });
 
         const std::size_t door = grid_.entry(net.source);
-        std::vector<Search::Start> tree{{door, direction_of(net.source.out), 0}};
+        tree.start(door, direction_of(net.source.out));
         add_fixed(net, tree);
         for (const std::size_t i : order) {
             const Terminal& target = net.targets[i];
@@ -433,23 +449,18 @@ private:
             Polyline way =
                 level_way ? walk(door, goal) : search.find(tree, goal, opposite(direction_of(target.out)), owner);
             grid_.occupy(simplified(way), owner);
-            // parting from the trunk is worth a little less than a bend
-            for (const Point p : way) tree.push_back({grid_.vertex_at(p), any, bend_cost * 0.4f});
+            for (const Point p : way) tree.add(grid_.vertex_at(p));
             if (way.empty() || way.front() == grid_.at(door)) way.insert(way.begin(), net.source.at);
             way.push_back(target.at);
             net.routes[i] = simplified(way);
         }
-        std::vector<Polyline> all = net.routes;
-        all.insert(all.end(), net.fixed.begin(), net.fixed.end());
-        net.joints = joints_of(all);
     }
 
     /// A level line between two ports that face each other with nothing in between.
     bool straight(const Terminal& a, const Terminal& b) const {
         const bool facing = a.out == Point{1, 0} && b.out == Point{-1, 0} && a.at.x < b.at.x;
         if (!facing || std::abs(a.at.y - b.at.y) > 0.01) return false;
-        const Rect way{a.at.x + 0.5, a.at.y - 1, b.at.x - a.at.x - 1, 2};
-        return std::ranges::none_of(area_.blocks, [&](const Rect& block) { return block.overlaps(way); });
+        return blocks_.overlap({a.at.x + 0.5, a.at.y - 1, b.at.x - a.at.x - 1, 2}) == 0;
     }
 
     Polyline walk(std::size_t from, std::size_t to) const {
@@ -458,7 +469,7 @@ private:
         return way;
     }
 
-    const RoutingArea& area_;
+    Taken blocks_;
     std::vector<Net>& nets_;
     Grid grid_;
 };

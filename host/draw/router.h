@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "host/draw/geometry.h"
+#include "host/draw/pieces.h"
 
 namespace zarn::draw {
 
@@ -19,7 +20,7 @@ struct Net {
     std::vector<Terminal> targets;
     std::vector<Polyline> fixed;   ///< further wires, which a person has drawn
     std::vector<Polyline> routes;  ///< filled by `route`: one for each target, from where it leaves the net
-    std::vector<Point> joints;     ///< filled by `route`: where wires of the net part
+    Pieces pieces;                 ///< filled by `route`: of all these wires
 };
 
 struct RoutingArea {

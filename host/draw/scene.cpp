@@ -93,7 +93,7 @@ public:
         Taken taken;
         for (const Node& node : page.scene.nodes) taken.add(node.bounds());
         for (std::size_t i = 0; i < page.links.size(); ++i)
-            if (!page.bends[i].empty()) taken.add(drawn_path(page.links[i], page.bends[i]));
+            if (!page.bends[i].empty()) taken.add(pieces_of({drawn_path(page.links[i], page.bends[i])}));
         name_blocks(taken);
         lay_wires();
         lay_strays();
@@ -208,7 +208,7 @@ private:
     Taken rename_blocks() {
         Taken taken;
         for (const Node& node : page.scene.nodes) taken.add(node.bounds());
-        for (const Wire& wire : page.scene.wires) taken.add(wire.path);
+        for (const Pieces& pieces : wire_pieces_) taken.add(pieces);
         std::vector<std::size_t> crossed;
         for (std::size_t i = 0; i < page.scene.labels.size(); ++i) {
             const Rect& box = page.scene.labels[i].box;
@@ -277,7 +277,8 @@ private:
                 page.scene.wires.push_back(wire_of(link, std::move(nets[n].routes[i])));
                 wire_links_.push_back(link.link);
             }
-            for (const Point joint : nets[n].joints) page.scene.joints.push_back({joint, types[n]});
+            for (const Point joint : nets[n].pieces.joints) page.scene.joints.push_back({joint, types[n]});
+            wire_pieces_.push_back(std::move(nets[n].pieces));
         }
     }
 
@@ -300,11 +301,12 @@ private:
             wire.source = leaves ? page.scene.nodes[stray.from].block : other;
             wire.broken = other == none;
             wire.arrow = true;
-            page.scene.wires.push_back(wire);
+            wire_pieces_.push_back(pieces_of({wire.path}));
+            page.scene.wires.push_back(std::move(wire));
             wire_links_.push_back(none);
             const std::string text = other == none ? tessel::format("no block {}", id)
                                                    : (leaves ? "to " : "from ") + diagram_.short_path(other);
-            Label label = make_label(wire.broken ? Label::Kind::broken : Label::Kind::link, text, type_size, 190);
+            Label label = make_label(other == none ? Label::Kind::broken : Label::Kind::link, text, type_size, 190);
             const double x = port.out.x < 0 ? end.x - label.box.w - 3 : end.x + 3;
             const Point corner{x, end.y - label.box.h / 2};
             settle(label, {&corner, 1}, {});
@@ -352,6 +354,7 @@ private:
     const SignalTypes& types_;
     std::unordered_map<std::size_t, std::size_t> places_;  // block to node
     std::vector<PageLink> strays_;
+    std::vector<Pieces> wire_pieces_;              // of each signal's wires
     std::vector<std::size_t> wire_links_;          // the link that each wire stands for
     std::vector<std::vector<Point>> name_places_;  // where each name may stand; names are the first labels
 };

@@ -4,11 +4,13 @@ import json
 import math
 import pathlib
 import re
+import resource
+import subprocess
 import time
 import unittest
 import xml.etree.ElementTree as ElementTree
 
-from support import DATA, CommandTest, Model, counter, gated
+from support import DATA, PATIENCE, SANITIZERS, ZARN, CommandTest, Model, counter, gated
 
 EXAMPLES = DATA.parents[1] / "examples"
 SVG = "{http://www.w3.org/2000/svg}"
@@ -243,6 +245,17 @@ class PlacementTest(DrawTest):
         for path in self.draw(model).paths("wire"):
             for (x0, y0), (x1, y1) in zip(path, path[1:]):
                 self.assertTrue(x0 == x1 or y0 == y1, path)
+
+    def test_wires_that_part_get_a_dot_though_they_are_a_hair_apart(self):
+        model, a, b, c = self.placed()
+        low = model.add("abs", "low", inputs=1, geometry={"x": 300, "y": 180, "width": 60, "height": 40})
+        model.link(a, low)
+        model.links[0]["breakpoints"] = [{"x": 200, "y": 70}, {"x": 200, "y": 100}]
+        model.links[-1]["breakpoints"] = [{"x": 200.3, "y": 70}, {"x": 200.3, "y": 200}]
+        picture = self.draw(model)
+        left, top = picture.box(a)[:2]
+        dots = [(float(c.get("cx")) - left + 100, float(c.get("cy")) - top + 50) for c in picture.root.iter(SVG + "circle")]
+        self.assertEqual([(round(x), round(y)) for x, y in dots], [(200, 100)])
 
     def test_rotation_turns_ports(self):
         model, a, b, c = self.placed(rotation=180)
@@ -622,6 +635,38 @@ class PrintTest(DrawTest):
                         self.assertFalse([(word, w) for w in words[i + 1 :] if self.overlap(word[1], w[1])])
                     for name, box in texts["name"]:
                         self.assertFalse([p for p in pieces if self.overlap(box, p)], f"a wire across {name}")
+
+
+class CostTest(DrawTest):
+    """Time and memory grow as the model does."""
+
+    LIMITS = "ulimit -v {}; exec \"$@\""
+
+    def drawn_within(self, model, kilobytes, seconds):
+        self.write("m.json", model)
+        command = ["sh", "-c", self.LIMITS.format(kilobytes), "sh", ZARN, "draw", "m.json", "-q", "-o", "m.svg"]
+        before = resource.getrusage(resource.RUSAGE_CHILDREN)
+        result = subprocess.run(command, cwd=self.folder, capture_output=True, text=True)
+        after = resource.getrusage(resource.RUSAGE_CHILDREN)
+        self.assertEqual((result.returncode, result.stdout, result.stderr), (0, "", ""))
+        self.assertLess(after.ru_utime - before.ru_utime, seconds * PATIENCE)
+
+    @unittest.skipIf(any(SANITIZERS), "sanitizers take memory of their own")
+    def test_a_source_with_thousands_of_sinks(self):
+        model = Model()
+        source = model.add("constant", "c", expression="1.0")
+        for number in range(20_000):
+            model.link(source, model.add("display", f"d{number}", inputs=1, outputs=0))
+        self.drawn_within(model, 1_000_000, 4)
+
+    @unittest.skipIf(any(SANITIZERS), "sanitizers take memory of their own")
+    def test_a_chain_of_thousands(self):
+        model = Model()
+        last = model.add("constant", "c", expression="1.0")
+        for number in range(30_000):
+            last, before = model.add("abs", f"a{number}", inputs=1), last
+            model.link(before, last)
+        self.drawn_within(model, 1_000_000, 6)
 
 
 class OutputTest(DrawTest):
