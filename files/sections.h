@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "core/export.h"
+
 namespace tessel::json {
 
 /// Bytes behind a text that are readable as well, so that its pieces can be parsed where they stand.
@@ -21,6 +23,6 @@ struct sections_t {
 
 /// Cuts a document that is an object with one list "blocks" and at most one list "links"; empty for any other. Whether
 /// the pieces are JSON shows when they are parsed: the document is JSON when all of them are.
-std::optional<sections_t> cut(std::string_view text);
+BLOCKS_API std::optional<sections_t> cut(std::string_view text);
 
 }  // namespace tessel::json

@@ -1,0 +1,25 @@
+// Reading a model file: once, and no further than it was long when it was opened.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <utility>
+
+namespace zarn {
+
+/// What a path led to.
+struct content_t {
+    std::string text;  ///< with `tessel::json::padding` blanks behind `length`
+    std::size_t length = 0;
+    std::string problem;     ///< why there is no text, "" when there is one
+    bool too_large = false;  ///< whether the problem is that the machine's memory cannot hold it
+    std::pair<std::uint64_t, std::uint64_t> identity{};  ///< device and number of the file, {0, 0} without one
+};
+
+/// Opens a file and reads it. Only regular files are read: a pipe or a device may never come to an end. A file whose
+/// text alone is more than the machine's memory is not read.
+content_t read_file(const std::filesystem::path& path);
+
+}  // namespace zarn
