@@ -36,11 +36,9 @@ int check(const check_arguments_t& arguments) {
     Session session(arguments.common, bridge_t::literal);
     check_options_t options;
     options.final_bridge = session.interpreter() != nullptr;
-    if (const auto problem = find_too_large(session.file()); !problem.empty()) session.refuse(problem);
-    // what must not be loaded is not, not even to confirm
-    options.confirm = find_unloadable(session.file(), strictness_t::loadable).empty();
+    options.confirm = true;
     options.settings = session.settings();
-    auto findings = diagnose(arguments.common.model, options);
+    auto findings = diagnose(session.document(), options);
     const bool failed = has_errors(findings);
     if (arguments.common.quiet)
         std::erase_if(findings, [](const finding_t& f) { return f.severity != severity_t::error; });

@@ -8,6 +8,7 @@
 #include "host/cli/output_file.h"
 #include "host/cli/session.h"
 #include "host/cli/verbs.h"
+#include "host/document/limits.h"
 #include "host/draw/compiled.h"
 #include "host/draw/diagram.h"
 #include "host/draw/scene.h"
@@ -37,7 +38,7 @@ void compile(Session& session, draw::Diagram& diagram) {
     session.set_console_silent(true);
     tessel::result_t result = tessel::result_failure;
     try {
-        result = session.load(strictness_t::loadable);
+        result = session.load();
     } catch (const Failure&) {
         return;  // told
     }
@@ -80,7 +81,7 @@ void write(const draw_options_t& options, const std::string& svg) {
 
 int run(draw_options_t& options) {
     Session session(options, bridge_t::literal);
-    if (const auto problem = find_unloadable(session.file(), strictness_t::readable); !problem.empty())
+    if (const auto problem = find_unloadable(session.document()); !problem.empty())
         session.refuse(problem);
     draw::Diagram diagram;
     try {

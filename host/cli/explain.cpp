@@ -29,8 +29,7 @@ int explain(const explain_arguments_t& arguments) {
     check_options_t options;
     options.final_bridge = session.interpreter() != nullptr;
     options.settings = session.settings();
-    if (const auto problem = find_too_large(session.file()); !problem.empty()) session.refuse(problem);
-    const Explanation explanation(arguments.common.model, options);
+    const Explanation explanation(session.document(), options);
     std::vector<finding_t> told = explanation.findings();
     std::erase_if(told, [](const finding_t& f) { return f.severity != severity_t::error && f.code != "Z402"; });
     print(told, std::cerr, false);

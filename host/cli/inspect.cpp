@@ -116,7 +116,7 @@ void print_table(const Session& session, tessel::result_t result) {
 int inspect(const options_t& options) {
     Session session(options, bridge_t::literal);
     session.set_console_silent(options.json);
-    auto result = session.load(strictness_t::loadable);
+    auto result = session.load();
     std::string state;
     const bool compiled = result == tessel::result_ok;
     if (compiled) {

@@ -18,8 +18,7 @@ void refuse_problems(Session& session) {
     check_options_t how;
     how.final_bridge = true;
     how.settings = session.settings();
-    if (const auto problem = find_too_large(session.file()); !problem.empty()) session.refuse(problem);
-    auto findings = diagnose(options.model, how);
+    auto findings = diagnose(session.document(), how);
     const bool failed = has_errors(findings);
     const auto counts = summary(findings);
     if (!options.verbose) std::erase_if(findings, [](const finding_t& f) { return f.severity != severity_t::error; });
@@ -56,7 +55,7 @@ void load_and_compile(Session& session) {
 tessel::result_t library_result(Session& session) {
     session.set_console_silent(true);
     try {
-        if (session.load(strictness_t::loadable) == tessel::result_ok) session.compile();
+        if (session.load() == tessel::result_ok) session.compile();
     } catch (const Failure&) {
         return tessel::result_failure;
     }

@@ -22,7 +22,7 @@
 #include "host/cli/results.h"
 #include "host/cli/session.h"
 #include "host/cli/verbs.h"
-#include "host/diagnose/memory.h"
+#include "host/document/memory.h"
 #include "host/python/interpreter.h"
 
 namespace zarn {

@@ -19,6 +19,7 @@
 #include "host/cli/interrupt.h"
 #include "host/diagnose/diagnose.h"
 #include "host/diagnose/source.h"
+#include "host/document/limits.h"
 #include "host/python/interpreter.h"
 #include "json.h"
 
@@ -211,8 +212,13 @@ std::string Session::locate(std::string_view scope) const {
     return std::string(best.empty() ? scope : best);
 }
 
-tessel::result_t Session::load(strictness_t strictness) {
-    if (const auto problem = find_unloadable(file_, strictness); !problem.empty()) refuse(problem);
+Document& Session::document() {
+    if (document_ == nullptr) document_ = std::make_unique<Document>(options_.model);
+    return *document_;
+}
+
+tessel::result_t Session::load() {
+    if (const auto problem = find_unloadable(document()); !problem.empty()) refuse(problem);
     console_.clear();
     log_.clear();
     model_ = tessel::create_empty_meta_model();

@@ -13,6 +13,7 @@
 #include "PropertiesModel.h"
 #include "core/result.h"
 #include "host/cli/limits.h"
+#include "host/document/document.h"
 
 namespace CLI {
 class App;
@@ -80,10 +81,13 @@ public:
     Session& operator=(const Session&) = delete;
     ~Session();
 
+    /// The model's file and what it refers to, read when first asked for.
+    Document& document();
+
     /// Makes an empty model and loads the file, with the current folder set to the file's own, then applies --set. What
     /// the library says is the result; a load that fails has told why on the console. A file that would exhaust the
     /// memory fails before.
-    tessel::result_t load(strictness_t strictness = strictness_t::sensible);
+    tessel::result_t load();
     /// Compiles what was loaded. A closed loop that would keep the library busy for ever gives result_failure, and
     /// `loop` names its blocks; `on_loop` is called with the model as it is when the loop is found.
     tessel::result_t compile(const std::function<void()>& on_loop = {});
@@ -123,6 +127,7 @@ private:
 
     options_t options_;
     std::filesystem::path file_;
+    std::unique_ptr<Document> document_;
     std::vector<std::pair<std::string, double>> settings_;
     std::unique_ptr<Interpreter> interpreter_;
     LoopGuard loop_;  // outlives the model, whose inputs it may feed

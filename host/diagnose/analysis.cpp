@@ -4,6 +4,7 @@
 
 #include "core/python.h"
 #include "host/diagnose/source.h"
+#include "host/document/limits.h"
 
 namespace zarn {
 namespace {
@@ -42,9 +43,14 @@ bool has_all_sources(const graph_t& graph, const wiring_t& wiring) {
 
 }  // namespace
 
-void analyse(analysis_t& analysis, Report& report, const std::filesystem::path& model, const check_options_t& options) {
+void analyse(analysis_t& analysis, Report& report, Document& document, const check_options_t& options) {
     graph_t& graph = analysis.graph;
-    load_graph(graph, report, model);
+    if (auto excess = find_too_large(document); !excess.what.empty()) {
+        graph.files.push_back({&document.main(), nullptr});
+        report.at_place("Z121", severity_t::error, 0, "", std::move(excess.what), std::move(excess.mend));
+        return;
+    }
+    load_graph(graph, report, document);
     for (const auto& [key, value] : options.settings)
         (key == "ti" ? graph.ti : key == "tf" ? graph.tf : graph.ts) = value;
     if (graph.files.empty() || graph.files[0].json.is_discarded() || graph.files[0].json.is_null()) return;

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
 #include <vector>
 
 #include "host/diagnose/loops.h"
@@ -22,8 +21,8 @@ struct analysis_t {
     std::vector<std::size_t> order;    // blocks with a zone, in the order in which a run steps them
 };
 
-/// Runs every check.
-void analyse(analysis_t& analysis, Report& report, const std::filesystem::path& model, const check_options_t& options);
+/// Runs every check. The document must outlive the analysis.
+void analyse(analysis_t& analysis, Report& report, Document& document, const check_options_t& options);
 
 // ---- the checks, one source each
 

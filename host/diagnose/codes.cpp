@@ -94,6 +94,11 @@ constexpr std::array codes{
     code_t{"Z120", "one-step", "The step is longer than the run", "note",
            "A run has its first step at the start and, with this step, no other.",
            "Choose a shorter step if more are meant."},
+    code_t{"Z121", "too-large", "The model takes more than it may", "error",
+           "Before anything is made of the files, it is worked out what they will take: the memory of the "
+           "machine, the ports of all blocks, and the paths of blocks, which hold the names of all subsystems "
+           "around them.",
+           "Make the model smaller; shorten names, or nest less deeply."},
     code_t{"Z201", "input-without-source", "An input has no source", "error",
            "Every input of every block needs a link, but for that of an inport in the root. The compile ends"
            " with result_source_missing, without saying where.",

@@ -43,7 +43,7 @@ void confirm(const analysis_t& analysis, Report& report) {
     auto model = tessel::create_empty_meta_model();
     auto properties = std::make_shared<tessel::PropertiesModel>();
     model->set_properties(properties);
-    const std::filesystem::path& file = analysis.graph.files[0].path;
+    const std::filesystem::path& file = analysis.graph.files[0].source->path();
     std::error_code ignored;
     const auto before = std::filesystem::current_path(ignored);
     if (!file.parent_path().empty()) std::filesystem::current_path(file.parent_path(), ignored);
@@ -77,10 +77,15 @@ bool has_errors(std::span<const finding_t> findings) noexcept {
 }
 
 std::vector<finding_t> diagnose(const std::filesystem::path& model, const check_options_t& options) {
+    Document document(model);
+    return diagnose(document, options);
+}
+
+std::vector<finding_t> diagnose(Document& document, const check_options_t& options) {
     const auto no_sink = [](tessel::log::severity_t, std::string_view) {};
     analysis_t analysis;
     Report report(analysis.graph);
-    analyse(analysis, report, model, options);
+    analyse(analysis, report, document, options);
     const auto told = report.peek();
     const bool looked_at_all = std::ranges::none_of(told, [](const finding_t& f) { return f.code == "Z402"; });
     if (options.confirm && looked_at_all && !has_errors(told) && !analysis.graph.nodes.empty()) {

@@ -13,6 +13,8 @@
 
 namespace zarn {
 
+class Document;
+
 /// How much a finding weighs. An error is what makes load, compile, the making of the runnable model, or the run fail,
 /// hang, exhaust memory or crash, or leaves a block without a runnable form. A warning is what works but most likely
 /// not as meant. A note is worth knowing.
@@ -49,6 +51,7 @@ struct check_options_t {
 /// Every problem of a model file, in the order of files and places. Evaluates parameter expressions through the bridge
 /// in use, and makes the model's namespaces there, as a compile does. What the bridge writes to the console meanwhile
 /// is taken into the findings. References are read relative to the model's folder. Never throws for what a file holds.
+std::vector<finding_t> diagnose(Document& document, const check_options_t& options = {});
 std::vector<finding_t> diagnose(const std::filesystem::path& model, const check_options_t& options = {});
 
 bool has_errors(std::span<const finding_t> findings) noexcept;

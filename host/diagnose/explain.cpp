@@ -23,9 +23,18 @@ std::string with_root(const std::string& path) {
 }  // namespace
 
 Explanation::Explanation(const std::filesystem::path& model, const check_options_t& options)
+    : document_(std::make_unique<Document>(model)), analysis_(std::make_unique<analysis_t>()) {
+    explain(*document_, options);
+}
+
+Explanation::Explanation(Document& document, const check_options_t& options)
     : analysis_(std::make_unique<analysis_t>()) {
+    explain(document, options);
+}
+
+void Explanation::explain(Document& document, const check_options_t& options) {
     Report report(analysis_->graph);
-    analyse(*analysis_, report, model, options);
+    analyse(*analysis_, report, document, options);
     findings_ = report.take();
     if (has_errors(findings_)) return;
     std::vector<std::size_t> ranks(analysis_->graph.nodes.size(), none);

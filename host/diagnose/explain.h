@@ -53,6 +53,8 @@ class Explanation {
 public:
     /// Checks the model and works out the order. With errors among the findings the order is empty.
     Explanation(const std::filesystem::path& model, const check_options_t& options);
+    /// The same for a document, which must outlive the explanation.
+    Explanation(Document& document, const check_options_t& options);
     Explanation(const Explanation&) = delete;
     Explanation& operator=(const Explanation&) = delete;
     ~Explanation();
@@ -73,9 +75,11 @@ public:
     std::string json(const std::string& model, const std::vector<const stepped_t*>& blocks) const;
 
 private:
+    void explain(Document& document, const check_options_t& options);
     stepped_t describe(std::size_t rank, const std::vector<std::size_t>& ranks, bool never) const;
     void note_raises(std::size_t node, stepped_t& block) const;
 
+    std::unique_ptr<Document> document_;  // the one that it has read itself
     std::unique_ptr<analysis_t> analysis_;
     std::vector<finding_t> findings_;
     std::vector<stepped_t> order_;

@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <deque>
-#include <filesystem>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -14,16 +13,15 @@
 #include "IMetaBlock.h"
 #include "PropertiesBlock.h"
 #include "framework/classes.h"
+#include "host/document/document.h"
 
 namespace zarn {
 
 inline constexpr std::size_t none = static_cast<std::size_t>(-1);
 
-/// A file that was read.
+/// A file of a document, for each time that it is referred to.
 struct file_t {
-    std::filesystem::path path;
-    std::string shown;  // as messages name it
-    std::string text;
+    const ModelFile* source;
     nlohmann::json json;
 };
 
@@ -87,7 +85,7 @@ struct graph_t {
 class Report;
 struct check_options_t;
 
-/// Reads a model file and what it refers to, and reports what is wrong with the files themselves.
-void load_graph(graph_t& graph, Report& report, const std::filesystem::path& model);
+/// Fills a graph from a document, which must outlive it, and reports what is wrong with the files themselves.
+void load_graph(graph_t& graph, Report& report, Document& document);
 
 }  // namespace zarn

@@ -2,10 +2,8 @@
 
 #include <cmath>
 #include <cstdlib>
-#include <system_error>
 
 #include "PropertiesModel.h"
-#include "core/file.h"
 #include "core/hash.h"
 #include "factory.h"
 #include "host/diagnose/classes.h"
@@ -20,12 +18,12 @@ using nlohmann::json;
 namespace {
 
 /// Where the first number stands that is beyond the range of a double.
-place_t overflow_in(const std::string& text) {
+place_t overflow_in(std::string_view text) {
     std::size_t at = std::string::npos;
     try {
         scan(text, [&](const std::string&, token_t kind, std::size_t first, std::size_t end) {
             if (at != std::string::npos || kind != token_t::number) return;
-            if (std::isinf(std::strtod(text.substr(first, end - first).c_str(), nullptr))) at = first;
+            if (std::isinf(std::strtod(std::string(text.substr(first, end - first)).c_str(), nullptr))) at = first;
         });
     } catch (const json::exception&) {  // the text behind the number need not be JSON
     }
@@ -34,41 +32,33 @@ place_t overflow_in(const std::string& text) {
 
 }  // namespace
 
-bool Loader::read(const std::filesystem::path& path, std::string shown, unread_t& unread) {
-    constexpr const char* mend_path = "name a file that exists and that you may read";
-    file_t file{path, std::move(shown), {}, {}};
-    std::error_code ignored;
-    const auto status = std::filesystem::status(path, ignored);
-    if (std::filesystem::is_other(status)) {  // a pipe or a device may never come to an end
-        unread = {"Z101", "the file cannot be read: not a regular file", mend_path, {}};
-        graph_.files.push_back(std::move(file));
+bool Loader::read(const ModelFile& source, bool reference, unread_t& unread) {
+    file_t& file = graph_.files.emplace_back(file_t{&source, nullptr});
+    if (!source.problem().empty()) {
+        unread = {"Z101",
+                  "the file cannot be read: " + source.problem(),
+                  "name a file that exists and that you may read",
+                  {}};
         return false;
     }
+    const std::string_view text = source.text();
     try {
-        tessel::sys::File stream(path, tessel::sys::file_read);
-        while (const char* line = stream.readline()) file.text.append(line, stream.line_length());
-    } catch (const std::system_error& error) {
-        unread = {"Z101", tessel::format("the file cannot be read: {}", error.code().message()), mend_path, {}};
-        graph_.files.push_back(std::move(file));
-        return false;
-    }
-    try {
-        file.json = json::parse(file.text);
+        file.json = json::parse(text);
     } catch (const json::parse_error& error) {
+        unread = {"Z102", "the text is not JSON",
+                  "mend the text there or a little before: a comma, a quote or a bracket is missing or too many",
+                  place_at(text, error.byte > 0 ? error.byte - 1 : 0)};
         // behind "[json.exception.parse_error.101] parse error at line 1, column 2: "
         std::string what = error.what();
         if (const auto colon = what.find(": "); colon != std::string::npos) what.erase(0, colon + 2);
-        unread = {"Z102", "the text is not JSON: " + what,
-                  "mend the text there or a little before: a comma, a quote or a bracket is missing or too many",
-                  place_at(file.text, error.byte > 0 ? error.byte - 1 : 0)};
+        if (!reference) unread.what += ": " + what;  // what is no model may be anything that the user can read
     } catch (const std::exception& error) {
         std::string what = error.what();
         if (const auto bracket = what.find("] "); bracket != std::string::npos) what.erase(0, bracket + 2);
-        unread = {"Z102", "the text is not JSON that can be held: " + what,
-                  "write a number that a double can hold, at most 1.7976931348623157e308 in size",
-                  overflow_in(file.text)};
+        unread = {"Z102", "the text is not JSON that can be held",
+                  "write a number that a double can hold, at most 1.7976931348623157e308 in size", overflow_in(text)};
+        if (!reference) unread.what += ": " + what;
     }
-    graph_.files.push_back(std::move(file));
     return unread.code.empty();
 }
 
@@ -171,9 +161,9 @@ void Loader::insert_root() {
     graph_.has_root = true;
 }
 
-void Loader::main_file(const std::filesystem::path& path) {
+void Loader::main_file() {
     unread_t unread;
-    if (!read(path, path.string(), unread)) {
+    if (!read(document_.main(), false, unread)) {
         const finding_id id =
             report_->at_place(unread.code.c_str(), severity_t::error, 0, "", unread.what, unread.mend);
         (*report_)[id].line = unread.place.line;
@@ -252,8 +242,8 @@ void Loader::settings(std::size_t file) {
     graph_.ts = double(properties.get("ts"));
 }
 
-void load_graph(graph_t& graph, Report& report, const std::filesystem::path& model) {
-    Loader(graph, report).main_file(model);
+void load_graph(graph_t& graph, Report& report, Document& document) {
+    Loader(graph, report, document).main_file();
     for (std::size_t i = 0; i < graph.nodes.size(); ++i) graph.index.try_emplace(graph.nodes[i].id(), i);
     name_paths(graph);
     report.name_blocks();

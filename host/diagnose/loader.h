@@ -10,15 +10,17 @@
 #include "framework/classes.h"
 #include "host/diagnose/report.h"
 #include "host/diagnose/source.h"
+#include "host/document/places.h"
 
 namespace zarn {
 
 /// Fills a graph from a model file and the files that it refers to.
 class Loader {
 public:
-    Loader(graph_t& graph, Report& report) : graph_(graph), report_(&report) {}
+    Loader(graph_t& graph, Report& report, Document& document)
+        : graph_(graph), report_(&report), document_(document) {}
 
-    void main_file(const std::filesystem::path& path);
+    void main_file();
 
 private:
     /// The ids of a referenced file: those in the text and those that stand for them.
@@ -40,7 +42,8 @@ private:
     };
 
     void insert_root();
-    bool read(const std::filesystem::path& path, std::string shown, unread_t& unread);
+    /// Adds a file to the graph. Returns whether it holds JSON; `reference` keeps what it holds out of the message.
+    bool read(const ModelFile& source, bool reference, unread_t& unread);
     /// The elements of "blocks" with their pointers.
     static std::vector<std::pair<std::string, nlohmann::json*>> elements_of(nlohmann::json& file);
     bool check_element(const std::string& pointer, nlohmann::json& element, std::size_t file, severity_t weight,
@@ -64,6 +67,7 @@ private:
 
     graph_t& graph_;
     Report* report_;
+    Document& document_;
     std::size_t total_ports_ = 0;
 };
 

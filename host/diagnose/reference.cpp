@@ -15,16 +15,14 @@ void Loader::refer(std::size_t refsys) {
     node_t held = std::move(graph_.nodes[refsys]);
     graph_.nodes.pop_back();
     const std::string name = held.block->param("path").text();
-    const std::filesystem::path path = graph_.files[0].path.parent_path() / name;
     const std::size_t reference = graph_.references.size();
     graph_.references.push_back({held.id(), none, false, none, none});
 
-    std::error_code ignored;
-    const bool circular = std::filesystem::equivalent(path, graph_.files[0].path, ignored);
+    const ModelFile& source = document_.reference(name);
+    const bool circular = source.is_same(document_.main());
     unread_t unread;
     const std::size_t file = graph_.files.size();
-    const bool well = !name.empty() && read(path, path.lexically_normal().string(), unread);
-    if (name.empty()) unread = {"Z101", "no file is named", {}, {}};
+    const bool well = read(source, true, unread);
     graph_.references[reference].file = file;
     const std::string pointer = held.pointer + "/path";
     if (!well) {
@@ -84,8 +82,7 @@ std::vector<std::uint64_t> Loader::written_ids(json& file, std::size_t position,
 
 // Does to the text what the loader will do, with fresh ids of the same kind.
 bool Loader::garble(std::size_t file, const std::vector<std::uint64_t>& ids, fresh_ids& inside) {
-    std::string& text = graph_.files[file].text;
-    const std::string original = text;
+    std::string text(graph_.files[file].source->text());
     const std::size_t most = 32 * text.size() + (std::size_t{16} << 20);
     for (const std::uint64_t id : ids) {
         const std::uint64_t fresh = tessel::num::create_id();
@@ -99,7 +96,6 @@ bool Loader::garble(std::size_t file, const std::vector<std::uint64_t>& ids, fre
         well = parsed.is_object() && parsed.contains("blocks");
         if (well) graph_.files[file].json = std::move(parsed);
     }
-    text = original;  // places are told in the file as it is
     return well;
 }
 

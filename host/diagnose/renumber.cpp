@@ -9,6 +9,7 @@
 #include <unordered_map>
 
 #include "host/diagnose/source.h"
+#include "host/document/places.h"
 
 namespace zarn {
 namespace {
@@ -72,12 +73,12 @@ private:
     std::set<std::size_t> lengths_;
 };
 
-std::vector<hit_t> stray_hits(const std::string& text, const std::vector<std::uint64_t>& ids) {
+std::vector<hit_t> stray_hits(std::string_view text, const std::vector<std::uint64_t>& ids) {
     const Finder finder(ids);
     std::vector<hit_t> hits;
     scan(text, [&](const std::string& pointer, token_t kind, std::size_t first, std::size_t end) {
         if (kind == token_t::open || kind == token_t::other) return;
-        const std::string_view token = std::string_view(text).substr(first, end - first);
+        const std::string_view token = text.substr(first, end - first);
         const std::uint64_t* id = finder.inside(token);
         if (id == nullptr) return;
         const bool meant = kind == token_t::number && holds_id(pointer) && token == std::to_string(*id);
@@ -108,7 +109,7 @@ renumbering_t check_renumbering(Report& report, const file_t& file, std::size_t 
                                 const std::vector<std::uint64_t>& ids) {
     constexpr const char* mend =
         "give the blocks of the file ids of 16 digits, and let these digits stand nowhere but where an id belongs";
-    const auto hits = stray_hits(file.text, ids);
+    const auto hits = stray_hits(file.source->text(), ids);
     std::uint64_t shortest = UINT64_MAX;
     const double expected = expected_hits(ids, shortest);
     if (!hits.empty()) {
@@ -129,7 +130,7 @@ renumbering_t check_renumbering(Report& report, const file_t& file, std::size_t 
             tessel::format(
                 "the ids of the blocks in {} are short, such as {}: the loader exchanges them as text for longer ones, "
                 "and among {} an id turns up inside those of others {:.2g} times on average",
-                in_quotes(file.shown), shortest, counted(ids.size(), "block"), expected),
+                in_quotes(file.source->shown()), shortest, counted(ids.size(), "block"), expected),
             mend);
         return {expected > 0.5, finding};
     }

@@ -18,7 +18,7 @@ finding_id Report::at_place(const char* code, severity_t severity, std::size_t f
     finding.pointer = std::move(pointer);
     finding.what = std::move(what);
     finding.mend = std::move(mend);
-    if (file < graph_.files.size()) finding.file = graph_.files[file].shown;
+    if (file < graph_.files.size()) finding.file = graph_.files[file].source->shown();
     findings_.push_back(std::move(finding));
     files_.push_back(file);
     return findings_.size() - 1;
@@ -43,7 +43,7 @@ finding_id Report::at_link(const char* code, severity_t severity, const edge_t& 
     const finding_id id = at_block(code, severity, *node, std::move(what), std::move(mend));
     if (findings_[id].code != code) return id;  // told of the reference instead
     findings_[id].pointer = edge.pointer;
-    findings_[id].file = graph_.files[edge.file].shown;
+    findings_[id].file = graph_.files[edge.file].source->shown();
     files_[id] = edge.file;
     return id;
 }
@@ -91,28 +91,36 @@ void Report::name_blocks() {
     }
 }
 
-std::vector<finding_t> Report::take() {
-    for (std::size_t file = 0; file < graph_.files.size(); ++file) {
-        std::vector<std::string> wanted;
-        for (std::size_t i = 0; i < findings_.size(); ++i) {
-            if (files_[i] != file || findings_[i].line != 0) continue;
-            for (std::string at = findings_[i].pointer; !at.empty(); at.erase(at.rfind('/'))) wanted.push_back(at);
-        }
-        const auto places = places_of(graph_.files[file].text, wanted);
-        for (std::size_t i = 0; i < findings_.size(); ++i) {
-            finding_t& finding = findings_[i];
-            if (files_[i] != file || finding.line != 0) continue;
-            // a key that the file leaves out is told at the object that it belongs to
-            for (std::string at = finding.pointer; !at.empty(); at.erase(at.rfind('/'))) {
-                const auto found = places.find(at);
-                if (found == places.end()) continue;
-                finding.pointer = at;
+void Report::place_all(std::size_t file) {
+    std::vector<std::size_t> open;  // findings without a line
+    for (std::size_t i = 0; i < findings_.size(); ++i)
+        if (files_[i] == file && findings_[i].line == 0 && !findings_[i].pointer.empty()) open.push_back(i);
+    std::vector<std::string> at(open.size());
+    for (std::size_t k = 0; k < open.size(); ++k) at[k] = findings_[open[k]].pointer;
+    while (!open.empty()) {
+        const auto places = graph_.files[file].source->places(at);
+        std::size_t kept = 0;
+        for (std::size_t k = 0; k < open.size(); ++k) {
+            finding_t& finding = findings_[open[k]];
+            if (const auto found = places.find(at[k]); found != places.end()) {
+                finding.pointer = at[k];
                 finding.line = found->second.line;
                 finding.column = found->second.column;
-                break;
+                continue;
             }
+            // a key that the file leaves out is told at the object that it belongs to
+            at[k].erase(at[k].rfind('/'));
+            if (at[k].empty()) continue;
+            std::swap(at[kept], at[k]);
+            open[kept++] = open[k];
         }
+        open.resize(kept);
+        at.resize(kept);
     }
+}
+
+std::vector<finding_t> Report::take() {
+    for (std::size_t file = 0; file < graph_.files.size(); ++file) place_all(file);
     std::vector<std::size_t> order(findings_.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
     std::ranges::stable_sort(order, {}, [this](std::size_t i) {

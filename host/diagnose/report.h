@@ -53,6 +53,8 @@ public:
 private:
     /// The finding about the reference to which a block's faults are due.
     std::size_t cause_at(const node_t& node) const;
+    /// Lines and columns of the findings in a file.
+    void place_all(std::size_t file);
 
     const graph_t& graph_;
     std::vector<finding_t> findings_;

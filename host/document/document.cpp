@@ -75,7 +75,7 @@ Document::Document(std::string text, const std::filesystem::path& model)
     : main_(std::move(text), model, model.string()) {}
 
 const ModelFile& Document::reference(const std::string& written) {
-    const std::filesystem::path path = main_.path().parent_path() / written;
+    const auto path = written.empty() ? std::filesystem::path() : main_.path().parent_path() / written;
     const std::string shown = path.lexically_normal().string();
     auto& file = references_[shown];
     if (file == nullptr) file = std::make_unique<ModelFile>(path, shown);

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <nlohmann/json.hpp>
 #include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "core/format.h"
@@ -16,20 +16,12 @@
 namespace zarn {
 namespace {
 
-constexpr double most_ports_all = 20'000'000.0;  // of a model: the ports alone take 32 bytes each
-
 /// What of a block's text tells how much it will take.
 struct block_t {
     std::uint64_t id = 0, parent = 0;
-    std::size_t name = 0;  // bytes as written
+    std::string_view name;  // as written, in quotes
     double ports = 0.0;
     std::string path;  // of a reference
-};
-
-/// What of a file's text tells how much it will take.
-struct extent_t {
-    std::vector<block_t> blocks;
-    double ports = 0.0;
 };
 
 bool is_text(std::string_view value) { return value.starts_with('"') && value.size() >= 2; }
@@ -56,28 +48,166 @@ double count_of(std::string_view value) {
 void note(block_t& block, bool reference, std::string_view key, std::string_view value) {
     if (key == "id") block.id = id_of(value);
     else if (key == "parent") block.parent = id_of(value);
-    else if (key == "name") block.name = value.size();
+    else if (key == "name") block.name = value;
     else if (key == "inportCount") block.ports = count_of(value);
     else if (key == "path" && reference && is_text(value)) block.path = text_of(value);
 }
 
-/// Of a file that is laid out as models are; the loader reads any other as a document, as if it held nothing here.
-extent_t extent_of(const ModelFile& file) {
-    extent_t extent;
+/// Files that are not laid out as models are: whatever the loader might take for a block.
+void note_all(const ModelFile& file, std::vector<block_t>& blocks) {
+    std::string element;
+    scan(file.text(), [&](const std::string& pointer, token_t kind, std::size_t first, std::size_t end) {
+        if (kind == token_t::key || !pointer.starts_with("/blocks/")) return;
+        const auto names = segments_of(pointer);
+        if (names.size() != 4) return;
+        if (names[1] != element || blocks.empty()) blocks.emplace_back();
+        element = names[1];
+        note(blocks.back(), names[2] == "refsys", names[3], file.text().substr(first, end - first));
+    });
+}
+
+std::vector<block_t> blocks_of(const ModelFile& file) {
+    std::vector<block_t> blocks;
     const auto* cut = file.sections();
-    if (cut == nullptr) return extent;
-    extent.blocks.reserve(cut->blocks.size());
+    if (cut == nullptr) {
+        try {
+            note_all(file, blocks);
+        } catch (const nlohmann::json::exception&) {  // the text is not JSON, which the loader tells
+        }
+        return blocks;
+    }
+    blocks.reserve(cut->blocks.size());
     for (const std::string_view element : cut->blocks) {
-        block_t& block = extent.blocks.emplace_back();
+        block_t& block = blocks.emplace_back();
         each_member(element, [&](std::string_view class_name, std::string_view object) {
             each_member(object, [&](std::string_view key, std::string_view value) {
                 note(block, class_name == "refsys", key, trimmed(value));
             });
         });
-        extent.ports += block.ports;
     }
-    return extent;
+    return blocks;
 }
 
+/// The bytes of the paths of blocks: each is made of the names on the way to it.
+double length_of_paths(const std::vector<block_t>& blocks, std::size_t prefix) {
+    std::unordered_map<std::uint64_t, std::size_t> index;
+    for (std::size_t i = 0; i < blocks.size(); ++i) index.try_emplace(blocks[i].id, i);
+    constexpr double unknown = -1.0;
+    std::vector<double> length(blocks.size(), unknown);
+    std::vector<std::size_t> way;
+    double sum = 0.0;
+    for (std::size_t i = 0; i < blocks.size(); ++i) {
+        std::size_t at = i;
+        double around = static_cast<double>(prefix);
+        for (way.clear();; at = index.at(blocks[at].parent)) {
+            if (length[at] != unknown) {
+                around = length[at];
+                break;
+            }
+            length[at] = 0.0;  // where the way comes by again, it is a ring
+            way.push_back(at);
+            if (blocks[at].parent == blocks[at].id || !index.contains(blocks[at].parent)) break;
+        }
+        for (; !way.empty(); way.pop_back())
+            length[way.back()] = around += static_cast<double>(blocks[way.back()].name.size());
+        sum += length[i];
+    }
+    return sum;
+}
+
+/// Adds up what the files of a model will take.
+class Sum {
+public:
+    explicit Sum(Document& document) : document_(document) {}
+
+    excess_t excess() {
+        const ModelFile& main = document_.main();
+        if (!main.problem().empty()) return main.is_too_large() ? beyond_memory(main.problem()) : excess_t{};
+        bytes_ = memory_of(main.text());
+        if (auto problem = too_large(bytes_); !problem.empty()) return beyond_memory(problem);
+        const auto blocks = blocks_of(main);
+        add(blocks, main.text().size(), root_name, "");
+        for (const block_t& block : blocks) {
+            if (block.path.empty()) continue;
+            if (const auto problem = add_reference(block); !problem.empty())
+                return beyond_memory(tessel::format("with reference '{}' the model {}", block.path, problem));
+        }
+        return beyond_size();
+    }
+
+private:
+    static constexpr double most_ports = 20'000'000.0;  // the ports alone take 32 bytes each
+    static constexpr std::size_t root_name = 8;  // of "mainsys."
+
+    struct file_t {
+        double bytes = 0.0;
+        std::vector<block_t> blocks;
+        std::size_t length = 0;
+    };
+
+    void add(const std::vector<block_t>& blocks, std::size_t length, std::size_t prefix, const std::string& reference) {
+        for (const block_t& block : blocks) {
+            ports_ += block.ports;
+            if (ports_ > most_ports && beyond_ports_.empty())
+                beyond_ports_ = tessel::format("{}block {}: with its {:.0f} inputs the model has more than {:.0f} ports",
+                                               reference, in_place(block.name), block.ports, most_ports);
+        }
+        paths_ += length_of_paths(blocks, prefix);
+        text_ += static_cast<double>(length);
+    }
+
+    std::string add_reference(const block_t& refsys) {
+        const auto [known, first] = files_.try_emplace(refsys.path);
+        file_t& file = known->second;
+        if (first) {
+            const ModelFile& read = document_.reference(refsys.path);
+            if (read.is_too_large()) return read.problem();
+            if (read.problem().empty()) {
+                file.bytes = memory_of(read.text());
+                file.length = read.text().size();
+                file.blocks = blocks_of(read);
+            }
+        }
+        bytes_ += file.bytes;
+        if (auto problem = too_large(bytes_); !problem.empty()) return problem;
+        add(file.blocks, file.length, root_name + refsys.name.size(),
+            tessel::format("reference '{}': ", refsys.path));
+        return {};
+    }
+
+    /// A name as messages have it.
+    static std::string in_place(std::string_view written) {
+        return "'" + std::string(is_text(written) ? written.substr(1, written.size() - 2) : "") + "'";
+    }
+
+    static excess_t beyond_memory(std::string what) {
+        return {std::move(what), "make the model smaller, or use a machine with more memory"};
+    }
+
+    /// What grows faster than the files.
+    excess_t beyond_size() const {
+        constexpr double paths_always = 0x1p26, paths_per_character = 16.0;
+        if (!beyond_ports_.empty()) return {beyond_ports_, "write the number of inputs that the block has, at most 8"};
+        if (paths_ > std::max(paths_always, paths_per_character * text_))
+            return {tessel::format("the paths of its blocks, made of the names of the subsystems around them, take "
+                                   "{:.3g} GiB together",
+                                   paths_ / 0x1p30),
+                    "shorten the names of the subsystems, or nest them less deeply"};
+        return {};
+    }
+
+    Document& document_;
+    std::unordered_map<std::string, file_t> files_;  // one file can be referred to many times
+    std::string beyond_ports_;  // the block at which there are too many
+    double bytes_ = 0.0, ports_ = 0.0, paths_ = 0.0, text_ = 0.0;
+};
+
 }  // namespace
+
+excess_t find_too_large(Document& document) { return Sum(document).excess(); }
+
+std::string find_unloadable(Document& document) {
+    return document.main().problem().empty() ? find_too_large(document).what : document.main().problem();
+}
+
 }  // namespace zarn

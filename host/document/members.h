@@ -15,7 +15,7 @@ template <class Visit>
 bool each_member(std::string_view object, Visit&& visit) {
     tessel::json::Walk walk(object);
     if (!walk.take('{')) return false;
-    if (tessel::json::Walk empty = walk; empty.take('}')) return true;
+    if (tessel::json::Walk empty = walk; empty.take('}')) return !empty.skip_blanks();
     for (;;) {
         std::string_view key;
         if (!walk.key(key) || !walk.take(':')) return false;

@@ -156,4 +156,14 @@ std::string segment(std::string_view key) {
 
 std::string segment(std::size_t index) { return "/" + std::to_string(index); }
 
+std::vector<std::string_view> segments_of(std::string_view pointer) {
+    std::vector<std::string_view> segments;
+    while (!pointer.empty()) {
+        const std::size_t end = std::min(pointer.find('/', 1), pointer.size());
+        segments.push_back(pointer.substr(1, end - 1));
+        pointer.remove_prefix(end);
+    }
+    return segments;
+}
+
 }  // namespace zarn

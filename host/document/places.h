@@ -42,4 +42,7 @@ std::unordered_map<std::string, place_t> places_of(std::string_view text, const 
 std::string segment(std::string_view key);
 std::string segment(std::size_t index);
 
+/// The segments of a JSON pointer, as they are written in it.
+std::vector<std::string_view> segments_of(std::string_view pointer);
+
 }  // namespace zarn

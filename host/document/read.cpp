@@ -36,8 +36,7 @@ std::string last_error() { return std::generic_category().message(errno); }
 /// Reads until the text is full or the file has ended.
 std::string fill(int descriptor, content_t& content) {
     while (content.length < content.text.size()) {
-        const auto got =
-            read(descriptor, content.text.data() + content.length, content.text.size() - content.length);
+        const auto got = read(descriptor, content.text.data() + content.length, content.text.size() - content.length);
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) return last_error();
         if (got == 0) break;
@@ -50,6 +49,10 @@ std::string fill(int descriptor, content_t& content) {
 
 content_t read_file(const std::filesystem::path& path) {
     content_t content;
+    if (path.empty()) {
+        content.problem = "no file is named";
+        return content;
+    }
     const Descriptor file(path);
     struct stat facts {};
     if (file.number() < 0 || fstat(file.number(), &facts) != 0) {

@@ -224,7 +224,7 @@ class Hostile(CommandTest):
             model.add("refsys", f"r{i}", path="part.json")
         self.write("m.json", model)
         for verb in ["check"], ["inspect"], ["run", "--no-python"], ["draw"], ["explain"]:
-            result = self.check(*verb, "m.json", status=1, timeout=60, out="")
+            result = self.check(*verb, "m.json", status=1, timeout=60)
             self.assertRegex(result.stderr, r"zarn: m.json: with reference 'part.json' the model takes about \S+ GiB")
 
     def limited(self, kilobytes, *arguments):
