@@ -81,8 +81,7 @@ void write(const draw_options_t& options, const std::string& svg) {
 
 int run(draw_options_t& options) {
     Session session(options, bridge_t::literal);
-    if (const auto problem = find_unloadable(session.document()); !problem.empty())
-        session.refuse(problem);
+    if (const auto problem = find_unloadable(session.document()); !problem.empty()) session.refuse(problem);
     draw::Diagram diagram;
     try {
         diagram = draw::read_diagram(session.file());

@@ -20,6 +20,7 @@ namespace {
 struct block_t {
     std::uint64_t id = 0, parent = 0;
     std::string_view name;  // as written, in quotes
+    std::string class_name;
     double ports = 0.0;
     std::string path;  // of a reference
 };
@@ -62,6 +63,7 @@ void note_all(const ModelFile& file, std::vector<block_t>& blocks) {
         if (names.size() != 4) return;
         if (names[1] != element || blocks.empty()) blocks.emplace_back();
         element = names[1];
+        blocks.back().class_name = names[2];
         note(blocks.back(), names[2] == "refsys", names[3], file.text().substr(first, end - first));
     });
 }
@@ -80,6 +82,7 @@ std::vector<block_t> blocks_of(const ModelFile& file) {
     for (const std::string_view element : cut->blocks) {
         block_t& block = blocks.emplace_back();
         each_member(element, [&](std::string_view class_name, std::string_view object) {
+            block.class_name = class_name;
             each_member(object, [&](std::string_view key, std::string_view value) {
                 note(block, class_name == "refsys", key, trimmed(value));
             });
@@ -137,7 +140,7 @@ public:
 
 private:
     static constexpr double most_ports = 20'000'000.0;  // the ports alone take 32 bytes each
-    static constexpr std::size_t root_name = 8;  // of "mainsys."
+    static constexpr std::size_t root_name = 8;         // of "mainsys."
 
     struct file_t {
         double bytes = 0.0;
@@ -149,8 +152,9 @@ private:
         for (const block_t& block : blocks) {
             ports_ += block.ports;
             if (ports_ > most_ports && beyond_ports_.empty())
-                beyond_ports_ = tessel::format("{}block {}: with its {:.0f} inputs the model has more than {:.0f} ports",
-                                               reference, in_place(block.name), block.ports, most_ports);
+                beyond_ports_ =
+                    tessel::format("{}block {} ({}): with its {:.0f} inputs the model has more than {:.0f} ports",
+                                   reference, in_place(block.name), block.class_name, block.ports, most_ports);
         }
         paths_ += length_of_paths(blocks, prefix);
         text_ += static_cast<double>(length);
@@ -170,8 +174,7 @@ private:
         }
         bytes_ += file.bytes;
         if (auto problem = too_large(bytes_); !problem.empty()) return problem;
-        add(file.blocks, file.length, root_name + refsys.name.size(),
-            tessel::format("reference '{}': ", refsys.path));
+        add(file.blocks, file.length, root_name + refsys.name.size(), tessel::format("reference '{}': ", refsys.path));
         return {};
     }
 
@@ -198,7 +201,7 @@ private:
 
     Document& document_;
     std::unordered_map<std::string, file_t> files_;  // one file can be referred to many times
-    std::string beyond_ports_;  // the block at which there are too many
+    std::string beyond_ports_;                       // the block at which there are too many
     double bytes_ = 0.0, ports_ = 0.0, paths_ = 0.0, text_ = 0.0;
 };
 
@@ -207,7 +210,11 @@ private:
 excess_t find_too_large(Document& document) { return Sum(document).excess(); }
 
 std::string find_unloadable(Document& document) {
-    return document.main().problem().empty() ? find_too_large(document).what : document.main().problem();
+    if (!document.main().problem().empty()) return document.main().problem();
+    std::string problem = find_too_large(document).what;
+    if (const ModelFile* endless = document.endless_reference(); problem.empty() && endless != nullptr)
+        problem = tessel::format("reference '{}': {}", endless->shown(), endless->problem());
+    return problem;
 }
 
 }  // namespace zarn

@@ -13,7 +13,8 @@ struct excess_t {
     std::string mend;
 };
 
-/// Why a model with all that it refers to would take more memory than there is, or than is sensible for its size. Reads the files that the model refers to.
+/// Why a model with all that it refers to would take more memory than there is, or than is sensible for its size. Reads
+/// the files that the model refers to.
 excess_t find_too_large(Document& document);
 
 /// The same in words, or why the main file cannot be read; "" when nothing speaks against a load.

@@ -56,12 +56,12 @@ content_t read_file(const std::filesystem::path& path) {
     const Descriptor file(path);
     struct stat facts {};
     if (file.number() < 0 || fstat(file.number(), &facts) != 0) {
-        content.problem = errno == ENXIO ? "not a regular file" : last_error();
+        content.problem = errno == ENXIO ? not_regular : last_error();
         return content;
     }
     content.identity = {facts.st_dev, facts.st_ino};
     if (!S_ISREG(facts.st_mode)) {
-        content.problem = S_ISDIR(facts.st_mode) ? "a folder, not a file" : "not a regular file";
+        content.problem = S_ISDIR(facts.st_mode) ? "a folder, not a file" : not_regular;
         return content;
     }
     const auto size = static_cast<std::size_t>(facts.st_size);

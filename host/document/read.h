@@ -18,6 +18,9 @@ struct content_t {
     std::pair<std::uint64_t, std::uint64_t> identity{};  ///< device and number of the file, {0, 0} without one
 };
 
+/// The problem with a pipe or a device.
+inline constexpr const char* not_regular = "not a regular file";
+
 /// Opens a file and reads it. Only regular files are read: a pipe or a device may never come to an end. A file whose
 /// text alone is more than the machine's memory is not read.
 content_t read_file(const std::filesystem::path& path);

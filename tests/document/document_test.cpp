@@ -43,8 +43,7 @@ TEST(Document, ReadsEachFileOnce) {
 TEST(Document, PaddingBehindTheTextIsReadable) {
     const Document document(std::string("{}"), "m.json");
     const std::string_view text = document.main().text();
-    EXPECT_EQ(std::string(text.data() + text.size(), tessel::json::padding),
-              std::string(tessel::json::padding, ' '));
+    EXPECT_EQ(std::string(text.data() + text.size(), tessel::json::padding), std::string(tessel::json::padding, ' '));
 }
 
 TEST(Document, KnowsItsOwnFileByAnyName) {
@@ -79,8 +78,8 @@ TEST(Document, ReadsNoFurtherThanTheFileWasLongWhenOpened) {
 TEST(Document, FindsPlacesInPieces) {
     const Document document(std::string(model), "m.json");
     ASSERT_NE(document.main().sections(), nullptr);
-    const auto places = document.main().places({"/blocks", "/blocks/1", "/blocks/1/abs/id", "/links/0/dstId", "/model/ts",
-                                                "/blocks/2", "/blocks/x", "/model/tf", "/links/0/none"});
+    const auto places = document.main().places({"/blocks", "/blocks/1", "/blocks/1/abs/id", "/links/0/dstId",
+                                                "/model/ts", "/blocks/2", "/blocks/x", "/model/tf", "/links/0/none"});
     const auto at = [&places](const char* pointer) {
         return std::pair(places.at(pointer).line, places.at(pointer).column);
     };
@@ -154,7 +153,7 @@ TEST(Limits, PortsInAnyLayout) {
     }
     Document array("{\"blocks\": [" + list + "]}", "m.json");
     Document keys("{\"blocks\": {" + object + "}}", "m.json");
-    constexpr const char* told = "block 'wide': with its 1000000 inputs the model has more than 20000000 ports";
+    constexpr const char* told = "block 'wide' (add): with its 1000000 inputs the model has more than 20000000 ports";
     EXPECT_EQ(find_too_large(array).what, told);
     EXPECT_EQ(find_too_large(keys).what, told);
 }

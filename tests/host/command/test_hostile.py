@@ -225,7 +225,8 @@ class Hostile(CommandTest):
         self.write("m.json", model)
         for verb in ["check"], ["inspect"], ["run", "--no-python"], ["draw"], ["explain"]:
             result = self.check(*verb, "m.json", status=1, timeout=60)
-            self.assertRegex(result.stderr, r"zarn: m.json: with reference 'part.json' the model takes about \S+ GiB")
+            told = result.stdout + result.stderr
+            self.assertRegex(told, r" m.json: with reference 'part.json' the model takes about \S+ GiB")
 
     def limited(self, kilobytes, *arguments):
         """Runs with so much address space."""
