@@ -88,7 +88,8 @@ std::vector<finding_t> diagnose(Document& document, const check_options_t& optio
     analyse(analysis, report, document, options);
     const auto told = report.peek();
     const bool looked_at_all = std::ranges::none_of(told, [](const finding_t& f) { return f.code == "Z402"; });
-    if (options.confirm && looked_at_all && !has_errors(told) && !analysis.graph.nodes.empty()) {
+    if (options.confirm && looked_at_all && !has_errors(told) && !analysis.graph.nodes.empty() &&
+        document.endless_reference() == nullptr) {
         auto sink = tessel::log::set_sink(no_sink);
         confirm(analysis, report);
         tessel::log::set_sink(std::move(sink));
