@@ -8,7 +8,7 @@
 #include "host/cli/json_text.h"
 #include "host/cli/table.h"
 #include "host/cli/zip.h"
-#include "host/diagnose/memory.h"
+#include "host/document/memory.h"
 
 namespace zarn {
 namespace {
