@@ -1,5 +1,8 @@
 #include "core/file.h"
 
+#include <sys/stat.h>
+
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <system_error>
@@ -26,6 +29,9 @@ File::File(const std::filesystem::path& path, int mode) : path_(path.string()) {
     errno = 0;
     stream_ = std::fopen(path_.c_str(), stream_mode(mode));
     if (stream_ == nullptr) raise_errno("cannot open '" + path_ + "'");
+    struct stat status {};
+    if (::fstat(::fileno(stream_), &status) == 0 && S_ISREG(status.st_mode))
+        size_ = static_cast<std::uintmax_t>(status.st_size);
 }
 
 File::~File() {
@@ -46,6 +52,35 @@ char* File::readline() {
     }
     line_length_ = static_cast<std::size_t>(length);
     return line_;
+}
+
+std::string File::read_rest(std::size_t slack) {
+    constexpr std::uintmax_t most_without_size = std::uintmax_t{512} << 20;
+    const auto at = std::ftell(stream_);
+    const std::uintmax_t read = at > 0 ? static_cast<std::uintmax_t>(at) : 0;
+    const std::uintmax_t most = size_ ? *size_ - std::min(*size_, read) : most_without_size;
+    std::string text;
+    if (size_) text.reserve(most + slack);  // a sparse file of any size ends here, before its zeros take the memory
+    bool more = true;
+    while (more && text.size() < most) {
+        const std::size_t step = size_ ? std::size_t{64} << 20 : std::max(std::size_t{64} << 10, text.size());
+        more = append_bytes(text, std::min<std::uintmax_t>(most - text.size(), step));
+    }
+    if (!size_ && more) {
+        errno = EFBIG;
+        raise_errno("cannot read '" + path_ + "'");
+    }
+    return text;
+}
+
+bool File::append_bytes(std::string& text, std::size_t most) {
+    const std::size_t begin = text.size();
+    text.resize(begin + most);
+    errno = 0;
+    const std::size_t count = std::fread(text.data() + begin, 1, most, stream_);
+    text.resize(begin + count);
+    if (std::ferror(stream_) != 0) raise_errno("cannot read '" + path_ + "'");
+    return count == most;
 }
 
 void File::write(std::string_view bytes) {

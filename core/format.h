@@ -1,32 +1,23 @@
 // Text formatting: the standard's formatter where the compiler has one, else libfmt, which has the same language.
 #pragma once
 
-#if defined(__has_include) && __has_include(<format>)
+#if defined(__has_include)
+#if __has_include(<format>)
 #include <format>
 #endif
+#endif
 
+// BLOCKS_FORMAT: whether there is `tessel::format`. A host whose compiler has no formatter does without: the other one
+// is part of the library's build and not installed.
 #if defined(__cpp_lib_format)
-#include <string>
+#define BLOCKS_FORMAT 1
 namespace tessel {
 using std::format;
 using std::format_string;
 }  // namespace tessel
+#elif __has_include("core/format_fmt.h")
+#define BLOCKS_FORMAT 1
+#include "core/format_fmt.h"
 #else
-#include <string>
-
-#include <fmt/core.h>
-
-#include "core/export.h"
-
-namespace tessel {
-using fmt::format_string;
-
-/// The formatter itself, compiled once: in every file that formats it would be most of the build.
-BLOCKS_API std::string format_text(fmt::string_view text, fmt::format_args args);
-
-template <class... T>
-std::string format(format_string<T...> text, T&&... args) {
-    return format_text(text, fmt::make_format_args(args...));
-}
-}  // namespace tessel
+#define BLOCKS_FORMAT 0
 #endif

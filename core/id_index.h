@@ -5,9 +5,9 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <random>
 #include <utility>
 
+#include "core/export.h"
 #include "core/large_array.h"
 
 namespace tessel {
@@ -16,33 +16,28 @@ namespace tessel {
 /// sequence, as they mostly are, lie in sequence, and a walk along a large model does not wait for memory. No insertion
 /// may pass over more than `most_passed` slots by that; for ids that would, the table is filled anew with places that
 /// are scattered with a seed of the process, so that no file can be made whose ids collide.
-class IdPlace {
+///
+/// Scattered are groups of `group` neighbours and not single ids: four slots of a line of memory still belong to ids
+/// that a walk asks for one after the other, and a group is too small to make a run that is long to pass.
+class BLOCKS_API IdPlace {
 public:
     std::size_t operator()(std::uint64_t id) const noexcept {
-        if (!scattered_) return id;
-        // the finalizer of the splitmix64 generator; neighbours stay neighbours
-        std::uint64_t h = (id / group) ^ seed();
+        if (!scattered()) return id;
+        // the finalizer of the splitmix64 generator: each bit of the group's number decides on every bit of the place
+        std::uint64_t h = (id / group) ^ seed_;
         h = (h ^ (h >> 30)) * 0xBF58476D1CE4E5B9u;
         h = (h ^ (h >> 27)) * 0x94D049BB133111EBu;
         return (h ^ (h >> 31)) * group + id % group;
     }
-    bool scattered() const noexcept { return scattered_; }
-    void scatter() noexcept { scattered_ = true; }
+    bool scattered() const noexcept { return seed_ != 0; }
+    void scatter();
 
     static constexpr std::size_t most_passed = 128;
 
 private:
     static constexpr std::uint64_t group = 8;
 
-    static std::uint64_t seed() {
-        static const std::uint64_t seed = [] {
-            std::random_device device;
-            return std::uint64_t{device()} << 32 | device();
-        }();
-        return seed;
-    }
-
-    bool scattered_ = false;
+    std::uint64_t seed_ = 0;  // 0 for places that are the ids
 };
 
 /// From ids to pointers: of those added under one id, the first. What a walk from the front of a list would find,

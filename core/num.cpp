@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
-#include <random>
+
+#include "core/random.h"
 
 namespace tessel::num {
 namespace {
@@ -14,11 +15,6 @@ constexpr std::uint64_t id_count = 8'000'000'000'000'000;
 
 // An odd step prime to id_count visits every id once before one comes again, and keeps neighbours far apart.
 constexpr std::uint64_t id_step = 2'236'067'977'499'789;
-
-std::uint64_t random_start() {
-    std::random_device device;
-    return ((std::uint64_t{device()} << 32) ^ device()) % id_count;
-}
 
 struct axis_t {
     std::size_t first;
@@ -39,7 +35,7 @@ axis_t locate(double x, const double* bp, std::size_t n) noexcept {
 
 std::uint64_t create_id() {
     static std::atomic<std::uint64_t> counter{0};
-    static const std::uint64_t start = random_start();
+    static const std::uint64_t start = random_bits() % id_count;
     const std::uint64_t n = counter.fetch_add(1, std::memory_order_relaxed) % id_count;
     // start + n * id_step modulo id_count, without overflow in 128 bits
     __extension__ using wide = unsigned __int128;

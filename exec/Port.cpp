@@ -71,6 +71,10 @@ template <class T>
 void Port<T>::connect(ExecBlock& block, std::uint16_t index) noexcept {
     source_ = block.output(static_cast<std::int16_t>(index));
 }
+template <class T>
+ExecPort** Port<T>::source_place() noexcept {
+    return &source_;
+}
 
 template class Port<bool>;
 template class Port<std::int8_t>;

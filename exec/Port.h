@@ -9,8 +9,6 @@
 
 namespace tessel {
 
-class PortNote;
-
 /// A port that holds a T: one of the eleven value types.
 template <class T>
 class BLOCKS_API Port final : public ExecPort {
@@ -39,10 +37,9 @@ public:
     void to_int8(std::int8_t* out) const noexcept override;
     void to_bool(bool* out) const noexcept override;
     void connect(ExecBlock& block, std::uint16_t index) noexcept override;
+    ExecPort** source_place() noexcept override;
 
 private:
-    friend class PortNote;
-
     void pull_from(const ExecPort& source) noexcept {
         if constexpr (std::is_same_v<T, double>) source.to_flt64(&value);
         else if constexpr (std::is_same_v<T, float>) source.to_flt32(&value);

@@ -23,9 +23,6 @@ public:
     /// The address noted, null when there is none.
     static const void* get(const ExecPort& port) noexcept;
     static void clear(ExecPort& port) noexcept;
-
-private:
-    struct place_t;
 };
 
 /// Finds the entry of a list that a port was added for. No table is looked into: the ports hold the address of their

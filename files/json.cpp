@@ -2,7 +2,6 @@
 
 #include "json.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <exception>
 #include <filesystem>
@@ -12,39 +11,27 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <system_error>
 #include <unordered_set>
 #include <utility>
 #include <vector>
 
 #include "PropertiesBlock.h"
+#include "PropertiesModel.h"
 #include "core/file.h"
 #include "core/format.h"
 #include "core/hash.h"
-#include "core/num.h"
 #include "core/python.h"
 #include "core/str.h"
 #include "factory.h"
 #include "files/blocks.h"
+#include "files/ids.h"
 #include "files/links.h"
+#include "files/load.h"
 #include "files/sections.h"
 #include "framework/json_number.h"
-#include "model/MetaModel.h"
 
 namespace tessel::json {
 namespace {
-
-std::string read_whole(std::string_view path) {
-    const std::filesystem::path name(path);
-    sys::File file(name, sys::file_read);
-    std::string text;
-    std::error_code unknown;                                      // as of a pipe, which grows as it is read
-    constexpr std::uintmax_t at_once = std::uintmax_t{64} << 20;  // a sparse file can have any size
-    if (const auto size = std::filesystem::file_size(name, unknown); !unknown)
-        text.reserve(std::min(size, at_once) + padding);
-    while (const char* line = file.readline()) text.append(line, file.line_length());
-    return text;
-}
 
 bool has_blocks(const nlohmann::json& file) { return file.is_object() && file.contains("blocks"); }
 
@@ -105,17 +92,73 @@ std::optional<staged_t> stage(std::string_view text) {
     }
 }
 
-result_t load_reference(IMetaModel& model, IMetaBlock& block) {
-    return load(&model, block.param("path").text(), block.id());  // its failure has been told on the console
+/// Answers for what passes inside: the library's exceptions end here.
+template <class Action>
+result_t told(const Action& action) {
+    try {
+        return action();
+    } catch (const std::exception& error) {
+        python::pyout(error.what());
+        return result_failure;
+    }
 }
 
-void commit(MetaModel& model, staged_t staged) {
-    add_root(model);
-    for (auto& block : staged.blocks) {
-        if (block->class_hash() == class_hash_of("refsys")) load_reference(model, *block);
+/// Exchanges the ids of a file's blocks for fresh ones in its text, so that every mention of one goes with it: in
+/// parents, in links, and in any other number that has the same digits. Returns the fresh ids.
+std::unordered_set<std::uint64_t> renumber(std::string& text, nlohmann::json& blocks, std::string_view path,
+                                           Source& source) {
+    std::vector<std::uint64_t> old_ids;
+    old_ids.reserve(blocks.size());
+    for (auto& element : blocks) {
+        const auto& block = *first_member(element);
+        if (block.is_object() && block.contains("id")) old_ids.push_back(to_integer<std::uint64_t>(block["id"]));
+    }
+    const auto new_ids = source.fresh_ids(path, old_ids);
+    // Short ids are found again inside the fresh ones, and the text grows with each. Ids that only grow from one digit
+    // to sixteen stay below this.
+    const std::size_t most = 32 * text.size() + (std::size_t{16} << 20);
+    for (std::size_t i = 0; i < old_ids.size(); ++i) {
+        str::replace_all(text, std::to_string(old_ids[i]), std::to_string(new_ids.at(i)));
+        if (text.size() > most)
+            throw std::length_error("block ids of a referenced file are too short to be told apart");
+    }
+    return {new_ids.begin(), new_ids.end()};
+}
+
+result_t load_reference(IMetaModel& model, std::string_view path, std::uint64_t parent_id, Source& source) {
+    std::string text(source.reference(path));
+    auto file = nlohmann::json::parse(text);
+    if (!has_blocks(file)) return result_failure;
+    const auto inside = renumber(text, file["blocks"], path, source);
+    file = nlohmann::json::parse(text);
+
+    for (auto& element : file["blocks"]) {
+        const auto first = first_member(element);
+        auto& value = *first;
+        // what hangs under no block of this file hangs under the block that refers to it
+        if (!inside.contains(integer_at<std::uint64_t>(value, "parent"))) value["parent"] = parent_id;
+        auto block = factory::create(first.key(), std::make_shared<PropertiesBlock>());
+        if (block != nullptr) block->import_json(value);
         model.add_block(std::move(block));
     }
-    auto& links = model.properties->links;
+    model.import_json(file, true);
+    return result_ok;
+}
+
+/// Adds the content of the file that a block refers to, if it refers to one. What goes wrong with it is told, and the
+/// main file's load goes on.
+void follow(IMetaModel& model, IMetaBlock& block, Source& source) {
+    if (block.class_hash() != class_hash_of("refsys")) return;
+    told([&] { return load_reference(model, block.param("path").text(), block.id(), source); });
+}
+
+void commit(IMetaModel& model, PropertiesModel& properties, staged_t staged, Source& source) {
+    add_root(model);
+    for (auto& block : staged.blocks) {
+        follow(model, *block, source);
+        model.add_block(std::move(block));
+    }
+    auto& links = properties.links;
     if (links.empty()) links = std::move(staged.links);
     else
         links.insert(links.end(), std::make_move_iterator(staged.links.begin()),
@@ -123,90 +166,75 @@ void commit(MetaModel& model, staged_t staged) {
     model.import_json(staged.rest, false);
 }
 
-/// Exchanges the ids of a file's blocks for fresh ones in its text, so that every mention of one goes with it: in
-/// parents, in links, and in any other number that has the same digits. Returns the fresh ids.
-std::unordered_set<std::uint64_t> renumber(std::string& text, nlohmann::json& blocks) {
-    std::vector<std::uint64_t> old_ids, new_ids;
-    old_ids.reserve(blocks.size());
-    new_ids.reserve(blocks.size());
-    for (auto& element : blocks) {
-        const auto& block = *first_member(element);
-        if (!block.is_object() || !block.contains("id")) continue;
-        old_ids.push_back(to_integer<std::uint64_t>(block["id"]));
-        new_ids.push_back(num::create_id());
+result_t load_main(IMetaModel& model, std::string_view text, Source& source) {
+    if (PropertiesModel* const properties = model.own_properties(); properties != nullptr) {
+        if (auto staged = stage(text)) {
+            commit(model, *properties, std::move(*staged), source);
+            return result_ok;
+        }
     }
-    // Short ids are found again inside the fresh ones, and the text grows with each. Ids that only grow from one digit
-    // to sixteen stay below this.
-    const std::size_t most = 32 * text.size() + (std::size_t{16} << 20);
-    for (std::size_t i = 0; i < old_ids.size(); ++i) {
-        str::replace_all(text, std::to_string(old_ids[i]), std::to_string(new_ids[i]));
-        if (text.size() > most)
-            throw std::length_error("block ids of a referenced file are too short to be told apart");
+    auto file = nlohmann::json::parse(text);
+    if (has_blocks(file)) {
+        add_root(model);
+        for (auto& element : file["blocks"]) {
+            const auto first = first_member(element);
+            auto block = factory::create(first.key(), std::make_shared<PropertiesBlock>());
+            if (block == nullptr) {
+                python::pyout(tessel::format("Class '{:s}' not recognized", first.key()));
+                return result_failure;
+            }
+            block->import_json(*first);
+            follow(model, *block, source);
+            model.add_block(std::move(block));
+        }
     }
-    return {new_ids.begin(), new_ids.end()};
+    model.import_json(file, false);
+    return result_ok;
 }
+
+/// Reads each file when it is asked for.
+class FileSource final : public Source {
+public:
+    std::string_view reference(std::string_view path) override { return without_padding(text_ = read_padded(path)); }
+
+    static std::string_view without_padding(std::string_view padded) {
+        return padded.substr(0, padded.size() - padding);
+    }
+
+private:
+    std::string text_;
+};
 
 }  // namespace
 
+std::string read_padded(std::string_view path) {
+    std::string text = sys::File(std::filesystem::path(path), sys::file_read).read_rest(padding);
+    return text.append(padding, ' ');
+}
+
+Source::~Source() = default;
+
+std::vector<std::uint64_t> Source::fresh_ids(std::string_view, std::span<const std::uint64_t> old_ids) {
+    return create_ids(old_ids);
+}
+
+result_t load_text(IMetaModel& model, std::string_view text, Source& source) {
+    model.clear();
+    return told([&] { return load_main(model, text, source); });
+}
+
 result_t load(IMetaModel* model, std::string_view path) {
-    try {
-        model->clear();
-        std::string padded = read_whole(path);
-        const std::size_t length = padded.size();
-        padded.append(padding, ' ');
-        const std::string_view text(padded.data(), length);
-        if (auto* own = dynamic_cast<MetaModel*>(model); own != nullptr) {
-            if (auto staged = stage(text)) {
-                commit(*own, std::move(*staged));
-                return result_ok;
-            }
-        }
-        auto file = nlohmann::json::parse(text);
-        if (has_blocks(file)) {
-            add_root(*model);
-            for (auto& element : file["blocks"]) {
-                const auto first = first_member(element);
-                auto block = factory::create(first.key(), std::make_shared<PropertiesBlock>());
-                if (block == nullptr) {
-                    python::pyout(tessel::format("Class '{:s}' not recognized", first.key()));
-                    return result_failure;
-                }
-                block->import_json(*first);
-                if (block->class_hash() == class_hash_of("refsys")) load_reference(*model, *block);
-                model->add_block(std::move(block));
-            }
-        }
-        model->import_json(file, false);
-        return result_ok;
-    } catch (const std::exception& error) {
-        python::pyout(error.what());
-        return result_failure;
-    }
+    model->clear();
+    return told([&] {
+        const std::string padded = read_padded(path);
+        FileSource source;
+        return load_main(*model, FileSource::without_padding(padded), source);
+    });
 }
 
 result_t load(IMetaModel* model, std::string_view path, std::size_t parent_id) {
-    try {
-        std::string text = read_whole(path);
-        auto file = nlohmann::json::parse(text);
-        if (!has_blocks(file)) return result_failure;
-        const auto inside = renumber(text, file["blocks"]);
-        file = nlohmann::json::parse(text);
-
-        for (auto& element : file["blocks"]) {
-            const auto first = first_member(element);
-            auto& value = *first;
-            // what hangs under no block of this file hangs under the block that refers to it
-            if (!inside.contains(integer_at<std::uint64_t>(value, "parent"))) value["parent"] = parent_id;
-            auto block = factory::create(first.key(), std::make_shared<PropertiesBlock>());
-            if (block != nullptr) block->import_json(value);
-            model->add_block(std::move(block));
-        }
-        model->import_json(file, true);
-        return result_ok;
-    } catch (const std::exception& error) {
-        python::pyout(error.what());
-        return result_failure;
-    }
+    FileSource source;
+    return told([&] { return load_reference(*model, path, parent_id, source); });
 }
 
 }  // namespace tessel::json

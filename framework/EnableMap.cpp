@@ -5,6 +5,8 @@
 #include <limits>
 #include <stdexcept>
 
+#include "framework/missing_key.h"
+
 namespace tessel {
 namespace {
 
@@ -12,6 +14,8 @@ namespace {
 std::size_t slots_for(std::size_t count) noexcept { return std::bit_ceil(count + count / 3 + 1); }
 
 }  // namespace
+
+std::size_t EnableMap::max_size() const noexcept { return std::numeric_limits<std::uint32_t>::max() - 1; }
 
 void EnableMap::reserve(std::size_t count) {
     entries_.reserve(count);
@@ -29,7 +33,7 @@ EnableMap::const_iterator EnableMap::find(std::uint64_t id) const noexcept {
 
 EnableMap::mapped_type& EnableMap::at(std::uint64_t id) {
     const auto found = find(id);
-    if (found == end()) throw std::out_of_range("no entry with that id");
+    if (found == end()) raise_missing_key();
     return found->second;
 }
 
@@ -37,11 +41,29 @@ const EnableMap::mapped_type& EnableMap::at(std::uint64_t id) const { return con
 
 std::pair<EnableMap::iterator, bool> EnableMap::emplace(std::uint64_t id, mapped_type enables) {
     if (const auto found = find(id); found != end()) return {found, false};
-    if (size() == std::numeric_limits<std::uint32_t>::max() - 1) throw std::length_error("too many entries");
+    if (size() == max_size()) throw std::length_error("too many entries");
     if (slots_for(size() + 1) > slots_.size()) rehash(slots_for(size() + 1));
     entries_.emplace_back(id, enables);
     if (insert_slot(size() - 1) > IdPlace::most_passed && !place_.scattered()) rehash(slots_.size(), true);
     return {end() - 1, true};
+}
+
+std::pair<EnableMap::iterator, bool> EnableMap::insert_or_assign(std::uint64_t id, mapped_type enables) {
+    const auto result = emplace(id, enables);
+    result.first->second = enables;
+    return result;
+}
+
+EnableMap::iterator EnableMap::erase(const_iterator position) noexcept {
+    const auto place = position - cbegin();
+    erase(position->first);
+    return begin() + place;
+}
+
+EnableMap::iterator EnableMap::erase(const_iterator first, const_iterator last) noexcept {
+    const auto begin_place = first - cbegin();
+    for (auto place = last - cbegin(); place != begin_place;) erase(cbegin() + --place);
+    return begin() + begin_place;
 }
 
 std::size_t EnableMap::erase(std::uint64_t id) noexcept {
@@ -69,6 +91,8 @@ void EnableMap::clear() noexcept {
     entries_.clear();
     std::ranges::fill(slots_, 0u);
 }
+
+void EnableMap::swap(EnableMap& other) noexcept { std::swap(*this, other); }
 
 bool EnableMap::operator==(const EnableMap& other) const noexcept {
     return size() == other.size() && std::ranges::all_of(entries_, [&other](const value_type& entry) {

@@ -65,6 +65,8 @@ public:
     result_t code_step_py(sys::File& file, const char* prefix) override;
     std::string struct_name() const override;
     std::string struct_name_py() const override;
+    std::string_view path() const noexcept override { return properties_->path; }
+    std::string_view python_path() const noexcept override { return properties_->python_path; }
 
     /// Forces the port counts: fewer drops ports at the end, more adds untyped ones. A negative count keeps the
     /// vector. Only before links exist.

@@ -1,8 +1,11 @@
 #include "ParameterMap.h"
 
+#include <algorithm>
+#include <iterator>
 #include <mutex>
 #include <set>
-#include <stdexcept>
+
+#include "framework/missing_key.h"
 
 namespace tessel {
 namespace {
@@ -20,8 +23,7 @@ const std::string& shared_key(std::string_view key) {
 }  // namespace
 
 ParameterMap::ParameterMap(std::initializer_list<std::pair<std::string_view, param_t>> parameters) {
-    for (const auto& [key, parameter] : parameters)
-        if (!contains(key)) (*this)[key] = parameter;
+    insert(parameters);
 }
 
 ParameterMap::ParameterMap(const ParameterMap& other) {
@@ -65,16 +67,43 @@ bool ParameterMap::contains(std::string_view key) const noexcept { return find(k
 
 param_t& ParameterMap::at(std::string_view key) {
     const auto found = find(key);
-    if (found == end()) throw std::out_of_range("no parameter with that key");
+    if (found == end()) raise_missing_key();
     return found->second;
 }
 
 const param_t& ParameterMap::at(std::string_view key) const { return const_cast<ParameterMap*>(this)->at(key); }
 
-param_t& ParameterMap::operator[](std::string_view key) {
+std::pair<ParameterMap::iterator, ParameterMap::iterator> ParameterMap::equal_range(std::string_view key) noexcept {
+    const auto found = find(key);
+    return {found, found != end() ? std::next(found) : found};
+}
+
+std::pair<ParameterMap::const_iterator, ParameterMap::const_iterator> ParameterMap::equal_range(
+    std::string_view key) const noexcept {
+    return const_cast<ParameterMap*>(this)->equal_range(key);
+}
+
+param_t& ParameterMap::operator[](std::string_view key) { return emplace(key, {}).first->second; }
+
+std::pair<ParameterMap::iterator, bool> ParameterMap::emplace(std::string_view key, param_t parameter) {
     node_t** link = link_to(key);
-    if (*link == nullptr) *link = new node_t{{shared_key(key), {}}, nullptr};
-    return (*link)->entry.second;
+    const bool is_new = *link == nullptr;
+    if (is_new) *link = new node_t{{shared_key(key), std::move(parameter)}, nullptr};
+    return {iterator(*link), is_new};
+}
+
+std::pair<ParameterMap::iterator, bool> ParameterMap::insert(std::pair<std::string_view, param_t> entry) {
+    return emplace(entry.first, std::move(entry.second));
+}
+
+void ParameterMap::insert(std::initializer_list<std::pair<std::string_view, param_t>> entries) {
+    insert(entries.begin(), entries.end());
+}
+
+std::pair<ParameterMap::iterator, bool> ParameterMap::insert_or_assign(std::string_view key, param_t parameter) {
+    const bool is_new = !contains(key);
+    (*this)[key] = std::move(parameter);
+    return {find(key), is_new};
 }
 
 std::size_t ParameterMap::erase(std::string_view key) noexcept {
@@ -84,8 +113,29 @@ std::size_t ParameterMap::erase(std::string_view key) noexcept {
     return 1;
 }
 
+ParameterMap::iterator ParameterMap::erase(const_iterator position) noexcept {
+    node_t* const next = position.node_->next;
+    erase(position->first);
+    return iterator(next);
+}
+
+ParameterMap::iterator ParameterMap::erase(const_iterator first, const_iterator last) noexcept {
+    while (first != last) first = erase(first);
+    return iterator(last.node_);
+}
+
 void ParameterMap::clear() noexcept {
     while (first_ != nullptr) delete std::exchange(first_, first_->next);
+}
+
+bool ParameterMap::operator==(const ParameterMap& other) const noexcept {
+    const auto has_same = [&other](const value_type& entry) {
+        const auto found = other.find(entry.first);
+        if (found == other.end()) return false;
+        const param_t &a = entry.second, &b = found->second;
+        return std::string_view(a.suffix) == b.suffix && a.value.type() == b.value.type() && a.value == b.value;
+    };
+    return size() == other.size() && std::all_of(begin(), end(), has_same);
 }
 
 }  // namespace tessel

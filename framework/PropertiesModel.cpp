@@ -2,9 +2,9 @@
 
 #include <ctime>
 #include <nlohmann/json.hpp>
-#include <stdexcept>
 
 #include "framework/json_number.h"
+#include "framework/missing_key.h"
 
 namespace tessel {
 namespace {
@@ -14,14 +14,6 @@ constexpr int version_minor = 12;
 constexpr int version_patch = 0;
 constexpr int version_hexcode = version_major << 16 | version_minor << 8 | version_patch;
 static_assert(version_hexcode == 1575936);
-
-/// Like `at`, with a text that is the same for every standard library.
-template <class Map, class Key>
-const auto& value_at(const Map& map, const Key& key) {
-    const auto found = map.find(key);
-    if (found == map.end()) throw std::out_of_range("invalid unordered_map<K, T> key");
-    return found->second;
-}
 
 }  // namespace
 
@@ -33,10 +25,14 @@ PropertiesModel::PropertiesModel() : parameters(8) {
 
 bool PropertiesModel::is_key(std::string_view key) const { return parameters.contains(std::string(key)); }
 
-const var_t& PropertiesModel::get(std::string_view key) const { return value_at(parameters, std::string(key)); }
+const var_t& PropertiesModel::get(std::string_view key) const {
+    const auto found = parameters.find(std::string(key));
+    if (found == parameters.end()) raise_missing_key();
+    return found->second;
+}
 
 const std::pair<std::uint64_t, std::uint64_t>& PropertiesModel::enables_of(std::uint64_t id) const {
-    return value_at(enable_map, id);
+    return enable_map.at(id);
 }
 
 void PropertiesModel::set(std::string_view key, var_t value) { parameters[std::string(key)] = std::move(value); }

@@ -38,6 +38,9 @@ public:
     virtual void to_bool(bool* out) const noexcept = 0;
     /// Feeds this input from output `index` of `block`; an index without a port leaves it unfed.
     virtual void connect(ExecBlock& block, std::uint16_t index) noexcept = 0;
+    /// Where the port keeps its source, for a run to note something there while it has none; null for a class that
+    /// keeps it otherwise. Only `PortNote` (exec/PortIndex.h) reads and writes the place: what it notes is no port.
+    virtual ExecPort** source_place() noexcept { return nullptr; }
 };
 
 /// A block at run time. The model calls, in this order: `connect` on the inputs, `set_enable`, `zone`, `set_time` and

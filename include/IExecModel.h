@@ -54,15 +54,17 @@ public:
     /// large models, on the pool. Ends the process when an object's id is missing in the enable map.
     /// @return result_ok, always.
     virtual result_t run() noexcept = 0;
-    /// Wires the inputs and hands out the flags: what a run does first.
-    virtual void bind() = 0;
+    /// Wires the inputs and hands out the flags: what a run does first. An operation from here on does nothing in a
+    /// model of the host's that does not know it.
+    virtual void bind() {}
     /// The monitor of later runs, null for none. It must outlive them.
-    virtual void set_monitor(RunMonitor* monitor) noexcept = 0;
-    virtual void set_engine(engine_t engine) noexcept = 0;
+    virtual void set_monitor(RunMonitor* monitor) noexcept { static_cast<void>(monitor); }
+    /// How later runs step their objects; by a plan unless this was called.
+    virtual void set_engine(engine_t engine) noexcept { static_cast<void>(engine); }
     /// Puts objects directly behind those that they follow, in the order given, each with an id of its own and gated as
     /// the other is; one that follows all is never gated. Of objects with one id the first is meant, and with no such
     /// object the attachment is destroyed. Steps them behind those on every path of a run.
-    virtual void attach(std::vector<attachment_t> attachments) = 0;
+    virtual void attach(std::vector<attachment_t> attachments) { static_cast<void>(attachments); }
 };
 
 /// A runnable model without objects and without properties.

@@ -88,6 +88,11 @@ public:
     virtual std::string struct_name() const = 0;
     /// Class of the block's state in generated Python.
     virtual std::string struct_name_py() const = 0;
+    /// Dotted names from the root to the block ("mainsys.plant.gain"). Empty before compile, and for a class of the
+    /// host that keeps none.
+    virtual std::string_view path() const noexcept { return {}; }
+    /// The path as the interpreter's scope of the block's expressions; empty where `path` is.
+    virtual std::string_view python_path() const noexcept { return {}; }
 };
 
 }  // namespace tessel

@@ -62,6 +62,9 @@ public:
     virtual result_t group_by_subsystem() noexcept = 0;
     /// Orders the live blocks by zone, then class hash.
     virtual result_t sort_by_zone() noexcept = 0;
+    /// The properties that were set, where links may be added to them directly; null for a model that wants every link
+    /// through `import_json`. The model keeps them alive.
+    virtual PropertiesModel* own_properties() noexcept { return nullptr; }
 };
 
 /// A model without blocks and without properties.

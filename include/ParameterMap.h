@@ -30,10 +30,16 @@ class BLOCKS_API ParameterMap {
     class walk_t;
 
 public:
+    using key_type = std::string;
+    using mapped_type = param_t;
     struct value_type {
         const std::string& first;
         param_t second;
     };
+    using size_type = std::size_t;
+    using difference_type = std::ptrdiff_t;
+    using reference = value_type&;
+    using const_reference = const value_type&;
     using iterator = walk_t<false>;
     using const_iterator = walk_t<true>;
 
@@ -50,20 +56,52 @@ public:
     iterator end() noexcept;
     const_iterator begin() const noexcept;
     const_iterator end() const noexcept;
+    const_iterator cbegin() const noexcept;
+    const_iterator cend() const noexcept;
 
     bool empty() const noexcept { return first_ == nullptr; }
-    std::size_t size() const noexcept;
+    /// Counted by a walk.
+    size_type size() const noexcept;
+
     bool contains(std::string_view key) const noexcept;
+    /// 0 or 1.
+    size_type count(std::string_view key) const noexcept { return contains(key) ? 1 : 0; }
     iterator find(std::string_view key) noexcept;
     const_iterator find(std::string_view key) const noexcept;
-    /// Raises `std::out_of_range` for a key that is not there.
+    /// The entry of a key and what is behind it; twice the end where there is none.
+    std::pair<iterator, iterator> equal_range(std::string_view key) noexcept;
+    std::pair<const_iterator, const_iterator> equal_range(std::string_view key) const noexcept;
+    /// Raises `std::out_of_range` ("invalid unordered_map<K, T> key") for a key that is not there.
     param_t& at(std::string_view key);
     const param_t& at(std::string_view key) const;
     /// A key that is not there is added with an empty parameter.
     param_t& operator[](std::string_view key);
+
+    /// Adds a parameter where the key has none. Returns the key's entry and whether it was added.
+    std::pair<iterator, bool> emplace(std::string_view key, param_t parameter);
+    /// The same with a parameter made of the arguments, which are left alone where the key has one.
+    template <class... Args>
+    std::pair<iterator, bool> try_emplace(std::string_view key, Args&&... args);
+    std::pair<iterator, bool> insert(std::pair<std::string_view, param_t> entry);
+    template <class Iterator>
+    void insert(Iterator first, Iterator last);
+    void insert(std::initializer_list<std::pair<std::string_view, param_t>> entries);
+    /// Adds a parameter, or replaces the one that is there; the second value tells which: true where it was added.
+    std::pair<iterator, bool> insert_or_assign(std::string_view key, param_t parameter);
+
     /// How many went: 0 or 1.
-    std::size_t erase(std::string_view key) noexcept;
+    size_type erase(std::string_view key) noexcept;
+    /// Erases one entry and returns the next.
+    iterator erase(const_iterator position) noexcept;
+    iterator erase(iterator position) noexcept;
+    /// Erases a range and returns its end.
+    iterator erase(const_iterator first, const_iterator last) noexcept;
     void clear() noexcept;
+    void swap(ParameterMap& other) noexcept { std::swap(first_, other.first_); }
+    friend void swap(ParameterMap& a, ParameterMap& b) noexcept { a.swap(b); }
+
+    /// Whether both hold the same keys, in whatever order, with units and values that are the same and of one type.
+    bool operator==(const ParameterMap& other) const noexcept;
 
 private:
     /// The link that leads to the key's node, or the one at the end.
@@ -109,5 +147,21 @@ inline ParameterMap::iterator ParameterMap::begin() noexcept { return iterator(f
 inline ParameterMap::iterator ParameterMap::end() noexcept { return {}; }
 inline ParameterMap::const_iterator ParameterMap::begin() const noexcept { return const_iterator(first_); }
 inline ParameterMap::const_iterator ParameterMap::end() const noexcept { return {}; }
+inline ParameterMap::const_iterator ParameterMap::cbegin() const noexcept { return begin(); }
+inline ParameterMap::const_iterator ParameterMap::cend() const noexcept { return end(); }
+inline ParameterMap::iterator ParameterMap::erase(iterator position) noexcept {
+    return erase(const_iterator(position));
+}
+
+template <class... Args>
+std::pair<ParameterMap::iterator, bool> ParameterMap::try_emplace(std::string_view key, Args&&... args) {
+    const auto found = find(key);
+    if (found != end()) return {found, false};
+    return emplace(key, param_t{std::forward<Args>(args)...});
+}
+template <class Iterator>
+void ParameterMap::insert(Iterator first, Iterator last) {
+    for (; first != last; ++first) emplace(first->first, first->second);
+}
 
 }  // namespace tessel

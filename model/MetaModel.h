@@ -36,6 +36,7 @@ public:
     void build_exec(IExecModel* exec) override;
     result_t group_by_subsystem() noexcept override;
     result_t sort_by_zone() noexcept override;
+    PropertiesModel* own_properties() noexcept override { return properties.get(); }
 
     // The passes, in the order in which `compile` first calls them.
     result_t validate() noexcept;

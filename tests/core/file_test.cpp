@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <system_error>
+#include <thread>
 
 #include "tests/support/temp_folder.h"
 
@@ -56,6 +59,61 @@ TEST_F(FileTest, ALineOfAMegabyte) {
     File file(given(text + "\ny"), file_read);
     EXPECT_EQ(file.readline(), text + '\n');
     EXPECT_STREQ(file.readline(), "y");
+}
+
+TEST_F(FileTest, ReadsWhatIsLeftAtOnce) {
+    const std::string_view content("one\ntwo\0\nthree", 14);
+    EXPECT_EQ(File(given(content), file_read).read_rest(), content);
+    File file(given(content), file_read);
+    file.readline();
+    const std::string rest = file.read_rest(100);
+    EXPECT_EQ(rest, content.substr(4));
+    EXPECT_GE(rest.capacity(), rest.size() + 100);
+    EXPECT_EQ(file.read_rest(), "");
+    EXPECT_EQ(File(given(""), file_read).read_rest(), "");
+}
+
+TEST_F(FileTest, ReadingAllEndsAtTheSizeThatTheFileHad) {
+    const auto path = given("first");
+    File file(path, file_read);
+    File(path, file_append).print(" second");
+    EXPECT_EQ(file.read_rest(), "first");
+    // tells the size 0 and goes on for as long as the process has memory
+    const std::filesystem::path endless = "/proc/self/pagemap";
+    if (std::filesystem::exists(endless)) {
+        EXPECT_EQ(File(endless, file_read).read_rest(), "");
+    }
+}
+
+TEST_F(FileTest, AFileThatHasShrunkIsReadToItsEnd) {
+    const auto path = given("first second");
+    File file(path, file_read);
+    std::filesystem::resize_file(path, 5);
+    EXPECT_EQ(file.read_rest(), "first");
+}
+
+TEST_F(FileTest, APipeIsReadToItsEnd) {
+    const std::string text(300'000, 'x');
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    std::thread writer([&text, end = ends[1]] {
+        EXPECT_EQ(::write(end, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+        ::close(end);
+    });
+    EXPECT_EQ(File("/dev/fd/" + std::to_string(ends[0]), file_read).read_rest(), text);
+    writer.join();
+    ::close(ends[0]);
+}
+
+TEST_F(FileTest, WhatHasNoEndIsRefused) {
+    if (!std::filesystem::exists("/dev/zero")) GTEST_SKIP() << "no device without an end";
+    File file("/dev/zero", file_read);
+    try {
+        file.read_rest();
+        FAIL();
+    } catch (const std::system_error& error) {
+        EXPECT_STREQ(error.what(), "cannot read '/dev/zero': File too large");
+    }
 }
 
 TEST_F(FileTest, CreateReplacesWhatWasThere) {
@@ -121,6 +179,7 @@ TEST_F(FileTest, OpeningFailureNamesTheFile) {
 TEST_F(FileTest, AFolderCannotBeRead) {
     File file(folder, file_read);
     EXPECT_THROW(file.readline(), std::system_error);
+    EXPECT_THROW(file.read_rest(), std::system_error);
 }
 
 TEST_F(FileTest, AFileOpenForWritingCannotBeRead) {

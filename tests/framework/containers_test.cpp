@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -18,6 +19,17 @@ namespace tessel {
 namespace {
 
 using testing::ElementsAre;
+
+/// What a map says of a key that is not there.
+template <class Map, class Key>
+std::string missing(Map& map, const Key& key) {
+    try {
+        map.at(key);
+    } catch (const std::out_of_range& error) {
+        return error.what();
+    }
+    return "found";
+}
 
 std::vector<std::string> keys_of(const ParameterMap& map) {
     std::vector<std::string> keys;
@@ -41,8 +53,8 @@ TEST(ParameterMap, IsFoundByKeyAndWalkedInTheOrderOfInsertion) {
     EXPECT_TRUE(map.contains("fall"));
     EXPECT_FALSE(map.contains("fal"));
     EXPECT_EQ(map.find(""), map.end());
-    EXPECT_THROW(map.at("none"), std::out_of_range);
-    EXPECT_THROW(std::as_const(map).at("none"), std::out_of_range);
+    EXPECT_EQ(missing(map, "none"), "invalid unordered_map<K, T> key");
+    EXPECT_EQ(missing(std::as_const(map), "none"), "invalid unordered_map<K, T> key");
     EXPECT_EQ(map.size(), 2u);
 }
 
@@ -95,6 +107,79 @@ TEST(ParameterMap, ErasesOneKey) {
     EXPECT_THAT(keys_of(map), ElementsAre("d"));
     map.clear();
     EXPECT_EQ(map.size(), 0u);
+}
+
+TEST(ParameterMap, AddsOnlyWhatIsNotThere) {
+    ParameterMap map;
+    const auto [added, is_new] = map.emplace("a", param_t{" [sec]", 1});
+    EXPECT_TRUE(is_new);
+    EXPECT_EQ(added->first, "a");
+    const auto again = map.emplace("a", param_t{"", 2});
+    EXPECT_FALSE(again.second);
+    EXPECT_EQ(again.first, added);
+    EXPECT_FALSE(map.try_emplace("a", "", 3).second);
+    EXPECT_FALSE(map.insert({"a", {"", 4}}).second);
+    EXPECT_EQ(map.at("a").value.payload<int>(), 1);
+    EXPECT_TRUE(map.try_emplace("b").second);
+    EXPECT_TRUE(map.at("b").value.type() == type_unknown);
+    EXPECT_TRUE(map.insert({"c", {"", "text"}}).second);
+    map.insert({{"c", {"", 5}}, {"d", {"", 6}}});
+    EXPECT_STREQ(map.at("c").value.text(), "text");
+    const ParameterMap more{{"d", {"", 7}}, {"e", {"", 8}}};
+    map.insert(more.begin(), more.end());
+    EXPECT_THAT(keys_of(map), ElementsAre("a", "b", "c", "d", "e"));
+    EXPECT_EQ(map.at("d").value.payload<int>(), 6);
+}
+
+TEST(ParameterMap, InsertOrAssignReplaces) {
+    ParameterMap map;
+    EXPECT_TRUE(map.insert_or_assign("a", {"", 1}).second);
+    const auto [place, is_new] = map.insert_or_assign("a", {" [hz]", 2});
+    EXPECT_FALSE(is_new);
+    EXPECT_EQ(place, map.find("a"));
+    EXPECT_STREQ(map.at("a").suffix, " [hz]");
+    EXPECT_EQ(map.at("a").value.payload<int>(), 2);
+    EXPECT_EQ(map.size(), 1u);
+}
+
+TEST(ParameterMap, CountsAndRanges) {
+    ParameterMap map{{"a", {"", 1}}, {"b", {"", 2}}};
+    EXPECT_EQ(map.count("a"), 1u);
+    EXPECT_EQ(map.count("z"), 0u);
+    const auto [first, last] = map.equal_range("a");
+    EXPECT_EQ(first, map.find("a"));
+    EXPECT_EQ(last, map.find("b"));
+    const auto none = std::as_const(map).equal_range("z");
+    EXPECT_EQ(none.first, map.cend());
+    EXPECT_EQ(none.second, map.cend());
+    EXPECT_EQ(std::distance(map.cbegin(), map.cend()), 2);
+}
+
+TEST(ParameterMap, ErasesAtAPlaceAndOverARange) {
+    ParameterMap map{{"a", {"", 1}}, {"b", {"", 2}}, {"c", {"", 3}}, {"d", {"", 4}}};
+    const auto next = map.erase(map.find("b"));
+    EXPECT_EQ(next, map.find("c"));
+    EXPECT_EQ(map.erase(map.cbegin(), map.find("d")), map.find("d"));
+    EXPECT_THAT(keys_of(map), ElementsAre("d"));
+    EXPECT_EQ(map.erase(map.begin()), map.end());
+    EXPECT_TRUE(map.empty());
+}
+
+TEST(ParameterMap, SwapsAndCompares) {
+    ParameterMap a{{"a", {" [sec]", 1}}, {"b", {"", "x"}}};
+    ParameterMap b{{"b", {"", "x"}}, {"a", {" [sec]", 1}}};
+    EXPECT_TRUE(a == b);
+    b["a"].value = 1.0;
+    EXPECT_FALSE(a == b) << "of another type";
+    b["a"] = {"", 1};
+    EXPECT_FALSE(a == b) << "of another unit";
+    ParameterMap empty;
+    swap(a, empty);
+    EXPECT_TRUE(a.empty());
+    EXPECT_THAT(keys_of(empty), ElementsAre("a", "b"));
+    EXPECT_FALSE(a == empty);
+    a.swap(empty);
+    EXPECT_EQ(a.size(), 2u);
 }
 
 TEST(ParameterMap, KeysOwnTheirText) {
@@ -151,7 +236,8 @@ TEST(EnableMapContainer, AgreesWithTheStandardsMap) {
                         ASSERT_EQ(std::as_const(map).find(id)->second, model.at(id));
                     } else {
                         ASSERT_EQ(map.find(id), map.end());
-                        ASSERT_THROW(map.at(id), std::out_of_range);
+                        ASSERT_EQ(missing(map, id), "invalid unordered_map<K, T> key");
+                        ASSERT_EQ(missing(std::as_const(map), id), "invalid unordered_map<K, T> key");
                     }
             }
             ASSERT_EQ(map.size(), model.size());
@@ -206,6 +292,58 @@ TEST(EnableMapContainer, EqualityLooksAtEntriesNotAtTheirOrder) {
     b[7] = {2, 3};
     EXPECT_FALSE(a == b);
     EXPECT_TRUE(EnableMap() == EnableMap());
+}
+
+TEST(EnableMapContainer, AddsOnlyWhatIsNotThere) {
+    EnableMap map{{1, {2, 3}}, {1, {4, 5}}, {6, {7, 8}}};
+    EXPECT_EQ(map.size(), 2u);
+    EXPECT_EQ(map.at(1), EnableMap::mapped_type(2, 3));
+    EXPECT_FALSE(map.emplace(std::piecewise_construct, std::tuple(1u), std::tuple(9u, 9u)).second);
+    EXPECT_TRUE(map.emplace(std::pair(9u, std::pair(1u, 2u))).second);
+    EXPECT_FALSE(map.try_emplace(6, 1u, 1u).second);
+    EXPECT_TRUE(map.try_emplace(7).second);
+    EXPECT_EQ(map.at(7), EnableMap::mapped_type(0, 0));
+    EXPECT_FALSE(map.insert({7, {1, 1}}).second);
+    const EnableMap more(map.begin(), map.end());
+    EXPECT_TRUE(more == map);
+    const auto [place, is_new] = map.insert_or_assign(6, {5, 5});
+    EXPECT_FALSE(is_new);
+    EXPECT_EQ(place, map.find(6));
+    EXPECT_EQ(place->second, EnableMap::mapped_type(5, 5));
+    EXPECT_TRUE(map.insert_or_assign(10, {1, 0}).second);
+    EXPECT_EQ(map.count(10), 1u);
+    EXPECT_EQ(map.count(11), 0u);
+    EXPECT_GT(map.max_size(), 4'000'000'000u);
+}
+
+TEST(EnableMapContainer, RangesAndPlaces) {
+    EnableMap map;
+    for (std::uint64_t id = 0; id < 100; ++id) map[id] = {id, 0};
+    const auto [first, last] = map.equal_range(5);
+    EXPECT_EQ(last - first, 1);
+    EXPECT_EQ(first->first, 5u);
+    const auto none = std::as_const(map).equal_range(500);
+    EXPECT_EQ(none.first, map.cend());
+    EXPECT_EQ(none.second, map.cend());
+    for (auto i = map.begin(); i != map.end();) i = i->first % 3 == 0 ? map.erase(i) : i + 1;
+    EXPECT_EQ(map.size(), 66u);
+    for (std::uint64_t id = 0; id < 100; ++id) EXPECT_EQ(map.contains(id), id % 3 != 0);
+    const auto behind = map.erase(map.cbegin() + 10, map.cend() - 10);
+    EXPECT_EQ(behind, map.begin() + 10);
+    EXPECT_EQ(map.size(), 20u);
+    for (const auto& [id, enables] : map) EXPECT_EQ(map.at(id).first, id);
+}
+
+TEST(EnableMapContainer, Swaps) {
+    EnableMap a{{1, {2, 3}}}, b;
+    swap(a, b);
+    EXPECT_TRUE(a.empty());
+    EXPECT_FALSE(a.contains(1));
+    EXPECT_EQ(b.at(1), EnableMap::mapped_type(2, 3));
+    a[4] = {1, 1};
+    b.swap(a);
+    EXPECT_TRUE(a.contains(1));
+    EXPECT_TRUE(b.contains(4));
 }
 
 TEST(EnableMapContainer, CopiesAreIndependent) {

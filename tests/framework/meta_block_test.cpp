@@ -102,6 +102,9 @@ TEST_F(MetaBlockTest, IdentityComesFromTheProperties) {
     EXPECT_EQ(properties->name, "other");
     EXPECT_EQ(properties->path, "mainsys.p");
     EXPECT_EQ(properties->python_path, "mainsys.q");
+    const IMetaBlock& through = block;
+    EXPECT_EQ(through.path(), "mainsys.p");
+    EXPECT_EQ(through.python_path(), "mainsys.q");
     EXPECT_EQ(properties->parent, 9u);
 }
 

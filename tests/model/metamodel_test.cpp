@@ -163,10 +163,6 @@ public:
     iterator begin() noexcept override { return list.begin(); }
     iterator end() noexcept override { return list.end(); }
     result_t run() noexcept override { return result_ok; }
-    void bind() override {}
-    void set_monitor(RunMonitor*) noexcept override {}
-    void set_engine(engine_t) noexcept override {}
-    void attach(std::vector<attachment_t>) override {}
 
     std::vector<std::string> calls;
     std::vector<std::unique_ptr<ExecBlock>> list;

@@ -44,8 +44,6 @@ public:
 
     result_t base_type() { return MetaBlock::calculate_type(); }
     void set_zone(std::int32_t zone) { zone_ = zone; }
-    const std::string& path() const { return properties_->path; }
-    const std::string& python_path() const { return properties_->python_path; }
 
     std::optional<std::int32_t> fixed_zone;
     std::function<result_t(TestBlock&)> type_rule;
