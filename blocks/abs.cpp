@@ -9,7 +9,7 @@
 #include <cmath>
 
 #include "blocks/unary.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -44,8 +44,19 @@ public:
     }
 };
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::c, not_compiled, nullptr, "its text calls std::abs, which C does not have"},
+};
+
+constexpr block_traits_t traits{
+    .caption = "|u|",
+    .everyday = {"absolute value", "magnitude", "fabs"},
+    .text = {.notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t abs_entry{create_block<Abs>, table};
+extern const block_entry_t abs_entry{create_block<Abs>, table, traits};
 
 }  // namespace tessel

@@ -7,7 +7,8 @@
 // Output     0: y                                  type of u
 // State      the output                            y as above; 0 at the head of a run
 #include "blocks/arithmetic.h"
-#include "framework/entries.h"
+#include "blocks/occasions.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -75,8 +76,26 @@ public:
     }
 };
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::c, differs, &of_bool, number_not_truth},
+    {dialect_t::python, not_parsed, &inside_subsystem, "its initialisation is indented by its tier"},
+};
+
+constexpr block_traits_t traits{
+    .family = family_t::state,
+    .input_count = 3,
+    .inputs = {{.name = "u", .label = "u"},
+               {.name = "reset value", .label = "set"},
+               {.name = "reset", .label = "reset"}},
+    .caption = "\xCE\xA3",
+    .large_caption = true,
+    .everyday = {"accumulator", "running sum", "cumulative sum", "integrator", "counter"},
+    .text = {.tests_truth = true, .notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t acc_entry{create_block<Acc>, table};
+extern const block_entry_t acc_entry{create_block<Acc>, table, traits};
 
 }  // namespace tessel

@@ -7,7 +7,8 @@
 // Output     0: y                                highest type among the inputs; narrow integers wrap, bool is "not 0"
 // State      none
 #include "blocks/arithmetic.h"
-#include "framework/entries.h"
+#include "blocks/occasions.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -42,8 +43,24 @@ public:
     result_t code_step_py(sys::File& file, const char* prefix) override { return write_terms_py(file, prefix, " +"); }
 };
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::c, differs, &of_bool, number_not_truth},
+    {dialect_t::both, differs, &of_three_floats, from_the_left},
+};
+
+constexpr block_traits_t traits{
+    .input_count = as_given,
+    .inputs = {{.name = "u0", .label = "+"}, {.name = "u1", .label = "+"}, {.name = "u2", .label = "+"}},
+    .outline = outline_t::sum,
+    .caption = "\xCE\xA3",
+    .large_caption = true,
+    .everyday = {"sum", "plus", "adder", "addition", "summing junction"},
+    .text = {.notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t add_entry{create_block<Add>, table};
+extern const block_entry_t add_entry{create_block<Add>, table, traits};
 
 }  // namespace tessel

@@ -7,8 +7,9 @@
 // State      none
 #include <cmath>
 
+#include "blocks/occasions.h"
 #include "blocks/unary.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -43,8 +44,18 @@ public:
     }
 };
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::c, differs, &of_flt32, in_double},
+};
+
+constexpr block_traits_t traits{
+    .everyday = {"arctan", "arc tangent", "inverse tangent"},
+    .text = {.notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t atan_entry{create_block<Atan>, table};
+extern const block_entry_t atan_entry{create_block<Atan>, table, traits};
 
 }  // namespace tessel

@@ -10,7 +10,7 @@
 //                      is flt64
 // State      none
 #include "blocks/table.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -31,6 +31,28 @@ type_t type_named(std::uint32_t hash) noexcept {
     }
 }
 
+// ---- parameters
+constexpr parameter_traits_t parameters[] = {
+    {
+        .key = "type",
+        .meaning = "type in which the next block reads the signal",
+        .value = "flt64",
+        .content = content_t::word,
+        .words = {{"bool", "bool"},
+                  {"int8", "int8"},
+                  {"uint8", "uint8"},
+                  {"int16", "int16"},
+                  {"uint16", "uint16"},
+                  {"int32", "int32"},
+                  {"uint32", "uint32"},
+                  {"int64", "int64"},
+                  {"uint64", "uint64"},
+                  {"flt32", "flt32"},
+                  {"flt64", "flt64"}},
+        .everyday = {"to", "data type", "output type"},
+    },
+};
+
 // ---- design level: type rule; no runnable, no text
 class Cast final : public MetaBlock {
 public:
@@ -48,8 +70,17 @@ public:
     std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
 };
 
+// ---- what others know of it
+constexpr block_traits_t traits{
+    .family = family_t::structure,
+    .parameters = parameters,
+    .caption = "{type}",
+    .everyday = {"convert", "conversion", "type conversion", "data type conversion", "typecast"},
+    .text = {.silent = true},
+};
+
 }  // namespace
 
-const block_entry_t cast_entry{create_block<Cast>, {}};
+extern const block_entry_t cast_entry{create_block<Cast>, {}, traits};
 
 }  // namespace tessel

@@ -7,9 +7,10 @@
 // Inputs     0: u   1: lo   2: hi                u of any type; bounds of any type not ranked above it, converted to it
 // Output     0: y                                type of u
 // State      none
+#include "blocks/occasions.h"
 #include "blocks/table.h"
 #include "core/convert.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -59,8 +60,26 @@ public:
     }
 };
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::c, differs, &of_mixed_types,
+     "value and bounds meet in C's common type; a run converts the bounds first"},
+    {dialect_t::python, differs, nullptr,
+     "a value above both bounds gives the lower one where that is above the upper, and not-a-number gives the lower "
+     "bound"},
+};
+
+constexpr block_traits_t traits{
+    .family = family_t::table,
+    .input_count = 3,
+    .inputs = {{.name = "u", .label = "u"}, {.name = "lo", .label = "lo"}, {.name = "hi", .label = "hi"}},
+    .icon = icon_t::limits,
+    .everyday = {"saturation", "saturate", "limit", "limiter", "bound"},
+    .text = {.notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t clamp_entry{create_block<Clamp>, table};
+extern const block_entry_t clamp_entry{create_block<Clamp>, table, traits};
 
 }  // namespace tessel

@@ -14,14 +14,15 @@ class CoefficientBlock : public ParameterBlock {
 public:
     using ParameterBlock::ParameterBlock;
 
-    result_t calculate_type() override {
-        const result_t result = read_each({{"coeffA", "_coeff_a", &coeff_a_}, {"coeffB", "_coeff_b", &coeff_b_}});
+protected:
+    /// The type rule, with the parameters of the class, first "coeffA".
+    result_t type_by(std::span<const parameter_traits_t, 2> parameters) {
+        const result_t result = read_each({{parameters[0], &coeff_a_}, {parameters[1], &coeff_b_}});
         if (result != result_ok) return result;
         outputs_[0].set_type_if_unset(type_flt64);
         return MetaBlock::calculate_type();
     }
 
-protected:
     coefficients_t coefficients() const noexcept { return {double(coeff_a_), double(coeff_b_)}; }
 
 private:

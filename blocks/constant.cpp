@@ -11,7 +11,7 @@
 #include "blocks/parameters.h"
 #include "blocks/table.h"
 #include "core/python.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -56,6 +56,17 @@ void configure_typed(ExecBlock& exec, type_t type, const var_t& value, type_list
     static_cast<void>(((type == type_of<T> && configure_as<T>(exec, value)) || ...));
 }
 
+// ---- parameters
+constexpr parameter_traits_t parameters[] = {
+    {
+        .key = "expression",
+        .meaning = "the value",
+        .value = "1.0",
+        .pasted = true,
+        .everyday = {"value", "constant", "number"},
+    },
+};
+
 // ---- design level: type rule, runnable, generated text
 class Constant final : public SourceBlock {
 public:
@@ -64,7 +75,7 @@ public:
     const char* class_name() const noexcept override { return "constant"; }
 
     result_t calculate_type() override {
-        const result_t result = read_alike({{"expression", "", &value_}});
+        const result_t result = read_alike({{parameters[0], &value_}});
         type_output(value_.type());
         return result;
     }
@@ -89,8 +100,21 @@ private:
     var_t value_;
 };
 
+// ---- what others know of it
+constexpr block_traits_t traits{
+    .family = family_t::source,
+    .input_count = 0,
+    .inputs = {},
+    .parameters = parameters,
+    .first_decides = true,
+    .steps_first = true,
+    .caption = "{expression}",
+    .everyday = {"const", "value", "number", "literal"},
+    .text = {.silent = true},
+};
+
 }  // namespace
 
-const block_entry_t constant_entry{create_block<Constant>, table};
+extern const block_entry_t constant_entry{create_block<Constant>, table, traits};
 
 }  // namespace tessel

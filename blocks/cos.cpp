@@ -7,8 +7,9 @@
 // State      none
 #include <cmath>
 
+#include "blocks/occasions.h"
 #include "blocks/unary.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -43,8 +44,19 @@ public:
     }
 };
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::c, differs, &of_flt32, in_double},
+    {dialect_t::python, differs, nullptr, infinity_raises},
+};
+
+constexpr block_traits_t traits{
+    .everyday = {"cosine"},
+    .text = {.notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t cos_entry{create_block<Cos>, table};
+extern const block_entry_t cos_entry{create_block<Cos>, table, traits};
 
 }  // namespace tessel

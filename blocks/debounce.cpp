@@ -16,7 +16,7 @@
 #include "blocks/stateful.h"
 #include "blocks/text.h"
 #include "core/convert.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -98,6 +98,30 @@ constexpr auto fall_table = kernel_table<DelayFall, value_types>();
 constexpr auto both_table = kernel_table<DelayBoth, value_types>();
 static_assert(rise_table.size() == 11 && fall_table.size() == 11 && both_table.size() == 11);
 
+// ---- parameters
+constexpr parameter_traits_t parameters[] = {
+    {
+        .key = "fall",
+        .meaning = "time for which the input must be false before the output falls",
+        .value = "1",
+        .scope = "_fall",
+        .unit = seconds,
+        .pasted = true,
+        .six_digits = true,
+        .everyday = {"off delay", "fall time", "fall delay", "off"},
+    },
+    {
+        .key = "rise",
+        .meaning = "time for which the input must be true before the output rises",
+        .value = "1",
+        .scope = "_rise",
+        .unit = seconds,
+        .pasted = true,
+        .six_digits = true,
+        .everyday = {"on delay", "rise time", "rise delay", "on", "delay"},
+    },
+};
+
 // ---- design level: type rule, runnable, generated text
 class Debounce final : public ParameterBlock {
 public:
@@ -106,7 +130,7 @@ public:
     const char* class_name() const noexcept override { return "debounce"; }
 
     result_t calculate_type() override {
-        const result_t result = read_alike({{"fall", "_fall", &fall_}, {"rise", "_rise", &rise_}});
+        const result_t result = read_alike({{parameters[0], &fall_}, {parameters[1], &rise_}});
         return result != result_ok ? result : MetaBlock::calculate_type();
     }
 
@@ -206,8 +230,25 @@ private:
     var_t rise_;
 };
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::c, differs, nullptr, "the output falls without delay, and starts as whatever the memory holds"},
+    {dialect_t::python, differs, nullptr, "the output falls without delay"},
+};
+
+constexpr block_traits_t traits{
+    .family = family_t::state,
+    .output_type = type_bool,
+    .parameters = parameters,
+    .first_decides = true,
+    .asks_each_time = true,
+    .icon = icon_t::delays,
+    .everyday = {"on delay", "off delay", "timer", "delay timer", "switch filter"},
+    .text = {.tests_truth = true, .notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t debounce_entry{create_block<Debounce>, rise_table};
+extern const block_entry_t debounce_entry{create_block<Debounce>, rise_table, traits};
 
 }  // namespace tessel

@@ -6,8 +6,9 @@
 // Output     0: y      type of u
 // State      last      y = u - last, then last = u; 0 at creation, kept from run to run
 #include "blocks/arithmetic.h"
+#include "blocks/occasions.h"
 #include "blocks/text.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -84,8 +85,22 @@ public:
     }
 };
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::c, differs, &of_bool, number_not_truth},
+    {dialect_t::python, not_run, nullptr, "its class is defined as debounce_t and made as delta_t"},
+};
+
+constexpr block_traits_t traits{
+    .family = family_t::state,
+    .caption = "\xCE\x94",
+    .large_caption = true,
+    .everyday = {"difference", "backward difference", "diff", "change", "derivative"},
+    .text = {.notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t delta_entry{create_block<DeltaBlock>, table};
+extern const block_entry_t delta_entry{create_block<DeltaBlock>, table, traits};
 
 }  // namespace tessel

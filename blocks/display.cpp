@@ -4,7 +4,8 @@
 // Outputs    none
 // State      none
 #include "blocks/hold.h"
-#include "framework/entries.h"
+#include "blocks/occasions.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -49,8 +50,26 @@ result_t Display::code_step_py(sys::File& file, const char* prefix) {
     return result_ok;
 }
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::c, differs, &behind_wide_integer, "it prints the lower 32 bits"},
+    {dialect_t::c, differs, &behind_float_cast,
+     "the conversion letter is that of the input's type, which the variable does not have: what is printed is "
+     "arbitrary"},
+};
+
+constexpr block_traits_t traits{
+    .family = family_t::sink,
+    .output_count = 0,
+    .outputs = {},
+    .outline = outline_t::screen,
+    .caption = "",
+    .everyday = {"scope", "show", "print", "indicator", "gauge"},
+    .text = {.quotes_name = true, .prints_name = true, .notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t display_entry{create_block<Display>, table};
+extern const block_entry_t display_entry{create_block<Display>, table, traits};
 
 }  // namespace tessel

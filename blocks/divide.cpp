@@ -9,7 +9,8 @@
 //
 // The lowest int32 or int64 over -1 is the processor's divide fault and ends the process.
 #include "blocks/arithmetic.h"
-#include "framework/entries.h"
+#include "blocks/occasions.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -48,8 +49,26 @@ public:
     result_t code_step_py(sys::File& file, const char* prefix) override { return write_terms_py(file, prefix, " /"); }
 };
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::c, differs, &of_integers, zero_faults},
+    {dialect_t::c, differs, &of_bool, number_not_truth},
+    {dialect_t::python, differs, &of_integers, "the quotient keeps its fraction; a run truncates it"},
+    {dialect_t::python, differs, nullptr, zero_raises},
+};
+
+constexpr block_traits_t traits{
+    .input_count = 2,
+    .inputs = {{.name = "u0", .label = "\xC3\x97"}, {.name = "u1", .label = "\xC3\xB7"}},
+    .fault = fault_t::lowest_by_minus_1,
+    .caption = "\xC3\xB7",
+    .large_caption = true,
+    .everyday = {"division", "quotient", "ratio", "over"},
+    .text = {.integer_quotient = true, .notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t divide_entry{create_block<Divide>, table};
+extern const block_entry_t divide_entry{create_block<Divide>, table, traits};
 
 }  // namespace tessel

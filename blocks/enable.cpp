@@ -9,7 +9,7 @@
 //
 // Generated code tests the source of u around the subsystem's blocks; the block itself writes nothing.
 #include "blocks/hold.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -33,8 +33,18 @@ result_t Enable::calculate_type() {
     return result_ok;
 }
 
+// ---- what others know of it
+constexpr block_traits_t traits{
+    .family = family_t::structure,
+    .output_count = as_given,
+    .outputs = {},
+    .icon = icon_t::pulse,
+    .everyday = {"gate", "trigger", "enabled subsystem", "activate"},
+    .text = {.silent = true},
+};
+
 }  // namespace
 
-const block_entry_t enable_entry{create_block<Enable>, table};
+extern const block_entry_t enable_entry{create_block<Enable>, table, traits};
 
 }  // namespace tessel

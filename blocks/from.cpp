@@ -6,10 +6,21 @@
 // Parameters target          the name that joins the pair
 // State      none
 #include "framework/MetaBlock.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
+
+// ---- parameters
+constexpr parameter_traits_t parameters[] = {
+    {
+        .key = "target",
+        .meaning = "name that joins the pair",
+        .value = "",
+        .content = content_t::label,
+        .everyday = {"tag", "label", "signal"},
+    },
+};
 
 class From final : public MetaBlock {
 public:
@@ -26,8 +37,21 @@ std::int8_t From::calculate_zone() noexcept {
     return 0;
 }
 
+// ---- what others know of it
+constexpr block_traits_t traits{
+    .family = family_t::structure,
+    .input_count = 0,
+    .inputs = {},
+    .parameters = parameters,
+    .steps_first = true,
+    .outline = outline_t::from_tag,
+    .caption = "[{target}]",
+    .everyday = {"receive", "from tag", "tag in"},
+    .text = {.silent = true},
+};
+
 }  // namespace
 
-const block_entry_t from_entry{create_block<From>, {}};
+extern const block_entry_t from_entry{create_block<From>, {}, traits};
 
 }  // namespace tessel

@@ -14,7 +14,7 @@
 #include "blocks/table.h"
 #include "core/convert.h"
 #include "core/python.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -49,6 +49,17 @@ struct Playback {
 // ---- run time
 constexpr auto table = kernel_table<Playback, value_types>();
 static_assert(table.size() == 11);
+
+// ---- parameters
+constexpr parameter_traits_t parameters[] = {
+    {
+        .key = "expression",
+        .meaning = "names the series in the workspace",
+        .value = "",
+        .content = content_t::series,
+        .everyday = {"variable", "series", "data", "name"},
+    },
+};
 
 // ---- design level: type rule, runnable
 class FromWorkspace final : public MetaBlock {
@@ -95,8 +106,25 @@ std::unique_ptr<ExecBlock> FromWorkspace::create_exec() {
     return exec;
 }
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::both, differs, nullptr, "it writes no code: its output stays what it was at the start"},
+};
+
+constexpr block_traits_t traits{
+    .family = family_t::source,
+    .input_count = 0,
+    .inputs = {},
+    .parameters = parameters,
+    .typed_as = type_flt64,
+    .steps_first = true,
+    .caption = "{expression}",
+    .everyday = {"playback", "replay", "time series", "workspace signal", "from file"},
+    .text = {.silent = true, .notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t from_workspace_entry{create_block<FromWorkspace>, table};
+extern const block_entry_t from_workspace_entry{create_block<FromWorkspace>, table, traits};
 
 }  // namespace tessel

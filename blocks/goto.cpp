@@ -6,10 +6,21 @@
 // Parameters target          the name that joins the pair
 // State      none
 #include "framework/MetaBlock.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
+
+// ---- parameters
+constexpr parameter_traits_t parameters[] = {
+    {
+        .key = "target",
+        .meaning = "name that joins the pair",
+        .value = "",
+        .content = content_t::label,
+        .everyday = {"tag", "label", "signal"},
+    },
+};
 
 class Goto final : public MetaBlock {
 public:
@@ -19,8 +30,20 @@ public:
     std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
 };
 
+// ---- what others know of it
+constexpr block_traits_t traits{
+    .family = family_t::structure,
+    .output_count = 0,
+    .outputs = {},
+    .parameters = parameters,
+    .outline = outline_t::goto_tag,
+    .caption = "[{target}]",
+    .everyday = {"send", "goto tag", "tag out"},
+    .text = {.silent = true},
+};
+
 }  // namespace
 
-const block_entry_t goto_entry{create_block<Goto>, {}};
+extern const block_entry_t goto_entry{create_block<Goto>, {}, traits};
 
 }  // namespace tessel

@@ -9,11 +9,12 @@
 // Parameters valueOff       converted to the type of u
 //            valueOn        likewise
 // State      state          as above; y = state; false at creation, kept from run to run
+#include "blocks/occasions.h"
 #include "blocks/parameters.h"
 #include "blocks/stateful.h"
 #include "blocks/text.h"
 #include "core/convert.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -49,6 +50,28 @@ struct Switch {
 constexpr auto table = kernel_table<Switch, value_types>();
 static_assert(table.size() == 11);
 
+// ---- parameters
+constexpr parameter_traits_t parameters[] = {
+    {
+        .key = "valueOff",
+        .meaning = "below this the output becomes false",
+        .value = "0.0",
+        .scope = "_off",
+        .pasted = true,
+        .six_digits = true,
+        .everyday = {"off", "low", "lower", "off threshold"},
+    },
+    {
+        .key = "valueOn",
+        .meaning = "above this the output becomes true",
+        .value = "1.0",
+        .scope = "_on",
+        .pasted = true,
+        .six_digits = true,
+        .everyday = {"on", "high", "upper", "on threshold"},
+    },
+};
+
 // ---- design level: type rule, runnable, generated text
 class Hysteresis final : public ParameterBlock {
 public:
@@ -57,7 +80,7 @@ public:
     const char* class_name() const noexcept override { return "hysteresis"; }
 
     result_t calculate_type() override {
-        const result_t result = read_alike({{"valueOff", "_off", &value_off_}, {"valueOn", "_on", &value_on_}});
+        const result_t result = read_alike({{parameters[0], &value_off_}, {parameters[1], &value_on_}});
         return result != result_ok ? result : MetaBlock::calculate_type();
     }
 
@@ -130,8 +153,25 @@ private:
     var_t value_on_;
 };
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::c, differs, &of_bool_input,
+     "input and thresholds are cut to a byte; a run takes every value but 0 as true"},
+};
+
+constexpr block_traits_t traits{
+    .family = family_t::state,
+    .output_type = type_bool,
+    .parameters = parameters,
+    .first_decides = true,
+    .asks_each_time = true,
+    .icon = icon_t::thresholds,
+    .everyday = {"relay", "schmitt trigger", "two point controller", "bang bang"},
+    .text = {.converts_in_c = true, .notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t hysteresis_entry{create_block<Hysteresis>, table};
+extern const block_entry_t hysteresis_entry{create_block<Hysteresis>, table, traits};
 
 }  // namespace tessel

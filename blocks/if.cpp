@@ -9,7 +9,7 @@
 //
 // Generated code names u2 for both choices.
 #include "blocks/table.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -44,8 +44,25 @@ public:
     }
 };
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::both, differs, nullptr, "it gives input 2 whatever the condition"},
+};
+
+constexpr block_traits_t traits{
+    .family = family_t::logic,
+    .input_count = 3,
+    .input_type = type_bool,
+    .inputs = {{.name = "condition", .label = "if"},
+               {.name = "then", .label = "then"},
+               {.name = "else", .label = "else"}},
+    .icon = icon_t::choice,
+    .everyday = {"if else", "ternary", "select", "conditional"},
+    .text = {.tests_truth = true, .notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t if_entry{create_block<If>, table};
+extern const block_entry_t if_entry{create_block<If>, table, traits};
 
 }  // namespace tessel

@@ -9,8 +9,9 @@
 //
 // Generated code reads the column of the data file that has the block's name, inside a subsystem too: what feeds the
 // block there is not used.
+#include "blocks/occasions.h"
 #include "blocks/pass_through.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -18,6 +19,17 @@ namespace {
 // ---- run time
 constexpr auto table = kernel_table<PassThrough, value_types>();
 static_assert(table.size() == 11);
+
+// ---- parameters
+constexpr parameter_traits_t parameters[] = {
+    {
+        .key = "portNumber",
+        .meaning = "the input of the enclosing subsystem that this block stands for",
+        .value = nullptr,
+        .content = content_t::port,
+        .everyday = {"port", "number", "index"},
+    },
+};
 
 // ---- design level: type rule, runnable, generated text
 class Inport final : public MetaBlock {
@@ -100,8 +112,27 @@ result_t Inport::code_step_py(sys::File& file, const char* prefix) {
     return result_ok;
 }
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::c, not_compiled, nullptr,
+     "its text uses the columns of the input file, which main.c alone declares, and returns a value from init"},
+    {dialect_t::python, not_run, nullptr,
+     "its text uses the columns of the input file, which main.py does not share with model.py"},
+    {dialect_t::both, differs, &inside_subsystem, reads_by_name},
+};
+
+constexpr block_traits_t traits{
+    .family = family_t::structure,
+    .inputs = {{.name = "u", .told_apart = true}},
+    .parameters = parameters,
+    .outline = outline_t::pill,
+    .caption = "{portNumber}",
+    .everyday = {"input", "in", "in port"},
+    .text = {.quotes_name = true, .notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t inport_entry{create_block<Inport>, table};
+extern const block_entry_t inport_entry{create_block<Inport>, table, traits};
 
 }  // namespace tessel

@@ -15,7 +15,7 @@
 #include "blocks/coefficients.h"
 #include "blocks/stateful.h"
 #include "core/convert.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -46,12 +46,33 @@ struct Between {
 constexpr auto table = kernel_table<Between, value_types>();
 static_assert(table.size() == 11);
 
+// ---- parameters
+constexpr parameter_traits_t parameters[] = {
+    {
+        .key = "coeffA",
+        .meaning = "output at 0",
+        .value = "0.0",
+        .scope = "_coeff_a",
+        .six_digits = true,
+        .everyday = {"from", "start", "a"},
+    },
+    {
+        .key = "coeffB",
+        .meaning = "output at 1",
+        .value = "2.0",
+        .scope = "_coeff_b",
+        .six_digits = true,
+        .everyday = {"to", "end", "b"},
+    },
+};
+
 // ---- design level: runnable, generated text
 class Lerp final : public CoefficientBlock {
 public:
     using CoefficientBlock::CoefficientBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("lerp"); }
     const char* class_name() const noexcept override { return "lerp"; }
+    result_t calculate_type() override { return type_by(parameters); }
 
     std::unique_ptr<ExecBlock> create_exec() override {
         const coefficients_t record = coefficients();
@@ -71,8 +92,23 @@ public:
     }
 };
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::both, differs, nullptr, "it is rounded more often than in a run, and not exact at the ends"},
+};
+
+constexpr block_traits_t traits{
+    .family = family_t::table,
+    .parameters = parameters,
+    .typed_as = type_flt64,
+    .asks_each_time = true,
+    .caption = "lerp {coeffA}\xE2\x80\xA6{coeffB}",
+    .everyday = {"linear interpolation", "interpolate", "blend", "mix"},
+    .text = {.notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t lerp_entry{create_block<Lerp>, table};
+extern const block_entry_t lerp_entry{create_block<Lerp>, table, traits};
 
 }  // namespace tessel

@@ -7,8 +7,9 @@
 // State      none
 #include <cmath>
 
+#include "blocks/occasions.h"
 #include "blocks/unary.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -43,8 +44,20 @@ public:
     }
 };
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::c, differs, &of_flt32, in_double},
+    {dialect_t::python, differs, nullptr, domain_raises},
+};
+
+constexpr block_traits_t traits{
+    .caption = "ln",
+    .everyday = {"ln", "logarithm", "natural logarithm"},
+    .text = {.notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t log_entry{create_block<Log>, table};
+extern const block_entry_t log_entry{create_block<Log>, table, traits};
 
 }  // namespace tessel

@@ -7,8 +7,9 @@
 // Output     0: y                                bool
 // Parameters operator: "and", "or", "nand" or "nor"
 // State      none
+#include "blocks/occasions.h"
 #include "blocks/table.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -57,6 +58,18 @@ constexpr operator_t operators[] = {
     {class_hash_of("or"), "||", "or", false, Combine<Or, false>::table},
     {class_hash_of("nand"), "&&", "and", true, Combine<And, true>::table},
     {class_hash_of("nor"), "||", "or", true, Combine<Or, true>::table},
+};
+
+// ---- parameters
+constexpr parameter_traits_t parameters[] = {
+    {
+        .key = "operator",
+        .meaning = "how the conditions are combined",
+        .value = "and",
+        .content = content_t::word,
+        .words = {{"and", "AND"}, {"or", "OR"}, {"nand", "NAND"}, {"nor", "NOR"}},
+        .everyday = {"op", "function", "gate"},
+    },
 };
 
 // ---- design level: type rule, runnable, generated text
@@ -119,9 +132,25 @@ result_t Logical::code_step_py(sys::File& file, const char* prefix) {
     return result_ok;
 }
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::python, not_parsed, &of_two_or_more, "its operators stand directly behind the operands"},
+};
+
+constexpr block_traits_t traits{
+    .family = family_t::logic,
+    .input_count = as_given,
+    .output_type = type_bool,
+    .inputs = {{"u0"}, {"u1"}, {"u2"}, {"u3"}, {"u4"}, {"u5"}, {"u6"}, {"u7"}},
+    .parameters = parameters,
+    .caption = "{operator}",
+    .everyday = {"and", "or", "nand", "nor", "logic gate", "boolean"},
+    .text = {.tests_truth = true, .notes = notes},
+};
+
 }  // namespace
 
 // every operator accepts the same counts
-const block_entry_t logical_entry{create_block<Logical>, operators[0].table};
+extern const block_entry_t logical_entry{create_block<Logical>, operators[0].table, traits};
 
 }  // namespace tessel

@@ -6,6 +6,7 @@
 
 #include "core/python.h"
 #include "framework/MetaBlock.h"
+#include "framework/entry.h"
 
 namespace tessel {
 
@@ -15,9 +16,10 @@ public:
     using MetaBlock::MetaBlock;
 
 protected:
-    /// Evaluates the list of a parameter under the block's path with `scope` behind it.
-    result_t evaluate_list(const char* key, const char* scope, python::var_array_t& list) {
-        return python::wrap()->evaluate_array(properties_->python_path + scope, param_text(key), list);
+    /// Evaluates the list of a parameter.
+    result_t evaluate_list(const parameter_traits_t& parameter, python::var_array_t& list) {
+        return python::wrap()->evaluate_array(properties_->python_path + parameter.scope, param_text(parameter.key),
+                                              list);
     }
     static void append(std::vector<double>& values, const python::var_array_t& list) {
         for (const var_t& value : list.values) values.push_back(double(value));

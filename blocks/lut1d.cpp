@@ -17,7 +17,7 @@
 #include "blocks/text.h"
 #include "core/convert.h"
 #include "core/num.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -71,6 +71,31 @@ struct Lookup1d {
 // ---- run time
 constexpr auto table = kernel_table<Lookup1d, value_types>();
 static_assert(table.size() == 11);
+
+// ---- parameters
+constexpr parameter_traits_t parameters[] = {
+    {
+        .key = "bp1",
+        .meaning = "breakpoints of the input",
+        .value = "[0.0, 1.0, 2.0]",
+        .scope = "_bp",
+        .content = content_t::list,
+        .limit = limit_t::rising,
+        .pasted = true,
+        .six_digits = true,
+        .everyday = {"x", "breakpoints", "input values"},
+    },
+    {
+        .key = "out",
+        .meaning = "table: the output at each breakpoint",
+        .value = "[0.0, 1.0, 2.0]",
+        .scope = "_out",
+        .content = content_t::list,
+        .pasted = true,
+        .six_digits = true,
+        .everyday = {"y", "table", "values", "output values"},
+    },
+};
 
 // ---- design level: type rule, runnable, generated text
 class Lut1d final : public LookupBlock {
@@ -136,8 +161,8 @@ private:
     /// Evaluates both lists; tells the type of the first table value.
     result_t read_table(type_t& type) {
         python::var_array_t bp, out;
-        const result_t bp_result = evaluate_list("bp1", "_bp", bp);
-        const result_t out_result = evaluate_list("out", "_out", out);
+        const result_t bp_result = evaluate_list(parameters[0], bp);
+        const result_t out_result = evaluate_list(parameters[1], out);
         failed_ = true;
         if (bp.dimensions != out.dimensions) return result_table_mismatch;
         if (bp_result != result_ok) return bp_result;
@@ -152,8 +177,17 @@ private:
     points_t points_;
 };
 
+// ---- what others know of it
+constexpr block_traits_t traits{
+    .family = family_t::table,
+    .parameters = parameters,
+    .asks_each_time = true,
+    .icon = icon_t::curve,
+    .everyday = {"lookup", "lookup table", "1d lookup table", "interpolation table", "characteristic"},
+};
+
 }  // namespace
 
-const block_entry_t lut1d_entry{create_block<Lut1d>, table};
+extern const block_entry_t lut1d_entry{create_block<Lut1d>, table, traits};
 
 }  // namespace tessel

@@ -17,7 +17,7 @@
 #include "blocks/text.h"
 #include "core/convert.h"
 #include "core/num.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -51,6 +51,42 @@ struct Lookup2d {
 // ---- run time
 constexpr auto table = kernel_table<Lookup2d, value_types, value_types>();
 static_assert(table.size() == 121);
+
+// ---- parameters
+constexpr parameter_traits_t parameters[] = {
+    {
+        .key = "bp1",
+        .meaning = "breakpoints of input 0: the rows of the table",
+        .value = "[0.0, 1.0]",
+        .scope = "_bp1",
+        .content = content_t::list,
+        .limit = limit_t::rising,
+        .pasted = true,
+        .six_digits = true,
+        .everyday = {"x", "rows"},
+    },
+    {
+        .key = "bp2",
+        .meaning = "breakpoints of input 1: its columns",
+        .value = "[0.0, 1.0, 2.0]",
+        .scope = "_bp2",
+        .content = content_t::list,
+        .limit = limit_t::rising,
+        .pasted = true,
+        .six_digits = true,
+        .everyday = {"y", "columns"},
+    },
+    {
+        .key = "out",
+        .meaning = "table: a list of rows",
+        .value = "[[0.0, 1.0, 2.0],[0.0, 1.0, 2.0]]",
+        .scope = "_out",
+        .content = content_t::list,
+        .pasted = true,
+        .six_digits = true,
+        .everyday = {"z", "table", "values"},
+    },
+};
 
 // ---- design level: type rule, runnable, generated text
 class Lut2d final : public LookupBlock {
@@ -119,8 +155,8 @@ private:
     /// Evaluates the three lists.
     result_t read_table() {
         python::var_array_t bp1, bp2, out;
-        const result_t results[] = {evaluate_list("bp1", "_bp1", bp1), evaluate_list("bp2", "_bp2", bp2),
-                                    evaluate_list("out", "_out", out)};
+        const result_t results[] = {evaluate_list(parameters[0], bp1), evaluate_list(parameters[1], bp2),
+                                    evaluate_list(parameters[2], out)};
         failed_ = true;
         if (out.dimensions[0] != bp1.values.size() || out.dimensions[1] != bp2.values.size())
             return result_table_mismatch;
@@ -136,8 +172,25 @@ private:
     grid_t grid_;
 };
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::c, differs, nullptr, "inputs outside of the table extrapolate; a run clips them"},
+};
+
+constexpr block_traits_t traits{
+    .family = family_t::table,
+    .input_count = 2,
+    .inputs = {{.name = "u0", .label = "u1"}, {.name = "u1", .label = "u2"}},
+    .parameters = parameters,
+    .typed_as = type_flt64,
+    .asks_each_time = true,
+    .icon = icon_t::grid,
+    .everyday = {"2d lookup table", "map", "characteristic map"},
+    .text = {.notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t lut2d_entry{create_block<Lut2d>, table};
+extern const block_entry_t lut2d_entry{create_block<Lut2d>, table, traits};
 
 }  // namespace tessel

@@ -10,8 +10,9 @@
 // A float signal that stays negative leaves y at that tiny positive number. Generated code starts lower.
 #include <limits>
 
+#include "blocks/occasions.h"
 #include "blocks/table.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -74,8 +75,22 @@ public:
     }
 };
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::c, not_compiled, &of_bool, no_true},
+    {dialect_t::c, differs, &of_bool, "it starts at true and stays there"},
+    {dialect_t::c, differs, &of_float, "it starts far below 0; a run starts at the smallest number above 0"},
+    {dialect_t::python, not_parsed, nullptr, no_colon},
+};
+
+constexpr block_traits_t traits{
+    .family = family_t::state,
+    .everyday = {"maximum", "running maximum", "peak", "peak hold"},
+    .text = {.notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t max_entry{create_block<Max>, table};
+extern const block_entry_t max_entry{create_block<Max>, table, traits};
 
 }  // namespace tessel

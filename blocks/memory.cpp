@@ -6,8 +6,9 @@
 // Output     0: y      type of u
 // State      the input cell: the block runs ahead of its source, so what it reads is the source's value of the last
 //            step; y = u; 0 before the first step
+#include "blocks/occasions.h"
 #include "blocks/pass_through.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -52,8 +53,25 @@ public:
     }
 };
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::both, differs, &behind_zone_0,
+     "its source may come before it, as classes do not decide the order in a zone; then there is no delay"},
+};
+
+constexpr block_traits_t traits{
+    .family = family_t::state,
+    .inputs = {{.name = "u", .direct = false}},
+    .steps_first = true,
+    .caption =
+        "z^\xE2\x88\x92"
+        "1",
+    .everyday = {"delay", "unit delay", "previous value", "last value", "register", "1/z"},
+    .text = {.notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t memory_entry{create_block<Memory>, table};
+extern const block_entry_t memory_entry{create_block<Memory>, table, traits};
 
 }  // namespace tessel

@@ -7,8 +7,9 @@
 // State      y: starts at the largest value of its type and is never reset
 #include <limits>
 
+#include "blocks/occasions.h"
 #include "blocks/table.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -71,8 +72,21 @@ public:
     }
 };
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::c, not_compiled, &of_bool, no_true},
+    {dialect_t::c, differs, &of_float, "it starts at 1e300, or 1e30 in flt32; a run starts at the largest number"},
+    {dialect_t::python, not_parsed, nullptr, no_colon},
+};
+
+constexpr block_traits_t traits{
+    .family = family_t::state,
+    .everyday = {"minimum", "running minimum", "valley", "low hold"},
+    .text = {.notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t min_entry{create_block<Min>, table};
+extern const block_entry_t min_entry{create_block<Min>, table, traits};
 
 }  // namespace tessel

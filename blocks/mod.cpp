@@ -12,7 +12,8 @@
 #include <cmath>
 
 #include "blocks/arithmetic.h"
-#include "framework/entries.h"
+#include "blocks/occasions.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -76,8 +77,23 @@ public:
     }
 };
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::c, not_compiled, &integers_of_floats, "its text takes the integer remainder of a float"},
+    {dialect_t::c, differs, &of_integers, zero_faults},
+    {dialect_t::python, differs, nullptr, zero_raises},
+};
+
+constexpr block_traits_t traits{
+    .input_count = 2,
+    .inputs = {{.name = "u0", .label = "u"}, {.name = "u1", .label = "v"}},
+    .fault = fault_t::lowest_by_minus_1,
+    .everyday = {"modulo", "remainder", "rem", "fmod"},
+    .text = {.notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t mod_entry{create_block<Mod>, table};
+extern const block_entry_t mod_entry{create_block<Mod>, table, traits};
 
 }  // namespace tessel

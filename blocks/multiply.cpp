@@ -7,7 +7,8 @@
 // Output     0: y                                highest type among the inputs; narrow integers wrap, bool is "not 0"
 // State      none
 #include "blocks/arithmetic.h"
-#include "framework/entries.h"
+#include "blocks/occasions.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -42,8 +43,23 @@ public:
     result_t code_step_py(sys::File& file, const char* prefix) override { return write_terms_py(file, prefix, " *"); }
 };
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::c, differs, &of_bool, number_not_truth},
+    {dialect_t::both, differs, &of_three_floats, from_the_left},
+};
+
+constexpr block_traits_t traits{
+    .input_count = as_given,
+    .inputs = {{"u0"}, {"u1"}, {"u2"}},
+    .caption = "\xC3\x97",
+    .large_caption = true,
+    .everyday = {"product", "times", "gain", "mul"},
+    .text = {.notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t multiply_entry{create_block<Multiply>, table};
+extern const block_entry_t multiply_entry{create_block<Multiply>, table, traits};
 
 }  // namespace tessel

@@ -7,7 +7,7 @@
 // Output     0: y                                type of u
 // State      none
 #include "blocks/table.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -40,8 +40,18 @@ public:
     }
 };
 
+// ---- what others know of it
+constexpr block_traits_t traits{
+    .family = family_t::logic,
+    .input_type = type_bool,
+    .output_type = type_bool,
+    .caption = "NOT",
+    .everyday = {"negation", "invert", "inverter", "logical not"},
+    .text = {.tests_truth = true},
+};
+
 }  // namespace
 
-const block_entry_t not_entry{create_block<Not>, table};
+extern const block_entry_t not_entry{create_block<Not>, table, traits};
 
 }  // namespace tessel

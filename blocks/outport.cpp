@@ -10,7 +10,7 @@
 // Generated code adds a column with the block's name to the output file, for every outport of the model. In C the
 // value goes to that column only: whoever reads the block's own port reads what it held at the start.
 #include "blocks/pass_through.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -18,6 +18,17 @@ namespace {
 // ---- run time
 constexpr auto table = kernel_table<PassThrough, value_types>();
 static_assert(table.size() == 11);
+
+// ---- parameters
+constexpr parameter_traits_t parameters[] = {
+    {
+        .key = "portNumber",
+        .meaning = "the output of the enclosing subsystem that this block stands for",
+        .value = nullptr,
+        .content = content_t::port,
+        .everyday = {"port", "number", "index"},
+    },
+};
 
 // ---- design level: runnable, generated text
 class Outport final : public MetaBlock {
@@ -80,8 +91,25 @@ result_t Outport::code_step_py(sys::File& file, const char* prefix) {
     return result_ok;
 }
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::c, not_compiled, nullptr, "its text uses the columns of the output file, which main.c alone declares"},
+    {dialect_t::c, differs, nullptr, "its own port is never assigned: what reads it gets what was there at the start"},
+    {dialect_t::python, not_run, nullptr,
+     "its text uses the columns of the output file, which main.py does not share with model.py"},
+};
+
+constexpr block_traits_t traits{
+    .family = family_t::structure,
+    .parameters = parameters,
+    .outline = outline_t::pill,
+    .caption = "{portNumber}",
+    .everyday = {"output", "out", "out port"},
+    .text = {.quotes_name = true, .notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t outport_entry{create_block<Outport>, table};
+extern const block_entry_t outport_entry{create_block<Outport>, table, traits};
 
 }  // namespace tessel

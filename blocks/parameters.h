@@ -4,13 +4,13 @@
 #include <initializer_list>
 
 #include "framework/MetaBlock.h"
+#include "framework/entry.h"
 
 namespace tessel {
 
-/// One parameter: its key, what its scope adds to the block's path, and the field that takes the value.
-struct parameter_t {
-    const char* key;
-    const char* scope;
+/// One parameter to read and the field that takes its value.
+struct reading_t {
+    const parameter_traits_t& parameter;
     var_t* value;
 };
 
@@ -23,9 +23,9 @@ public:
 
 protected:
     /// Fills the fields of a class whose first parameter decides for all: texts, or values to take as they are.
-    result_t read_alike(std::initializer_list<parameter_t> parameters);
+    result_t read_alike(std::initializer_list<reading_t> readings);
     /// Fills the fields of a class whose parameters are each a text or a number.
-    result_t read_each(std::initializer_list<parameter_t> parameters);
+    result_t read_each(std::initializer_list<reading_t> readings);
     /// Whether a parameter is written as text.
     bool is_text(const char* key) { return param(key).is_text(); }
     /// Marks the block and hands the result on.
@@ -35,7 +35,7 @@ protected:
     }
 
 private:
-    result_t read(const parameter_t& parameter, bool text);
+    result_t read(const reading_t& reading, bool text);
 };
 
 /// A block without inputs: it runs first in every step and depends on nothing but time.

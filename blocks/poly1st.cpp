@@ -10,7 +10,7 @@
 #include "blocks/coefficients.h"
 #include "blocks/stateful.h"
 #include "core/convert.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -31,12 +31,33 @@ struct Line {
 constexpr auto table = kernel_table<Line, value_types>();
 static_assert(table.size() == 11);
 
+// ---- parameters
+constexpr parameter_traits_t parameters[] = {
+    {
+        .key = "coeffA",
+        .meaning = "factor",
+        .value = "1.0",
+        .scope = "_coeff_a",
+        .six_digits = true,
+        .everyday = {"gain", "slope", "factor", "scale", "k", "a"},
+    },
+    {
+        .key = "coeffB",
+        .meaning = "offset",
+        .value = "1.0",
+        .scope = "_coeff_b",
+        .six_digits = true,
+        .everyday = {"offset", "bias", "intercept", "b"},
+    },
+};
+
 // ---- design level: runnable, generated text
 class Poly1st final : public CoefficientBlock {
 public:
     using CoefficientBlock::CoefficientBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("poly1st"); }
     const char* class_name() const noexcept override { return "poly1st"; }
+    result_t calculate_type() override { return type_by(parameters); }
 
     std::unique_ptr<ExecBlock> create_exec() override {
         const coefficients_t record = coefficients();
@@ -56,8 +77,17 @@ public:
     }
 };
 
+// ---- what others know of it
+constexpr block_traits_t traits{
+    .parameters = parameters,
+    .typed_as = type_flt64,
+    .asks_each_time = true,
+    .caption = "{coeffA}\xC2\xB7u + {coeffB}",
+    .everyday = {"gain", "linear", "affine", "offset", "scale", "first order polynomial"},
+};
+
 }  // namespace
 
-const block_entry_t poly1st_entry{create_block<Poly1st>, table};
+extern const block_entry_t poly1st_entry{create_block<Poly1st>, table, traits};
 
 }  // namespace tessel

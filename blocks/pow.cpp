@@ -10,7 +10,7 @@
 
 #include "blocks/table.h"
 #include "core/convert.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -46,8 +46,23 @@ public:
     }
 };
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::c, not_compiled, nullptr, "its text calls std::pow, which C does not have"},
+    {dialect_t::python, differs, nullptr,
+     "outside its domain, and where the power is too large, it ends the program with an exception"},
+};
+
+constexpr block_traits_t traits{
+    .input_count = 2,
+    .inputs = {{.name = "u0", .label = "u"}, {.name = "u1", .label = "v"}},
+    .caption = "u^v",
+    .everyday = {"power", "exponent", "square"},
+    .text = {.notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t pow_entry{create_block<Pow>, table};
+extern const block_entry_t pow_entry{create_block<Pow>, table, traits};
 
 }  // namespace tessel

@@ -15,7 +15,7 @@
 #include "blocks/stateful.h"
 #include "blocks/text.h"
 #include "core/convert.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -45,6 +45,40 @@ struct RandomSteps {
 constexpr auto table = stateful_row<RandomSteps>();
 static_assert(table.size() == 1);
 
+// ---- parameters
+constexpr parameter_traits_t parameters[] = {
+    {
+        .key = "max",
+        .meaning = "highest value",
+        .value = "1.0",
+        .scope = "_max",
+        .limit = limit_t::upper_end,
+        .pasted = true,
+        .six_digits = true,
+        .everyday = {"maximum", "upper", "high"},
+    },
+    {
+        .key = "min",
+        .meaning = "lowest value",
+        .value = "0.0",
+        .scope = "_min",
+        .limit = limit_t::lower_end,
+        .pasted = true,
+        .six_digits = true,
+        .everyday = {"minimum", "lower", "low"},
+    },
+    {
+        .key = "seed",
+        .meaning = "start of the generator",
+        .value = "12345",
+        .scope = "_seed",
+        .limit = limit_t::not_0,
+        .pasted = true,
+        .six_digits = true,
+        .everyday = {"initial seed", "start"},
+    },
+};
+
 // ---- design level: type rule, runnable, generated text
 class Random final : public SourceBlock {
 public:
@@ -53,7 +87,7 @@ public:
     const char* class_name() const noexcept override { return "random"; }
 
     result_t calculate_type() override {
-        const result_t result = read_alike({{"max", "_max", &max_}, {"min", "_min", &min_}, {"seed", "_seed", &seed_}});
+        const result_t result = read_alike({{parameters[0], &max_}, {parameters[1], &min_}, {parameters[2], &seed_}});
         return result != result_ok ? result : type_output(type_flt64);
     }
 
@@ -116,8 +150,30 @@ private:
     var_t seed_;
 };
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::c, differs, nullptr,
+     "it divides by max - min, a run by max - min + 1; where that is below 1 the program ends"},
+    {dialect_t::python, differs, nullptr,
+     "it divides by max - min, a run by max - min + 1, and its state grows without bound"},
+};
+
+constexpr block_traits_t traits{
+    .family = family_t::source,
+    .input_count = 0,
+    .inputs = {},
+    .parameters = parameters,
+    .first_decides = true,
+    .typed_as = type_flt64,
+    .steps_first = true,
+    .fault = fault_t::empty_range,
+    .icon = icon_t::noise,
+    .everyday = {"noise", "random number", "rand", "uniform"},
+    .text = {.notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t random_entry{create_block<Random>, table};
+extern const block_entry_t random_entry{create_block<Random>, table, traits};
 
 }  // namespace tessel

@@ -4,10 +4,21 @@
 // Parameters         path: the model file, read in below this block when the model is loaded
 // State              none
 #include "framework/MetaBlock.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
+
+// ---- parameters
+constexpr parameter_traits_t parameters[] = {
+    {
+        .key = "path",
+        .meaning = "the model file, read in below this block when the model is loaded",
+        .value = "",
+        .content = content_t::path,
+        .everyday = {"file", "model", "reference"},
+    },
+};
 
 class Refsys final : public MetaBlock {
 public:
@@ -17,8 +28,22 @@ public:
     std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
 };
 
+// ---- what others know of it
+constexpr block_traits_t traits{
+    .family = family_t::structure,
+    .input_count = as_given,
+    .output_count = as_given,
+    .inputs = {},
+    .outputs = {},
+    .parameters = parameters,
+    .outline = outline_t::frame,
+    .caption = "{path}",
+    .everyday = {"reference", "model reference", "include", "import"},
+    .text = {.silent = true},
+};
+
 }  // namespace
 
-const block_entry_t refsys_entry{create_block<Refsys>, {}};
+extern const block_entry_t refsys_entry{create_block<Refsys>, {}, traits};
 
 }  // namespace tessel

@@ -9,7 +9,7 @@
 #include <functional>
 
 #include "blocks/table.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -40,6 +40,23 @@ constexpr operator_t operators[] = {
     {class_hash_of("le"), "<=", Compare<std::less_equal<>>::table},
     {class_hash_of("gt"), ">", Compare<std::greater<>>::table},
     {class_hash_of("ge"), ">=", Compare<std::greater_equal<>>::table},
+};
+
+// ---- parameters
+constexpr parameter_traits_t parameters[] = {
+    {
+        .key = "operator",
+        .meaning = "the comparison",
+        .value = "eq",
+        .content = content_t::word,
+        .words = {{"eq", "="},
+                  {"ne", "\xE2\x89\xA0"},
+                  {"lt", "<"},
+                  {"le", "\xE2\x89\xA4"},
+                  {"gt", ">"},
+                  {"ge", "\xE2\x89\xA5"}},
+        .everyday = {"op", "comparison", "relation"},
+    },
 };
 
 // ---- design level: type rule, runnable, generated text
@@ -83,9 +100,21 @@ private:
     }
 };
 
+// ---- what others know of it
+constexpr block_traits_t traits{
+    .family = family_t::logic,
+    .input_count = as_given,
+    .output_type = type_bool,
+    .inputs = {{"u0"}, {"u1"}},
+    .parameters = parameters,
+    .caption = "{operator}",
+    .large_caption = true,
+    .everyday = {"compare", "comparison", "comparator", "less than", "greater than", "equal"},
+};
+
 }  // namespace
 
 // every operator accepts the same types
-const block_entry_t relational_entry{create_block<Relational>, operators[0].table};
+extern const block_entry_t relational_entry{create_block<Relational>, operators[0].table, traits};
 
 }  // namespace tessel

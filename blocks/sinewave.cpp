@@ -12,7 +12,7 @@
 #include "blocks/parameters.h"
 #include "blocks/stateful.h"
 #include "blocks/text.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -37,6 +37,27 @@ struct SineWave {
 constexpr auto table = stateful_row<SineWave>();
 static_assert(table.size() == 1);
 
+// ---- parameters
+constexpr parameter_traits_t parameters[] = {
+    {
+        .key = "frequency",
+        .meaning = "frequency",
+        .value = "10.0",
+        .scope = "_frequency",
+        .unit = hertz,
+        .limit = limit_t::above_0,
+        .everyday = {"freq", "hz", "f"},
+    },
+    {
+        .key = "phase",
+        .meaning = "phase at time 0",
+        .value = "0.0",
+        .scope = "_deg",
+        .unit = degrees,
+        .everyday = {"angle", "phase shift"},
+    },
+};
+
 // ---- design level: type rule, runnable, generated text
 class Sinewave final : public SourceBlock {
 public:
@@ -45,7 +66,7 @@ public:
     const char* class_name() const noexcept override { return "sinewave"; }
 
     result_t calculate_type() override {
-        const result_t result = read_alike({{"frequency", "_frequency", &frequency_}, {"phase", "_deg", &phase_}});
+        const result_t result = read_alike({{parameters[0], &frequency_}, {parameters[1], &phase_}});
         if (result != result_ok) return result;
         if (is_text("frequency") && !(static_cast<double>(frequency_) > 0.0)) return fail(result_bad_parameter);
         return type_output(type_flt64);
@@ -102,8 +123,26 @@ private:
     var_t phase_;
 };
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::both, differs, nullptr, "angular frequency and phase are written with six digits"},
+};
+
+constexpr block_traits_t traits{
+    .family = family_t::source,
+    .input_count = 0,
+    .inputs = {},
+    .parameters = parameters,
+    .first_decides = true,
+    .typed_as = type_flt64,
+    .steps_first = true,
+    .icon = icon_t::sine,
+    .everyday = {"sine wave", "oscillator", "signal generator", "sinus"},
+    .text = {.notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t sinewave_entry{create_block<Sinewave>, table};
+extern const block_entry_t sinewave_entry{create_block<Sinewave>, table, traits};
 
 }  // namespace tessel

@@ -7,8 +7,9 @@
 // State      none
 #include <cmath>
 
+#include "blocks/occasions.h"
 #include "blocks/unary.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -43,8 +44,20 @@ public:
     }
 };
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::c, not_compiled, nullptr, "its text calls std::sqrt, which C does not have"},
+    {dialect_t::python, differs, nullptr, domain_raises},
+};
+
+constexpr block_traits_t traits{
+    .caption = "\xE2\x88\x9Au",
+    .everyday = {"root", "square root"},
+    .text = {.notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t sqrt_entry{create_block<Sqrt>, table};
+extern const block_entry_t sqrt_entry{create_block<Sqrt>, table, traits};
 
 }  // namespace tessel

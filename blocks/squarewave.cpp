@@ -15,7 +15,7 @@
 #include "blocks/parameters.h"
 #include "blocks/stateful.h"
 #include "blocks/text.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -50,6 +50,50 @@ struct SquareWave {
 constexpr auto table = stateful_row<SquareWave>();
 static_assert(table.size() == 1);
 
+// ---- parameters
+constexpr parameter_traits_t parameters[] = {
+    {
+        .key = "timeOff",
+        .meaning = "how long the value is valueOff",
+        .value = "1.0",
+        .scope = "_time_off",
+        .unit = seconds,
+        .limit = limit_t::not_below_0,
+        .pasted = true,
+        .six_digits = true,
+        .everyday = {"off time", "low time"},
+    },
+    {
+        .key = "timeOn",
+        .meaning = "how long the value is valueOn",
+        .value = "2.0",
+        .scope = "_time_on",
+        .unit = seconds,
+        .limit = limit_t::not_below_0,
+        .pasted = true,
+        .six_digits = true,
+        .everyday = {"on time", "high time", "width"},
+    },
+    {
+        .key = "valueOff",
+        .meaning = "the value at first",
+        .value = "-1.0",
+        .scope = "_value_off",
+        .pasted = true,
+        .six_digits = true,
+        .everyday = {"off value", "low"},
+    },
+    {
+        .key = "valueOn",
+        .meaning = "the other value",
+        .value = "1.0",
+        .scope = "_value_on",
+        .pasted = true,
+        .six_digits = true,
+        .everyday = {"on value", "high", "amplitude"},
+    },
+};
+
 // ---- design level: type rule, runnable, generated text
 class Squarewave final : public SourceBlock {
 public:
@@ -58,10 +102,10 @@ public:
     const char* class_name() const noexcept override { return "squarewave"; }
 
     result_t calculate_type() override {
-        const result_t result = read_alike({{"timeOff", "_time_off", &time_off_},
-                                            {"timeOn", "_time_on", &time_on_},
-                                            {"valueOff", "_value_off", &value_off_},
-                                            {"valueOn", "_value_on", &value_on_}});
+        const result_t result = read_alike({{parameters[0], &time_off_},
+                                            {parameters[1], &time_on_},
+                                            {parameters[2], &value_off_},
+                                            {parameters[3], &value_on_}});
         if (result != result_ok) return result;
         if (is_text("timeOff") && (double(time_off_) < 0.0 || double(time_on_) < 0.0))
             return fail(result_bad_parameter);
@@ -153,8 +197,28 @@ private:
     var_t value_on_;
 };
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::c, differs, nullptr, "init assigns neither its state nor its output"},
+    {dialect_t::python, differs, nullptr,
+     "the output is 0 until its first change, and the first interval is counted from time 0"},
+};
+
+constexpr block_traits_t traits{
+    .family = family_t::source,
+    .input_count = 0,
+    .inputs = {},
+    .parameters = parameters,
+    .first_decides = true,
+    .typed_as = type_flt64,
+    .steps_first = true,
+    .icon = icon_t::square,
+    .everyday = {"pulse", "pulse generator", "square wave", "rectangle", "pwm"},
+    .text = {.notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t squarewave_entry{create_block<Squarewave>, table};
+extern const block_entry_t squarewave_entry{create_block<Squarewave>, table, traits};
 
 }  // namespace tessel

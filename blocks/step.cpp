@@ -14,7 +14,7 @@
 #include "blocks/parameters.h"
 #include "blocks/stateful.h"
 #include "blocks/text.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -36,6 +36,38 @@ struct StepAt {
 constexpr auto table = stateful_row<StepAt>();
 static_assert(table.size() == 1);
 
+// ---- parameters
+constexpr parameter_traits_t parameters[] = {
+    {
+        .key = "initialValue",
+        .meaning = "value up to the step time",
+        .value = "0.0",
+        .scope = "_initial",
+        .pasted = true,
+        .six_digits = true,
+        .everyday = {"initial", "before", "from"},
+    },
+    {
+        .key = "finalValue",
+        .meaning = "value after it",
+        .value = "1.0",
+        .scope = "_final",
+        .pasted = true,
+        .six_digits = true,
+        .everyday = {"final", "after", "to", "amplitude"},
+    },
+    {
+        .key = "stepTime",
+        .meaning = "the time after which the value changes",
+        .value = "2.0",
+        .scope = "_step",
+        .unit = seconds,
+        .pasted = true,
+        .six_digits = true,
+        .everyday = {"time", "at", "delay"},
+    },
+};
+
 // ---- design level: type rule, runnable, generated text
 class Step final : public SourceBlock {
 public:
@@ -44,9 +76,8 @@ public:
     const char* class_name() const noexcept override { return "step"; }
 
     result_t calculate_type() override {
-        const result_t result = read_alike({{"initialValue", "_initial", &value_init_},
-                                            {"finalValue", "_final", &value_final_},
-                                            {"stepTime", "_step", &step_time_}});
+        const result_t result =
+            read_alike({{parameters[0], &value_init_}, {parameters[1], &value_final_}, {parameters[2], &step_time_}});
         return result != result_ok ? result : type_output(type_flt64);
     }
 
@@ -103,8 +134,26 @@ private:
     var_t step_time_;
 };
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::both, differs, nullptr, "the final value stands before the step time and the initial value behind it"},
+};
+
+constexpr block_traits_t traits{
+    .family = family_t::source,
+    .input_count = 0,
+    .inputs = {},
+    .parameters = parameters,
+    .first_decides = true,
+    .typed_as = type_flt64,
+    .steps_first = true,
+    .icon = icon_t::step,
+    .everyday = {"step input", "jump", "heaviside"},
+    .text = {.notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t step_entry{create_block<Step>, table};
+extern const block_entry_t step_entry{create_block<Step>, table, traits};
 
 }  // namespace tessel

@@ -5,7 +5,7 @@
 // Parameters         none
 // State              none
 #include "framework/MetaBlock.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -18,8 +18,21 @@ public:
     std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
 };
 
+// ---- what others know of it
+constexpr block_traits_t traits{
+    .family = family_t::structure,
+    .input_count = as_given,
+    .output_count = as_given,
+    .inputs = {},
+    .outputs = {},
+    .outline = outline_t::frame,
+    .caption = "",
+    .everyday = {"submodel", "group", "container", "block group"},
+    .text = {.silent = true},
+};
+
 }  // namespace
 
-const block_entry_t subsys_entry{create_block<Subsys>, {}};
+extern const block_entry_t subsys_entry{create_block<Subsys>, {}, traits};
 
 }  // namespace tessel

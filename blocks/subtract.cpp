@@ -9,7 +9,8 @@
 //
 // Generated Python reads from the left, (u0 - u1) - u2; generated C divides its operands.
 #include "blocks/arithmetic.h"
-#include "framework/entries.h"
+#include "blocks/occasions.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -45,8 +46,24 @@ public:
     result_t code_step_py(sys::File& file, const char* prefix) override { return write_terms_py(file, prefix, " -"); }
 };
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::c, differs, nullptr, "it divides"},
+    {dialect_t::python, differs, &of_three, "it gives u0 - u1 - u2, a run u0 - (u1 - u2)"},
+};
+
+constexpr block_traits_t traits{
+    .input_count = as_given,
+    .inputs = {{.name = "u0", .label = "+"}, {.name = "u1", .label = "\xE2\x88\x92"}, {.name = "u2", .label = "+"}},
+    .outline = outline_t::sum,
+    .caption = "\xCE\xA3",
+    .large_caption = true,
+    .everyday = {"minus", "difference", "subtraction", "sub", "error"},
+    .text = {.notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t subtract_entry{create_block<Subtract>, table};
+extern const block_entry_t subtract_entry{create_block<Subtract>, table, traits};
 
 }  // namespace tessel

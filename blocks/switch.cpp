@@ -8,9 +8,10 @@
 // State      none
 //
 // Generated C takes the selector as int, not cut to int8.
+#include "blocks/occasions.h"
 #include "blocks/table.h"
 #include "core/convert.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -90,8 +91,31 @@ result_t Switch::code_step_py(sys::File& file, const char* prefix) {
     return result_ok;
 }
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::c, differs, &by_wide_selector, "the selector is cut to int; a run cuts it to int8"},
+    {dialect_t::python, differs, &by_wide_selector, "the selector is compared as it is; a run cuts it to int8"},
+};
+
+constexpr block_traits_t traits{
+    .family = family_t::logic,
+    .input_count = at_least_3,
+    .input_type = type_int8,
+    .inputs = {{.name = "selector", .label = "sel", .told_apart = true},
+               {.name = "otherwise", .label = "else"},
+               {.name = "case 0", .label = "0"},
+               {.name = "case 1", .label = "1"},
+               {.name = "case 2", .label = "2"},
+               {.name = "case 3", .label = "3"},
+               {.name = "case 4", .label = "4"},
+               {.name = "case 5", .label = "5"}},
+    .icon = icon_t::choice,
+    .everyday = {"multiport switch", "selector", "mux", "multiplexer", "case"},
+    .text = {.notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t switch_entry{create_block<Switch>, table};
+extern const block_entry_t switch_entry{create_block<Switch>, table, traits};
 
 }  // namespace tessel

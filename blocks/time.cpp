@@ -7,7 +7,7 @@
 // State      none
 #include "blocks/parameters.h"
 #include "blocks/stateful.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -43,8 +43,18 @@ public:
     }
 };
 
+// ---- what others know of it
+constexpr block_traits_t traits{
+    .family = family_t::source,
+    .input_count = 0,
+    .inputs = {},
+    .steps_first = true,
+    .icon = icon_t::clock,
+    .everyday = {"clock", "current time", "simulation time", "t"},
+};
+
 }  // namespace
 
-const block_entry_t time_entry{create_block<Time>, table};
+extern const block_entry_t time_entry{create_block<Time>, table, traits};
 
 }  // namespace tessel

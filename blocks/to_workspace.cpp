@@ -17,7 +17,7 @@
 #include "core/convert.h"
 #include "core/format.h"
 #include "core/python.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -80,8 +80,22 @@ std::unique_ptr<ExecBlock> ToWorkspace::create_exec() {
     return exec;
 }
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::both, differs, nullptr, "it writes no code: nothing is recorded"},
+};
+
+constexpr block_traits_t traits{
+    .family = family_t::sink,
+    .output_count = 0,
+    .outputs = {},
+    .icon = icon_t::series,
+    .everyday = {"record", "recorder", "logger", "to file", "save", "sink"},
+    .text = {.silent = true, .notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t to_workspace_entry{create_block<ToWorkspace>, table};
+extern const block_entry_t to_workspace_entry{create_block<ToWorkspace>, table, traits};
 
 }  // namespace tessel

@@ -11,11 +11,12 @@
 //            coeffA
 //            coeffB
 // State      none
+#include "blocks/occasions.h"
 #include "blocks/parameters.h"
 #include "blocks/stateful.h"
 #include "blocks/text.h"
 #include "core/convert.h"
-#include "framework/entries.h"
+#include "framework/entry.h"
 
 namespace tessel {
 namespace {
@@ -50,6 +51,42 @@ struct Unpack {
 constexpr auto table = kernel_table<Unpack, value_types>();
 static_assert(table.size() == 11);
 
+// ---- parameters
+constexpr parameter_traits_t parameters[] = {
+    {
+        .key = "lsb",
+        .meaning = "number of the lowest bit",
+        .value = "0",
+        .scope = "_lsb",
+        .limit = limit_t::lowest_bit,
+        .everyday = {"low", "start", "first bit"},
+    },
+    {
+        .key = "msb",
+        .meaning = "number of the highest bit",
+        .value = "0",
+        .scope = "_msb",
+        .limit = limit_t::highest_bit,
+        .everyday = {"high", "end", "last bit"},
+    },
+    {
+        .key = "coeffA",
+        .meaning = "factor",
+        .value = "1.0",
+        .scope = "_coeff_a",
+        .six_digits = true,
+        .everyday = {"gain", "factor", "scale", "slope"},
+    },
+    {
+        .key = "coeffB",
+        .meaning = "offset",
+        .value = "0.0",
+        .scope = "_coeff_b",
+        .six_digits = true,
+        .everyday = {"offset", "bias"},
+    },
+};
+
 // ---- design level: type rule, runnable, generated text
 class UnpackBlock final : public ParameterBlock {
 public:
@@ -58,10 +95,8 @@ public:
     const char* class_name() const noexcept override { return "unpack"; }
 
     result_t calculate_type() override {
-        const result_t result = read_each({{"coeffA", "_coeff_a", &coeff_a_},
-                                           {"coeffB", "_coeff_b", &coeff_b_},
-                                           {"lsb", "_lsb", &lsb_},
-                                           {"msb", "_msb", &msb_}});
+        const result_t result = read_each(
+            {{parameters[2], &coeff_a_}, {parameters[3], &coeff_b_}, {parameters[0], &lsb_}, {parameters[1], &msb_}});
         if (result != result_ok) return result;
         outputs_[0].set_type_if_unset(type_flt64);
         return MetaBlock::calculate_type();
@@ -118,8 +153,25 @@ private:
     var_t msb_;
 };
 
+// ---- what others know of it
+constexpr text_note_t notes[] = {
+    {dialect_t::python, not_run, &behind_float, "its text takes the binary digits of a float"},
+    {dialect_t::python, differs, nullptr,
+     "a value below 0, or with fewer binary digits than msb + 1, ends the program with an exception or gives other "
+     "bits"},
+};
+
+constexpr block_traits_t traits{
+    .parameters = parameters,
+    .typed_as = type_flt64,
+    .asks_each_time = true,
+    .caption = "[{msb}:{lsb}]",
+    .everyday = {"bits", "bit field", "extract bits", "bit slice", "unpack bits"},
+    .text = {.converts_in_c = true, .notes = notes},
+};
+
 }  // namespace
 
-const block_entry_t unpack_entry{create_block<UnpackBlock>, table};
+extern const block_entry_t unpack_entry{create_block<UnpackBlock>, table, traits};
 
 }  // namespace tessel

@@ -1,75 +1,69 @@
-// The entry of every block class: what the factory knows of the block files.
+// The list of the block classes: one line each, sorted by name. A line makes the class known to the factory and to all
+// who show classes; its file offers the entry.
 #pragma once
 
-#include <memory>
+#include "framework/entry.h"
 
-#include "IMetaBlock.h"
-#include "PropertiesBlock.h"
-#include "framework/signature.h"
+/// CLASS(name): a class whose file defines `name_entry`. ALSO(name, other): another name of a class.
+#define BLOCKS_CLASSES(CLASS, ALSO) \
+    CLASS(abs)                      \
+    CLASS(acc)                      \
+    CLASS(acos)                     \
+    CLASS(add)                      \
+    CLASS(asin)                     \
+    CLASS(atan)                     \
+    CLASS(cast)                     \
+    CLASS(clamp)                    \
+    CLASS(constant)                 \
+    CLASS(cos)                      \
+    CLASS(debounce)                 \
+    CLASS(delta)                    \
+    CLASS(display)                  \
+    CLASS(divide)                   \
+    CLASS(enable)                   \
+    CLASS(from)                     \
+    CLASS(from_workspace)           \
+    CLASS(goto)                     \
+    CLASS(hysteresis)               \
+    CLASS(if)                       \
+    CLASS(inport)                   \
+    CLASS(lerp)                     \
+    CLASS(log)                      \
+    CLASS(logical)                  \
+    CLASS(lut1d)                    \
+    CLASS(lut2d)                    \
+    CLASS(max)                      \
+    CLASS(memory)                   \
+    CLASS(min)                      \
+    CLASS(mod)                      \
+    CLASS(multiply)                 \
+    CLASS(not )                     \
+    CLASS(outport)                  \
+    CLASS(poly1st)                  \
+    CLASS(pow)                      \
+    CLASS(random)                   \
+    CLASS(refsys)                   \
+    CLASS(relational)               \
+    CLASS(sin)                      \
+    CLASS(sinewave)                 \
+    CLASS(sqrt)                     \
+    CLASS(squarewave)               \
+    CLASS(step)                     \
+    CLASS(subsys)                   \
+    ALSO(subsys, subsystem)         \
+    CLASS(subtract)                 \
+    CLASS(switch)                   \
+    CLASS(tan)                      \
+    CLASS(time)                     \
+    CLASS(to_workspace)             \
+    CLASS(unpack)
 
 namespace tessel {
 
-/// What a block file offers: its creator and the type combinations that it can run.
-struct block_entry_t {
-    std::unique_ptr<IMetaBlock> (*create)(std::shared_ptr<PropertiesBlock> properties);
-    signatures_t accepted;
-};
-
-extern const block_entry_t abs_entry;
-extern const block_entry_t acc_entry;
-extern const block_entry_t acos_entry;
-extern const block_entry_t add_entry;
-extern const block_entry_t asin_entry;
-extern const block_entry_t atan_entry;
-extern const block_entry_t cast_entry;
-extern const block_entry_t clamp_entry;
-extern const block_entry_t constant_entry;
-extern const block_entry_t cos_entry;
-extern const block_entry_t debounce_entry;
-extern const block_entry_t delta_entry;
-extern const block_entry_t display_entry;
-extern const block_entry_t divide_entry;
-extern const block_entry_t enable_entry;
-extern const block_entry_t from_entry;
-extern const block_entry_t from_workspace_entry;
-extern const block_entry_t goto_entry;
-extern const block_entry_t hysteresis_entry;
-extern const block_entry_t if_entry;
-extern const block_entry_t inport_entry;
-extern const block_entry_t lerp_entry;
-extern const block_entry_t log_entry;
-extern const block_entry_t logical_entry;
-extern const block_entry_t lut1d_entry;
-extern const block_entry_t lut2d_entry;
-extern const block_entry_t max_entry;
-extern const block_entry_t memory_entry;
-extern const block_entry_t min_entry;
-extern const block_entry_t mod_entry;
-extern const block_entry_t multiply_entry;
-extern const block_entry_t not_entry;
-extern const block_entry_t outport_entry;
-extern const block_entry_t poly1st_entry;
-extern const block_entry_t pow_entry;
-extern const block_entry_t random_entry;
-extern const block_entry_t refsys_entry;
-extern const block_entry_t relational_entry;
-extern const block_entry_t sin_entry;
-extern const block_entry_t sinewave_entry;
-extern const block_entry_t sqrt_entry;
-extern const block_entry_t squarewave_entry;
-extern const block_entry_t step_entry;
-extern const block_entry_t subsys_entry;
-extern const block_entry_t subtract_entry;
-extern const block_entry_t switch_entry;
-extern const block_entry_t tan_entry;
-extern const block_entry_t time_entry;
-extern const block_entry_t to_workspace_entry;
-extern const block_entry_t unpack_entry;
-
-/// Makes a block of class `Block`.
-template <class Block>
-std::unique_ptr<IMetaBlock> create_block(std::shared_ptr<PropertiesBlock> properties) {
-    return std::make_unique<Block>(std::move(properties));
-}
+#define BLOCKS_DECLARE(name) extern const block_entry_t name##_entry;
+#define BLOCKS_NOTHING(name, other)
+BLOCKS_CLASSES(BLOCKS_DECLARE, BLOCKS_NOTHING)
+#undef BLOCKS_DECLARE
+#undef BLOCKS_NOTHING
 
 }  // namespace tessel

@@ -5,8 +5,7 @@
 // Leaves  every port typed; parameter expressions evaluated
 // Fails   result_types_unresolved, or what a block's calculate_type returned
 
-#include <array>
-
+#include "framework/classes.h"
 #include "model/MetaModel.h"
 #include "model/helpers.h"
 #include "port.h"
@@ -29,14 +28,6 @@ typed_t count_typed(const IMetaBlock& block) {
     return typed;
 }
 
-/// Classes whose calculate_type asks the interpreter at each call, which can see how often that is.
-bool asks_interpreter(const IMetaBlock& block) {
-    constexpr std::array classes{class_hash_of("debounce"), class_hash_of("hysteresis"), class_hash_of("lerp"),
-                                 class_hash_of("lut1d"),    class_hash_of("lut2d"),      class_hash_of("poly1st"),
-                                 class_hash_of("unpack")};
-    return std::ranges::find(classes, block.class_hash()) != classes.end();
-}
-
 /// Sweeps on when sweeps have become slow: calls only those whose ports or sources' ports have got a type since their
 /// last call, which are all that can find something that they did not find then.
 result_t sweep_by_agenda(const blocks_t& blocks, const large_array<std::size_t>& open) {
@@ -44,7 +35,8 @@ result_t sweep_by_agenda(const blocks_t& blocks, const large_array<std::size_t>&
     std::vector<std::size_t> asking;
     for (const std::size_t i : open) {
         agenda.add(i);
-        if (asks_interpreter(*blocks[i])) asking.push_back(i);
+        // the interpreter can see how often it is asked
+        if (factory::traits_of(*blocks[i]).asks_each_time) asking.push_back(i);
     }
     for (std::size_t left = open.size(); left != 0;) {
         const std::size_t before = left;

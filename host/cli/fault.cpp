@@ -8,6 +8,7 @@
 #include <unordered_map>
 
 #include "core/format.h"
+#include "framework/classes.h"
 #include "host/cli/interrupt.h"
 #include "host/cli/monitor.h"
 #include "host/cli/session.h"
@@ -85,9 +86,9 @@ FaultGuard::FaultGuard(const std::string& name, tessel::IMetaModel& model, const
         const auto found = object != nullptr ? blocks.find(object->id()) : blocks.end();
         if (found == blocks.end()) continue;
         auto& block = *found->second;
-        const std::string_view kind = block.class_name();
-        if (kind == "random") suspects.push_back({object.get(), shown(block), false});
-        if (kind != "divide" && kind != "mod") continue;
+        const tessel::fault_t fault = tessel::factory::traits_of(block).fault;
+        if (fault == tessel::fault_t::empty_range) suspects.push_back({object.get(), shown(block), false});
+        if (fault != tessel::fault_t::lowest_by_minus_1) continue;
         const auto widest = std::max(object->input(0)->type(), object->input(1)->type());
         if (widest <= tessel::type_int32 || widest == tessel::type_int64)
             suspects.push_back({object.get(), shown(block), true});

@@ -16,7 +16,7 @@
 #include "host/cli/prepare.h"
 #include "host/cli/session.h"
 #include "host/cli/verbs.h"
-#include "host/generate/notes.h"
+#include "host/codenotes/notes.h"
 
 namespace zarn {
 namespace {
@@ -94,7 +94,7 @@ int generate(const generate_options_t& options) {
     Session session(options, bridge_t::interpreter);
     load_and_compile(session);
 
-    const auto notes = notes_for(session.model(), c ? language_t::c : language_t::python);
+    const auto notes = notes_for(session.model(), c ? dialect_t::c : dialect_t::python);
     try {
         const DeferInterrupts deferred;
         Project project(folder, name);

@@ -95,10 +95,9 @@ std::optional<std::int64_t> constant_at(const analysis_t& analysis, std::size_t 
 }
 
 void check_divisions(const analysis_t& analysis, Report& report) {
-    constexpr std::uint32_t hash_divide = tessel::class_hash_of("divide"), hash_mod = tessel::class_hash_of("mod");
     for (const std::size_t position : analysis.order) {
         const node_t& node = analysis.graph.nodes[position];
-        if ((!node.is(hash_divide) && !node.is(hash_mod)) || node.inputs() != 2) continue;
+        if (node.row->traits().fault != tessel::fault_t::lowest_by_minus_1 || node.inputs() != 2) continue;
         const tessel::type_t type = node.block->output(0)->type();
         if (type != tessel::type_int32 && type != tessel::type_int64) continue;
         const std::int64_t lowest = type == tessel::type_int32 ? std::numeric_limits<std::int32_t>::min()

@@ -1,7 +1,6 @@
 #include "host/diagnose/evaluation.h"
 
 #include <algorithm>
-#include <cctype>
 
 namespace zarn {
 
@@ -70,19 +69,12 @@ tessel::var_t value_of(const node_t& node, const evaluations_t& evaluations, con
 }
 
 std::string key_of(const node_t& node, const evaluation_t& evaluation) {
-    // the tail of the scope spells the key in another way: "_coeff_a" for "coeffA"
-    std::string tail = evaluation.scope;
-    if (tail.starts_with(node.properties->python_path)) tail.erase(0, node.properties->python_path.size());
-    std::erase(tail, '_');
-    std::string match;
-    for (const auto& [key, parameter] : node.properties->parameters) {
-        std::string low = key;
-        std::ranges::transform(low, low.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-        if (low == tail) return key;
-        const bool same_text = parameter.value.is_text() && evaluation.text == parameter.value.text();
-        if (same_text && (match.empty() || key < match)) match = key;
-    }
-    return match;
+    std::string_view scope = evaluation.scope;
+    if (scope.starts_with(node.properties->python_path)) scope.remove_prefix(node.properties->python_path.size());
+    const auto& parameters = node.row->traits().parameters;
+    const auto found = std::ranges::find_if(
+        parameters, [scope](const tessel::parameter_traits_t& parameter) { return scope == parameter.scope; });
+    return found != parameters.end() ? found->key : "";
 }
 
 }  // namespace zarn

@@ -263,10 +263,10 @@ void tell_missing(const graph_t& graph, const node_t& node, const std::vector<st
         mend = "link a condition to it, or take the enable block out";
     } else if (node.is(hash_inport) && around != nullptr) {
         what = tessel::format("nothing is linked to input {} of {}", port_number(node), around->path);
-    } else if (node.row->inputs >= 0 && node.inputs() > static_cast<std::size_t>(node.row->inputs)) {
+    } else if (node.row->traits().input_count >= 0 && node.inputs() > static_cast<std::size_t>(node.row->traits().input_count)) {
         what += tessel::format("; the file's \"inportCount\" of {} gives this class more than its {}", node.inputs(),
-                               counted(static_cast<std::size_t>(node.row->inputs), "input"));
-        mend = tessel::format("write {} as \"inportCount\"", node.row->inputs);
+                               counted(static_cast<std::size_t>(node.row->traits().input_count), "input"));
+        mend = tessel::format("write {} as \"inportCount\"", node.row->traits().input_count);
     }
     report.at_block("Z201", severity_t::error, node, what, mend);
 }

@@ -127,7 +127,7 @@ void check_names(const analysis_t& analysis, Report& report) {
         const node_t& node = analysis.graph.nodes[position];
         if (is_subsystem(node)) continue;
         if (node.outputs() > 0) check_identifier(node, report);
-        else if (node.block->class_hash() == tessel::class_hash_of("display")) check_text(node, report);
+        else if (node.row->traits().text.prints_name) check_text(node, report);
     }
 }
 

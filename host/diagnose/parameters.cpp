@@ -4,7 +4,6 @@
 #include <cmath>
 
 #include "core/convert.h"
-#include "core/hash.h"
 #include "core/str.h"
 #include "host/diagnose/analysis.h"
 #include "host/diagnose/nearest.h"
@@ -13,7 +12,9 @@
 namespace zarn {
 namespace {
 
-using tessel::class_hash_of;
+using tessel::content_t;
+using tessel::limit_t;
+using tessel::parameter_traits_t;
 using tessel::var_t;
 using tessel::str::shortest;
 
@@ -72,61 +73,64 @@ private:
     void check_result(const node_t& node, const evaluations_t& evaluations, tessel::result_t result) {
         if (result == tessel::result_table_mismatch) return check_tables(node, evaluations);
         if (result != tessel::result_bad_parameter) return;
-        if (node.is(class_hash_of("sinewave"))) tell_frequency(node, evaluations, severity_t::error);
-        else if (node.is(class_hash_of("squarewave"))) tell_times(node, evaluations, severity_t::error);
-        else if (node.is(class_hash_of("logical")) || node.is(class_hash_of("relational"))) tell_operator(node);
-    }
-
-    void check_values(const node_t& node, const evaluations_t& evaluations) {
-        switch (node.block->class_hash()) {
-            case class_hash_of("random"): return check_random(node, evaluations);
-            case class_hash_of("sinewave"):
-                if (!(double(value_of(node, evaluations, "frequency", "_frequency")) > 0.0))
-                    tell_frequency(node, evaluations, severity_t::warning);
-                return;
-            case class_hash_of("squarewave"):
-                if (double(value_of(node, evaluations, "timeOff", "_time_off")) < 0.0 ||
-                    double(value_of(node, evaluations, "timeOn", "_time_on")) < 0.0)
-                    tell_times(node, evaluations, severity_t::warning);
-                return;
-            case class_hash_of("lut1d"):
-            case class_hash_of("lut2d"): return check_breakpoints(node, evaluations);
-            case class_hash_of("unpack"): return check_field(node, evaluations);
-            case class_hash_of("cast"): return check_cast(node);
-            default: return;
+        for (const parameter_traits_t& parameter : node.row->traits().parameters) {
+            if (parameter.limit == limit_t::above_0)
+                return tell_frequency(node, parameter, evaluations, severity_t::error);
+            if (parameter.limit == limit_t::not_below_0) return tell_times(node, evaluations, severity_t::error);
+            if (parameter.content == content_t::word) return tell_word(node, parameter);
         }
     }
 
-    void tell_frequency(const node_t& node, const evaluations_t& evaluations, severity_t severity) {
+    void check_values(const node_t& node, const evaluations_t& evaluations) {
+        bool times = false;  // whether one is below 0
+        for (const parameter_traits_t& parameter : node.row->traits().parameters) {
+            const auto value = [&] { return number_of(node, evaluations, parameter); };
+            switch (parameter.limit) {
+                case limit_t::above_0:
+                    if (!(value() > 0.0)) tell_frequency(node, parameter, evaluations, severity_t::warning);
+                    break;
+                case limit_t::not_below_0: times = times || value() < 0.0; break;
+                case limit_t::rising: check_breakpoints(node, parameter, evaluations); break;
+                case limit_t::upper_end: check_range(node, parameter, evaluations); break;
+                case limit_t::not_0: check_seed(node, parameter, value()); break;
+                case limit_t::highest_bit: check_field(node, parameter, evaluations); break;
+                default: break;
+            }
+            if (parameter.content == content_t::word) check_word(node, parameter);
+        }
+        if (times) tell_times(node, evaluations, severity_t::warning);
+    }
+
+    void tell_frequency(const node_t& node, const parameter_traits_t& parameter, const evaluations_t& evaluations,
+                        severity_t severity) {
         report_.at_block("Z407", severity, node,
-                         tessel::format("\"frequency\" is {}, but must be above 0",
-                                        shortest(double(value_of(node, evaluations, "frequency", "_frequency")))),
-                         "write a frequency in hertz, above 0");
-        point_at(node, "frequency");
+                         tessel::format("\"{}\" is {}, but must be above 0", parameter.key,
+                                        shortest(number_of(node, evaluations, parameter))),
+                         tessel::format("write a {} in {}, above 0", parameter.key, parameter.unit.words));
+        point_at(node, parameter.key);
     }
 
     void tell_times(const node_t& node, const evaluations_t& evaluations, severity_t severity) {
-        const double off = double(value_of(node, evaluations, "timeOff", "_time_off"));
-        const double on = double(value_of(node, evaluations, "timeOn", "_time_on"));
-        report_.at_block("Z406", severity, node,
-                         tessel::format("\"timeOff\" is {} and \"timeOn\" is {}, but neither can be below 0",
-                                        shortest(off), shortest(on)),
+        std::string all;
+        const char* first = nullptr;  // of those below 0
+        for (const parameter_traits_t& parameter : node.row->traits().parameters) {
+            if (parameter.limit != limit_t::not_below_0) continue;
+            const double value = number_of(node, evaluations, parameter);
+            all += tessel::format("{}\"{}\" is {}", all.empty() ? "" : " and ", parameter.key, shortest(value));
+            if (value < 0.0 && first == nullptr) first = parameter.key;
+        }
+        report_.at_block("Z406", severity, node, all + ", but neither can be below 0",
                          "write times in seconds, 0 or above");
-        point_at(node, off < 0.0 ? "timeOff" : "timeOn");
+        if (first != nullptr) point_at(node, first);
     }
 
-    void tell_operator(const node_t& node) {
-        const std::vector<std::string> known = node.is(class_hash_of("logical"))
-                                                   ? std::vector<std::string>{"and", "or", "nand", "nor"}
-                                                   : std::vector<std::string>{"eq", "ne", "lt", "le", "gt", "ge"};
-        std::string list;
-        for (const std::string& word : known) list += (list.empty() ? "" : ", ") + word;
-        const var_t& given = node.block->param("operator");
-        report_.at_block(
-            "Z408", severity_t::error, node,
-            tessel::format("there is no operator {}", given.is_text() ? in_quotes(given.text()) : given.to_string()),
-            "write one of " + list);
-        point_at(node, "operator");
+    void tell_word(const node_t& node, const parameter_traits_t& parameter) {
+        const var_t& given = node.block->param(parameter.key);
+        report_.at_block("Z408", severity_t::error, node,
+                         tessel::format("there is no {} {}", parameter.key,
+                                        given.is_text() ? in_quotes(given.text()) : given.to_string()),
+                         "write one of " + list_of(words_of(parameter)));
+        point_at(node, parameter.key);
     }
 
     void check_tables(const node_t& node, const evaluations_t& evaluations) {
@@ -140,100 +144,102 @@ private:
             sizes += columns == 1 ? counted(rows, "element") : tessel::format("{} by {} elements", rows, columns);
         }
         report_.at_block("Z404", severity_t::error, node, "the table does not fit its breakpoints: " + sizes,
-                         node.is(class_hash_of("lut1d")) ? "give \"bp1\" and \"out\" the same number of elements"
-                                                         : "give \"out\" a row for each element of \"bp1\", of as many "
-                                                           "elements as \"bp2\" has");
+                         breakpoint_lists(node) == 1 ? "give \"bp1\" and \"out\" the same number of elements"
+                                                     : "give \"out\" a row for each element of \"bp1\", of as many "
+                                                       "elements as \"bp2\" has");
         point_at(node, "out");
     }
 
-    void check_breakpoints(const node_t& node, const evaluations_t& evaluations) {
-        for (const evaluation_t& evaluation : evaluations) {
-            const std::string key = key_of(node, evaluation);
-            if (evaluation.kind != evaluation_t::kind_t::array || key == "out") continue;
-            const auto& values = evaluation.array.values;
-            if (node.is(class_hash_of("lut2d")) && values.size() < 2) {
-                report_.at_block("Z413", severity_t::warning, node,
-                                 tessel::format("\"{}\" has {}, and interpolation needs two", key,
-                                                counted(values.size(), "breakpoint")),
-                                 "write at least two breakpoints");
-                point_at(node, key);
-            }
-            for (std::size_t i = 1; i < values.size(); ++i) {
-                if (double(values[i - 1]) < double(values[i])) continue;
-                report_.at_block("Z405", severity_t::warning, node,
-                                 tessel::format("the breakpoints in \"{}\" do not rise: {} is followed by {}", key,
-                                                shortest(double(values[i - 1])), shortest(double(values[i]))),
-                                 "write breakpoints that rise, and the table in their order");
-                point_at(node, key);
-                break;
-            }
-        }
+    static std::ptrdiff_t breakpoint_lists(const node_t& node) {
+        return std::ranges::count(node.row->traits().parameters, limit_t::rising, &parameter_traits_t::limit);
     }
 
-    void check_random(const node_t& node, const evaluations_t& evaluations) {
-        const double max = double(value_of(node, evaluations, "max", "_max"));
-        const double min = double(value_of(node, evaluations, "min", "_min"));
-        const std::int64_t range = tessel::truncate64(max - min + 1.0);
-        if (range <= 0) {
-            report_.at_block("Z403", range == 0 ? severity_t::error : severity_t::warning, node,
-                             range == 0 ? tessel::format("\"max\" {} and \"min\" {} leave no number to choose: the "
-                                                         "division by their range is a fault that ends the program",
-                                                         shortest(max), shortest(min))
-                                        : tessel::format("\"max\" {} is below \"min\" {}, so values can be of any size",
-                                                         shortest(max), shortest(min)),
-                             "write a \"max\" that is not below \"min\"");
-            point_at(node, "max");
+    void check_breakpoints(const node_t& node, const parameter_traits_t& parameter, const evaluations_t& evaluations) {
+        const auto found = std::ranges::find_if(evaluations, [&](const evaluation_t& evaluation) {
+            return evaluation.kind == evaluation_t::kind_t::array && key_of(node, evaluation) == parameter.key;
+        });
+        if (found == evaluations.end()) return;
+        const auto& values = found->array.values;
+        // between the points of a grid there is nothing until there are two each way
+        if (breakpoint_lists(node) > 1 && values.size() < 2) {
+            report_.at_block("Z413", severity_t::warning, node,
+                             tessel::format("\"{}\" has {}, and interpolation needs two", parameter.key,
+                                            counted(values.size(), "breakpoint")),
+                             "write at least two breakpoints");
+            point_at(node, parameter.key);
         }
-        const double seed = double(value_of(node, evaluations, "seed", "_seed"));
-        if (tessel::to_uint64(seed) == 0) {
+        for (std::size_t i = 1; i < values.size(); ++i) {
+            if (double(values[i - 1]) < double(values[i])) continue;
             report_.at_block(
-                "Z415", severity_t::warning, node,
-                tessel::format("the \"seed\" {} stays 0, so the output is \"min\" for ever", shortest(seed)),
-                "write another seed");
-            point_at(node, "seed");
+                "Z405", severity_t::warning, node,
+                tessel::format("the breakpoints in \"{}\" do not rise: {} is followed by {}", parameter.key,
+                               shortest(double(values[i - 1])), shortest(double(values[i]))),
+                "write breakpoints that rise, and the table in their order");
+            point_at(node, parameter.key);
+            break;
         }
     }
 
-    void check_field(const node_t& node, const evaluations_t& evaluations) {
-        const std::int32_t lsb = int(value_of(node, evaluations, "lsb", "_lsb"));
-        const std::int32_t msb = int(value_of(node, evaluations, "msb", "_msb"));
+    void check_range(const node_t& node, const parameter_traits_t& upper, const evaluations_t& evaluations) {
+        const parameter_traits_t& lower = *partner(node, limit_t::lower_end);
+        const double max = number_of(node, evaluations, upper), min = number_of(node, evaluations, lower);
+        const std::int64_t range = tessel::truncate64(max - min + 1.0);
+        if (range > 0) return;
+        report_.at_block("Z403", range == 0 ? severity_t::error : severity_t::warning, node,
+                         range == 0
+                             ? tessel::format("\"{}\" {} and \"{}\" {} leave no number to choose: the division by "
+                                              "their range is a fault that ends the program",
+                                              upper.key, shortest(max), lower.key, shortest(min))
+                             : tessel::format("\"{}\" {} is below \"{}\" {}, so values can be of any size", upper.key,
+                                              shortest(max), lower.key, shortest(min)),
+                         tessel::format("write a \"{}\" that is not below \"{}\"", upper.key, lower.key));
+        point_at(node, upper.key);
+    }
+
+    void check_seed(const node_t& node, const parameter_traits_t& parameter, double seed) {
+        if (tessel::to_uint64(seed) != 0) return;
+        report_.at_block("Z415", severity_t::warning, node,
+                         tessel::format("the \"{}\" {} stays 0, so the output is \"{}\" for ever", parameter.key,
+                                        shortest(seed), partner(node, limit_t::lower_end)->key),
+                         tessel::format("write another {}", parameter.key));
+        point_at(node, parameter.key);
+    }
+
+    void check_field(const node_t& node, const parameter_traits_t& highest, const evaluations_t& evaluations) {
+        const parameter_traits_t& lowest = *partner(node, limit_t::lowest_bit);
+        const std::int32_t lsb = int(value_of(node, evaluations, lowest.key, lowest.scope));
+        const std::int32_t msb = int(value_of(node, evaluations, highest.key, highest.scope));
         const std::uint32_t mask = (1u << ((static_cast<std::uint32_t>(msb) + 1u) % 32u)) - 1u;
         if ((mask >> (static_cast<std::uint32_t>(lsb) % 32u)) != 0) return;
         report_.at_block(
             "Z416", severity_t::warning, node,
             tessel::format("the field from bit {} to bit {} holds nothing, so the output is always \"coeffB\"", lsb,
                            msb),
-            "choose \"lsb\" not above \"msb\", and \"msb\" at most 30");
-        point_at(node, "msb");
+            tessel::format("choose \"{}\" not above \"{}\", and \"{}\" at most 30", lowest.key, highest.key,
+                           highest.key));
+        point_at(node, highest.key);
     }
 
-    void check_cast(const node_t& node) {
-        static const std::vector<std::string> known{"bool",   "int8",  "uint8",  "int16", "uint16", "int32",
-                                                    "uint32", "int64", "uint64", "flt32", "flt64"};
-        const var_t& type = node.block->param("type");
-        const std::string text = type.is_text() ? type.text() : type.to_string();
+    /// A word that is none of the keywords and that the class takes all the same, as if it were its default.
+    void check_word(const node_t& node, const parameter_traits_t& parameter) {
+        const std::vector<std::string> known = words_of(parameter);
+        const var_t& given = node.block->param(parameter.key);
+        const std::string text = given.is_text() ? given.text() : given.to_string();
         if (std::ranges::find(known, text) != known.end()) return;
         const std::string near = nearest_name(text, known);
-        std::string list;
-        for (const std::string& word : known) list += (list.empty() ? "" : ", ") + word;
         report_.at_block("Z306", severity_t::warning, node,
-                         tessel::format("there is no type {}, so the cast is to flt64", in_quotes(text)),
-                         near.empty() ? "write one of " + list : tessel::format("write \"{}\"", near));
-        point_at(node, "type");
+                         tessel::format("there is no {} {}, so the {} is to {}", parameter.key, in_quotes(text),
+                                        node.class_name(), parameter.value),
+                         near.empty() ? "write one of " + list_of(known) : tessel::format("write \"{}\"", near));
+        point_at(node, parameter.key);
     }
 
     /// Texts of a class whose first parameter is a number: they are read as numbers, not evaluated.
     void check_mixture(const node_t& node) {
-        struct class_t {
-            std::uint32_t hash;
-            const char* first;
-        };
-        static constexpr class_t classes[] = {
-            {class_hash_of("step"), "initialValue"},  {class_hash_of("sinewave"), "frequency"},
-            {class_hash_of("squarewave"), "timeOff"}, {class_hash_of("random"), "max"},
-            {class_hash_of("debounce"), "fall"},      {class_hash_of("hysteresis"), "valueOff"}};
-        const auto found = std::ranges::find(classes, node.block->class_hash(), &class_t::hash);
-        if (found == std::end(classes) || node.block->param(found->first).is_text()) return;
+        const tessel::block_traits_t& traits = node.row->traits();
+        if (!traits.first_decides) return;
+        const char* first = traits.parameters.front().key;
+        if (node.block->param(first).is_text()) return;
         for (const auto& [key, parameter] : node.properties->parameters) {
             if (!parameter.value.is_text()) continue;
             char* end = nullptr;
@@ -243,10 +249,28 @@ private:
             report_.at_block("Z414", severity_t::warning, node,
                              tessel::format("\"{}\" is the text {}, which is not evaluated, since \"{}\" is a number; "
                                             "it counts as {}",
-                                            key, in_quotes(text), found->first, shortest(double(parameter.value))),
-                             tessel::format("write \"{}\" in quotes too", found->first));
+                                            key, in_quotes(text), first, shortest(double(parameter.value))),
+                             tessel::format("write \"{}\" in quotes too", first));
             point_at(node, key);
         }
+    }
+
+    static double number_of(const node_t& node, const evaluations_t& evaluations, const parameter_traits_t& parameter) {
+        return double(value_of(node, evaluations, parameter.key, parameter.scope));
+    }
+    /// The parameter of the same class with that limit.
+    static const parameter_traits_t* partner(const node_t& node, limit_t limit) {
+        return &*std::ranges::find(node.row->traits().parameters, limit, &parameter_traits_t::limit);
+    }
+    static std::vector<std::string> words_of(const parameter_traits_t& parameter) {
+        std::vector<std::string> words;
+        for (const tessel::word_t& word : parameter.words) words.emplace_back(word.word);
+        return words;
+    }
+    static std::string list_of(const std::vector<std::string>& words) {
+        std::string list;
+        for (const std::string& word : words) list += (list.empty() ? "" : ", ") + word;
+        return list;
     }
 
     /// Lets the finding told last point at a parameter.

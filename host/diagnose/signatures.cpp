@@ -8,7 +8,6 @@
 #include "core/hash.h"
 #include "core/type.h"
 #include "factory.h"
-#include "framework/entries.h"
 #include "host/diagnose/source.h"
 #include "host/diagnose/tree.h"
 #include "host/diagnose/typing.h"
@@ -113,8 +112,6 @@ types_t source_types(const node_t& node) {
 void tell_count(const node_t& node, Report& report) {
     std::set<int> counts;
     for (const tessel::signature_t& row : node.row->entry->accepted) counts.insert(row.inputs);
-    if (node.is(tessel::class_hash_of("logical"))) counts = {2, 3, 4, 5, 6, 7, 8};
-    if (node.is(tessel::class_hash_of("relational"))) counts = {2};
     std::string accepted;
     if (counts.size() > 2) accepted = tessel::format("{} to {}", *counts.begin(), *counts.rbegin());
     else if (counts.size() == 2) accepted = tessel::format("{} or {}", *counts.begin(), *counts.rbegin());
@@ -123,13 +120,12 @@ void tell_count(const node_t& node, Report& report) {
     report.at_block("Z304", severity_t::error, node,
                     tessel::format("no runnable form with {}; it runs with {}", counted(node.inputs(), "input"),
                                    accepted.empty() ? "none" : accepted),
-                    more && node.row->inputs < 0 ? "split it into several blocks in a row"
-                                                 : tessel::format("write {} as \"inportCount\"", accepted));
+                    more && node.row->traits().input_count < 0
+                        ? "split it into several blocks in a row"
+                        : tessel::format("write {} as \"inportCount\"", accepted));
 }
 
 bool has_count(const node_t& node) {
-    if (node.is(tessel::class_hash_of("logical"))) return node.inputs() >= 2 && node.inputs() <= 8;
-    if (node.is(tessel::class_hash_of("relational"))) return node.inputs() == 2;
     return std::ranges::any_of(node.row->entry->accepted, [&node](const tessel::signature_t& row) {
         return row.inputs == node.inputs() && row.outputs == node.outputs();
     });
@@ -137,7 +133,8 @@ bool has_count(const node_t& node) {
 
 /// Whether a file gives a block of a fixed number of inputs more of them, and not all are fed.
 bool has_idle_input(const node_t& node, const std::vector<feed_t>& feeds) {
-    return node.row->inputs >= 0 && node.inputs() > static_cast<std::size_t>(node.row->inputs) &&
+    return node.row->traits().input_count >= 0 &&
+           node.inputs() > static_cast<std::size_t>(node.row->traits().input_count) &&
            std::ranges::any_of(feeds, [](const feed_t& feed) { return feed.source == none; });
 }
 

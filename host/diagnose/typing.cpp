@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <functional>
 
-#include "core/hash.h"
 #include "core/type.h"
 #include "factory.h"
 #include "host/diagnose/source.h"
@@ -12,17 +11,6 @@
 
 namespace zarn {
 namespace {
-
-using tessel::class_hash_of;
-
-/// Classes that give their output this type whatever their parameters hold.
-bool gives_flt64(const node_t& node) {
-    constexpr std::uint32_t classes[] = {
-        class_hash_of("step"),   class_hash_of("sinewave"), class_hash_of("squarewave"),
-        class_hash_of("random"), class_hash_of("lerp"),     class_hash_of("poly1st"),
-        class_hash_of("unpack"), class_hash_of("lut2d"),    hash_from_workspace};
-    return std::ranges::find(classes, node.block->class_hash()) != std::end(classes);
-}
 
 std::size_t typed_ports(const tessel::IMetaBlock& block) {
     std::size_t count = 0;
@@ -165,7 +153,8 @@ private:
         if (result == tessel::result_ok) return;
         typing_.results[position] = result;
         typing_.unknown[position] = true;
-        if (gives_flt64(graph_.nodes[position])) own.output(0)->set_type_if_unset(tessel::type_flt64);
+        if (const tessel::type_t given = graph_.nodes[position].row->traits().typed_as; given != tessel::type_unknown)
+            own.output(0)->set_type_if_unset(given);
     }
 
     /// What lies behind a block of unknown type and has none itself.

@@ -136,8 +136,7 @@ public:
     /// Keys that mean nothing, and numbers that their fields cannot hold.
     void check_keys() {
         std::vector<std::string> known(block_keys.begin(), block_keys.end());
-        if (row_->defaults != nullptr)
-            for (const auto& [key, parameter] : *row_->defaults) known.push_back(key);
+        for (const auto& parameter : row_->traits().parameters) known.emplace_back(parameter.key);
         std::ranges::sort(known);
         for (const auto& [key, value] : object_.items()) {
             if (!std::ranges::binary_search(known, key)) {
@@ -168,7 +167,8 @@ public:
 
 private:
     bool is_parameter(const std::string& key) const {
-        return row_ != nullptr && row_->defaults != nullptr && row_->defaults->contains(key);
+        return row_ != nullptr && std::ranges::any_of(row_->traits().parameters,
+                                                   [&key](const auto& parameter) { return key == parameter.key; });
     }
 
     const char* wanted_kind(const std::string& key) const {
@@ -205,7 +205,8 @@ json check_block_values(Report& report, const json& object, const tessel::class_
                         const std::string& pointer, bool& refused, severity_t weight) {
     const auto read = [&row](const json& in) {
         tessel::PropertiesBlock properties;
-        if (row.defaults != nullptr) properties.parameters = *row.defaults;
+        if (const auto* defaults = tessel::factory::defaults_of(row.name); defaults != nullptr)
+            properties.parameters = *defaults;
         properties.import_json(in);
     };
     Values values(report, object, file, pointer, weight);

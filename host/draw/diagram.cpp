@@ -93,9 +93,9 @@ void read_ports(Block& block, const json& data, const tessel::class_row_t* row) 
     block.inputs = std::clamp(integer(data, "inportCount"), 0, most_ports);
     block.outputs = std::clamp(integer(data, "outportCount"), 0, most_ports);
     if (row == nullptr) return;
-    if (row->inputs >= 0) block.inputs = row->inputs;
-    if (row->inputs == tessel::at_least_3) block.inputs = std::max(block.inputs, 3);
-    if (row->outputs >= 0) block.outputs = row->outputs;
+    if (row->traits().input_count >= 0) block.inputs = row->traits().input_count;
+    if (row->traits().input_count == tessel::at_least_3) block.inputs = std::max(block.inputs, 3);
+    if (row->traits().output_count >= 0) block.outputs = row->traits().output_count;
     if (block.is("enable")) block.outputs = 0;
 }
 

@@ -8,7 +8,7 @@
 #include "coder_c.h"
 #include "coder_py.h"
 #include "core/literal_bridge.h"
-#include "host/generate/notes.h"
+#include "host/codenotes/notes.h"
 #include "tests/coder/builders.h"
 #include "tests/coder/fake_model.h"
 #include "tests/coder/small_models.h"
@@ -16,7 +16,7 @@
 namespace tessel::test {
 namespace {
 
-using zarn::language_t;
+using zarn::dialect_t;
 
 bool told(const std::vector<zarn::note_t>& notes, const char* what) {
     return std::any_of(notes.begin(), notes.end(), [&](const auto& note) { return note.what == what; });
@@ -32,14 +32,14 @@ std::string listed(const std::vector<zarn::note_t>& notes) {
 class Built {
 public:
     explicit Built(std::unique_ptr<Diagram> diagram) : diagram_(std::move(diagram)) {
-        notes_c_ = zarn::find_notes(diagram_->model(), language_t::c);
+        notes_c_ = zarn::find_notes(diagram_->model(), dialect_t::c);
         EXPECT_EQ(coder_c::generate_code(folder_.text(), &diagram_->model()), result_ok);
-        notes_py_ = zarn::find_notes(diagram_->model(), language_t::python);
+        notes_py_ = zarn::find_notes(diagram_->model(), dialect_t::python);
         EXPECT_EQ(coder_py::generate_code(folder_.text(), &diagram_->model()), result_ok);
     }
 
-    const std::vector<zarn::note_t>& notes(language_t language) const {
-        return language == language_t::c ? notes_c_ : notes_py_;
+    const std::vector<zarn::note_t>& notes(dialect_t language) const {
+        return language == dialect_t::c ? notes_c_ : notes_py_;
     }
 
     std::filesystem::path c() const { return folder_.path() / "zarn-ccoder"; }
@@ -84,18 +84,18 @@ const values_t few{0.0, 0.25, 0.5};
 
 TEST_P(Noted, TheCLibraryCompilesUnlessTheNotesSayOtherwise) {
     Built built(make_small_model(GetParam()));
-    const auto notes = built.notes(language_t::c);
+    const auto notes = built.notes(dialect_t::c);
     const outcome_t compiled = built.compile_c();
-    EXPECT_EQ(compiled.status != 0, told(notes, zarn::not_compiled)) << compiled.text << listed(notes);
+    EXPECT_EQ(compiled.status != 0, told(notes, tessel::not_compiled)) << compiled.text << listed(notes);
 }
 
 TEST_P(Noted, ThePythonModelParsesAndRunsUnlessTheNotesSayOtherwise) {
     Built built(make_small_model(GetParam()));
-    const auto notes = built.notes(language_t::python);
+    const auto notes = built.notes(dialect_t::python);
     const outcome_t parsed = built.parse_py();
-    EXPECT_EQ(parsed.status != 0, told(notes, zarn::not_parsed)) << parsed.text << listed(notes);
+    EXPECT_EQ(parsed.status != 0, told(notes, tessel::not_parsed)) << parsed.text << listed(notes);
     const outcome_t ran = built.try_py(few);
-    EXPECT_EQ(ran.status != 0, told(notes, zarn::not_parsed) || told(notes, zarn::not_run))
+    EXPECT_EQ(ran.status != 0, told(notes, tessel::not_parsed) || told(notes, tessel::not_run))
         << ran.text << listed(notes);
 }
 
@@ -274,7 +274,7 @@ TEST_F(Difference, WhatComesBeforeItsEnableBlockRunsInAGeneratedProgramOnly) {
     EXPECT_EQ(built.run().second.back(), 0.0);
     EXPECT_EQ(built.run_c(times), (values_t{0, 0, 0, 0.75, 1.75, 3, 4.5, 6.25, 8.25}));
     std::string never;
-    for (const auto& note : built.notes(language_t::c))
+    for (const auto& note : built.notes(dialect_t::c))
         if (note.sentence.starts_with("a run never steps it")) never += note.subject + "; ";
     EXPECT_EQ(never, "In0_11 (time); Blk_42 (acc); ");
 }
@@ -342,7 +342,7 @@ TEST_F(Difference, TheProjectItselfBuildsItsLibraryAndDoesNotLinkItsProgram) {
     const outcome_t program = shell("cmake --build '" + source + "/build' --target executer");
     EXPECT_NE(program.status, 0);
     EXPECT_NE(program.text.find("undefined reference"), std::string::npos) << program.text;
-    EXPECT_TRUE(told(built.notes(language_t::c), zarn::not_linked));
+    EXPECT_TRUE(told(built.notes(dialect_t::c), tessel::not_linked));
 }
 
 TEST_F(Difference, ThePythonProgramMakesOneStepWithoutFiles) {

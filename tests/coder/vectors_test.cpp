@@ -6,7 +6,7 @@
 #include "PropertiesModel.h"
 #include "coder_c.h"
 #include "coder_py.h"
-#include "host/generate/notes.h"
+#include "host/codenotes/notes.h"
 #include "json.h"
 #include "tests/coder/builders.h"
 #include "tests/coder/fake_model.h"
@@ -60,7 +60,7 @@ protected:
 
 TEST_P(Vector, C) {
     compile();
-    zarn::find_notes(*model_, zarn::language_t::c);
+    zarn::find_notes(*model_, zarn::dialect_t::c);
     ASSERT_EQ(coder_c::generate_code(folder_.text(), model_.get()), result_ok);
     compare(file(".c") / "zarn-ccoder", folder_.path() / "zarn-ccoder");
 }
@@ -77,15 +77,15 @@ TEST_P(Vector, ProjectsBuildAndRunUnlessTheNotesSayOtherwise) {
     const auto told = [](const std::vector<zarn::note_t>& notes, std::string_view what) {
         return std::any_of(notes.begin(), notes.end(), [&](const auto& note) { return note.what == what; });
     };
-    const auto notes_c = zarn::find_notes(*model_, zarn::language_t::c);
+    const auto notes_c = zarn::find_notes(*model_, zarn::dialect_t::c);
     ASSERT_EQ(coder_c::generate_code(folder_.text(), model_.get()), result_ok);
     const outcome_t compiled = compile_c(folder_.path() / "zarn-ccoder");
-    EXPECT_EQ(compiled.status != 0, told(notes_c, zarn::not_compiled)) << compiled.text;
+    EXPECT_EQ(compiled.status != 0, told(notes_c, tessel::not_compiled)) << compiled.text;
 
-    const auto notes_py = zarn::find_notes(*model_, zarn::language_t::python);
+    const auto notes_py = zarn::find_notes(*model_, zarn::dialect_t::python);
     ASSERT_EQ(coder_py::generate_code(folder_.text(), model_.get()), result_ok);
     const outcome_t parsed = parse_py(folder_.path() / "zarn-pcoder");
-    EXPECT_EQ(parsed.status != 0, told(notes_py, zarn::not_parsed)) << parsed.text;
+    EXPECT_EQ(parsed.status != 0, told(notes_py, tessel::not_parsed)) << parsed.text;
 }
 
 INSTANTIATE_TEST_SUITE_P(Models, Vector, testing::ValuesIn(models()),

@@ -81,8 +81,8 @@ TEST(Blocks, OfEveryClass) {
     BlockReader reader;
     for (const class_row_t& row : factory::class_rows()) {
         nlohmann::json members = {{"name", "n"}, {"id", 5}, {"parent", 6}, {"inportCount", 5}, {"outportCount", 3}};
-        if (row.defaults != nullptr)
-            for (const auto& [key, parameter] : *row.defaults) members[key] = "text of " + key;
+        for (const auto& parameter : row.traits().parameters)
+            members[parameter.key] = std::string("text of ") + parameter.key;
         expect_as_by_document(reader, nlohmann::json{{row.name, members}}.dump());
         expect_as_by_document(reader, nlohmann::json{{row.name, nlohmann::json::object()}}.dump());
     }

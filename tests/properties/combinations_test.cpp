@@ -7,7 +7,6 @@
 
 #include "exec/Exec.h"
 #include "framework/classes.h"
-#include "framework/entries.h"
 #include "tests/properties/bench.h"
 #include "tests/support/block_test.h"
 #include "tests/support/random_model.h"

@@ -75,7 +75,8 @@ void expect_equal(const PropertiesBlock& a, const PropertiesBlock& b) {
 TEST(Json, OfABlockReadsBackAsItWas) {
     SeededChoices choices(1);
     for (const class_row_t& row : factory::class_rows()) {
-        const parameters_t parameters = row.defaults != nullptr ? *row.defaults : parameters_t{};
+        const parameters_t* defaults = factory::defaults_of(row.name);
+        const parameters_t parameters = defaults != nullptr ? *defaults : parameters_t{};
         for (int round = 0; round < round_count / 10; ++round) {
             const PropertiesBlock block = random_block(parameters, choices);
             json out;

@@ -15,7 +15,6 @@
 #include "exec/Exec.h"
 #include "factory.h"
 #include "framework/classes.h"
-#include "framework/entries.h"
 
 namespace tessel::test {
 namespace {

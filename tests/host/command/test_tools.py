@@ -279,7 +279,29 @@ class Blocks(CommandTest):
             self.assertEqual(counts[name], count, name)
 
     def test_an_unknown_class_is_wrong_use(self):
-        self.check("blocks", "adder", status=2, err="no block class 'adder'; did you mean add?", out="")
+        self.check("blocks", "addd", status=2, err="no block class 'addd'; did you mean add?", out="")
+
+    def test_a_class_is_found_by_what_people_call_it(self):
+        for word in "gain", "Gain", "GA-IN":
+            self.check("blocks", word, err=f"no block class is named '{word}'; this is what people call so:",
+                       out="multiply        product of two or three signals\n"
+                           "poly1st         polynomial of first order\n")
+        for word, name in {"saturation": "clamp", "unit delay": "memory", "scope": "display", "sum": "add"}.items():
+            listed = self.check("blocks", word).stdout
+            self.assertEqual([line.split()[0] for line in listed.splitlines()], [name], word)
+
+    def test_a_class_tells_its_facts_in_words(self):
+        text = self.check("blocks", "clamp", err="").stdout
+        self.assertIn("\nIn words   u: any type\n           lo: any type not ranked above that of u\n", text)
+        self.assertIn("\nDirectly   all inputs, in the same step\n", text)
+        self.assertIn("\nAlso       saturation, saturate, limit, limiter, bound\n", text)
+        self.assertIn("\nPorts      inputs: 2 or 3, outputs: 1\n", self.check("blocks", "add").stdout)
+        self.assertIn("\nDirectly   none: it comes first in a step, and so can close a loop\n",
+                      self.check("blocks", "memory").stdout)
+        self.assertIn("\nFault      the lowest int32 or int64 by -1 is the processor's divide fault, which ends the "
+                      "process\n", self.check("blocks", "divide").stdout)
+        text = self.check("blocks", "sinewave").stdout
+        self.assertIn("\nMeaning    frequency: frequency (number or expression, in hertz; above 0)\n", text)
 
 
 class Diff(CommandTest):

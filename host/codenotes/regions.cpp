@@ -1,18 +1,20 @@
 // The walk of the generators over the blocks, with nothing written: which braces and which lines come out.
-#include "host/generate/regions.h"
+#include "host/codenotes/regions.h"
 
 #include <algorithm>
-#include <array>
 #include <string_view>
 #include <unordered_set>
 
 #include "core/format.h"
+#include "framework/classes.h"
 
 namespace zarn {
 namespace {
 
+using tessel::differs, tessel::not_compiled, tessel::not_parsed, tessel::not_run;
 using tessel::IMetaBlock;
 using tessel::IMetaModel;
+using tessel::factory::traits_of;
 
 /// Calls, for each block in order: close(level), open(block, level, enable) where a region ends or begins, then
 /// at(block).
@@ -72,7 +74,7 @@ private:
         last_ = subject_of(block);
         if (failed_ || !gated_.contains(block.parent_id())) return;
         const auto inside = [&](const region_t& region) { return region.parent == block.parent_id(); };
-        if (std::ranges::none_of(regions_, inside) && has_step_code(block))
+        if (std::ranges::none_of(regions_, inside) && !traits_of(block).text.silent)
             notes_.push_back({subject_of(block), differs,
                               "its text stands behind the region of its subsystem, so it runs even while that one is "
                               "disabled"});
@@ -100,7 +102,7 @@ public:
                 line(subject_of(first), std::int64_t{level} * 4, true);
             },
             [this](const IMetaBlock& block) {
-                if (has_step_code(block)) line(subject_of(block), std::int64_t{block.tier()} * 4 + 8, false);
+                if (!traits_of(block).text.silent) line(subject_of(block), std::int64_t{block.tier()} * 4 + 8, false);
             });
         if (!failed_ && expecting_) {
             if (header_.empty()) notes_.push_back({"project", not_parsed, "step has no statement"});
@@ -112,8 +114,10 @@ public:
 private:
     static constexpr std::int64_t method = 4;  // blanks before "def step"
 
+    /// A line with so many blanks before it: less than none are written as none.
     void line(const std::string& subject, std::int64_t blanks, bool header) {
         if (failed_) return;
+        blanks = std::max<std::int64_t>(blanks, 0);
         if (expecting_) {
             if (blanks <= indents_.back()) return fail(subject, "a statement is missing before its text");
             indents_.push_back(blanks);
@@ -149,18 +153,12 @@ private:
 
 }  // namespace
 
-bool has_step_code(const IMetaBlock& block) {
-    static constexpr std::array<std::string_view, 9> silent{
-        "cast", "constant", "enable", "from", "from_workspace", "goto", "refsys", "subsys", "to_workspace"};
-    return !std::ranges::binary_search(silent, std::string_view(block.class_name()));
-}
-
 std::string subject_of(const IMetaBlock& block) {
     return tessel::format("{}_{} ({})", block.name(), block.id(), block.class_name());
 }
 
-std::vector<note_t> region_notes(IMetaModel& model, language_t language) {
-    return language == language_t::c ? Braces(model).take() : Lines(model).take();
+std::vector<note_t> region_notes(IMetaModel& model, dialect_t dialect) {
+    return dialect == dialect_t::c ? Braces(model).take() : Lines(model).take();
 }
 
 }  // namespace zarn

@@ -1,8 +1,7 @@
-// The notes on a model's generated project, worked out from the table of known texts (known.h).
-#include "host/generate/notes.h"
+// The notes on a model's generated project, worked out from what its classes say of their texts.
+#include "host/codenotes/notes.h"
 
 #include <algorithm>
-#include <array>
 #include <iterator>
 #include <map>
 #include <memory>
@@ -11,18 +10,36 @@
 
 #include "core/format.h"
 #include "core/var.h"
-#include "host/generate/known.h"
-#include "host/generate/regions.h"
-#include "host/generate/texts.h"
+#include "framework/classes.h"
+#include "host/codenotes/regions.h"
+#include "host/codenotes/texts.h"
 #include "port.h"
 
 namespace zarn {
 namespace {
 
+using tessel::differs, tessel::not_compiled, tessel::not_linked, tessel::not_parsed, tessel::not_run;
 using tessel::format;
 using tessel::IMetaBlock;
 using tessel::IMetaModel;
+using tessel::parameter_traits_t;
+using tessel::type_t;
 using tessel::var_t;
+using tessel::variable_type;
+using tessel::factory::traits_of;
+
+/// Whether a run converts a value for an input, of another type than the source's, in a way that the text does not.
+bool loses_conversion(const IMetaBlock& block, std::uint64_t index, dialect_t dialect) {
+    const type_t variable = variable_type(block, index);
+    const type_t input = block.input(static_cast<std::int16_t>(index))->type();
+    if (variable == tessel::type_unknown || input == tessel::type_unknown || variable == input) return false;
+    const tessel::block_traits_t& traits = traits_of(block);
+    if (index < traits.inputs.size() && traits.inputs.begin()[index].told_apart) return false;
+    const tessel::text_traits_t& text = traits.text;
+    if (dialect == dialect_t::c && text.converts_in_c) return false;
+    if (variable == tessel::type_bool) return text.integer_quotient && tessel::is_float_type(input);
+    return !(input == tessel::type_bool && text.tests_truth);
+}
 
 /// The order of a model's blocks, put back at the end: grouping starts from the order that it finds, so a second one
 /// may come out otherwise than the first.
@@ -52,7 +69,7 @@ private:
 /// Gathers the notes on one model in one language.
 class Notes {
 public:
-    Notes(IMetaModel& model, language_t language) : model_(model), language_(language) {}
+    Notes(IMetaModel& model, dialect_t dialect) : model_(model), dialect_(dialect) {}
 
     std::vector<note_t> gather() {
         const KeptOrder order(model_);
@@ -61,15 +78,13 @@ public:
         for (const auto& block : model_) {
             if (block == nullptr) continue;
             note_names(*block);
-            for (const known_t& known : known_texts())
-                if (known.language == language_ && known.class_name == block->class_name() && known.applies(*block))
-                    add(*block, known.what, known.sentence);
+            note_class(*block);
             note_conversions(*block);
             note_parameters(*block);
             note_tables(*block);
             note_gate(*block);
         }
-        std::ranges::move(region_notes(model_, language_), std::back_inserter(notes_));
+        std::ranges::move(region_notes(model_, dialect_), std::back_inserter(notes_));
         return std::move(notes_);
     }
 
@@ -87,7 +102,7 @@ private:
     }
 
     void note_project() {
-        if (language_ == language_t::c) {
+        if (dialect_ == dialect_t::c) {
             add_project(not_linked,
                         "CMakeLists.txt links 'executer' with 'model' for one compiler only; build and use "
                         "the library 'model', or add the link");
@@ -105,23 +120,30 @@ private:
         }
     }
 
+    /// What the block's class says of its text.
+    void note_class(const IMetaBlock& block) {
+        for (const tessel::text_note_t& note : traits_of(block).text.notes) {
+            if (note.dialect != dialect_ && note.dialect != dialect_t::both) continue;
+            if (note.occasion == nullptr || note.occasion->holds(block)) add(block, note.what, note.sentence);
+        }
+    }
+
     void note_names(const IMetaBlock& block) {
-        const char* broken = language_ == language_t::c ? not_compiled : not_parsed;
+        const char* broken = dialect_ == dialect_t::c ? not_compiled : not_parsed;
         if (block.output_count() != 0 && !makes_identifier(block.name()))
             add(block, broken, format("'{}' is no identifier", block.name()));
-        const std::string_view name = block.class_name();
-        const bool quoted = name == "display" || name == "inport" || name == "outport";
-        if (quoted && breaks_quotes(block.name()))
+        const tessel::text_traits_t& text = traits_of(block).text;
+        if (text.quotes_name && breaks_quotes(block.name()))
             add(block, broken, "its name stands between quotes and has a quote, a backslash or a line end in it");
-        if (name == "display" && language_ == language_t::c && block.name().find('%') != std::string_view::npos)
+        if (text.prints_name && dialect_ == dialect_t::c && block.name().find('%') != std::string_view::npos)
             add(block, differs, "its name holds a percent sign, which printf reads as a conversion");
     }
 
     /// Generated code reads a source's variable as it is: the conversion that an input of another type makes is lost.
     void note_conversions(const IMetaBlock& block) {
-        if (!has_step_code(block)) return;
+        if (traits_of(block).text.silent) return;
         for (std::uint64_t i = 0; i < block.input_count(); ++i)
-            if (loses_conversion(block, i, language_))
+            if (loses_conversion(block, i, dialect_))
                 add(block, differs,
                     format("input {} is read as {}; a run converts it to {} first", i,
                            tessel::short_name(variable_type(block, i)),
@@ -129,10 +151,11 @@ private:
     }
 
     void note_parameters(IMetaBlock& block) {
-        for (const parameter_t& parameter : parameters_of(block.class_name())) {
+        for (const parameter_traits_t& parameter : traits_of(block).parameters) {
+            if (!parameter.pasted && !parameter.six_digits) continue;
             const var_t& value = block.param(parameter.key);
             const std::string text = value.is_text() ? value.text() : value.to_string();
-            const bool is_pasted = language_ == language_t::python && parameter.pasted_in_python;
+            const bool is_pasted = dialect_ == dialect_t::python && parameter.pasted;
             if (is_pasted) {
                 if (const std::string name = foreign_name(text); !name.empty())
                     add(block, not_run,
@@ -146,14 +169,15 @@ private:
 
     /// One C structure serves all tables of a type; it has the size of the first.
     void note_tables(IMetaBlock& block) {
-        const std::string_view name = block.class_name();
-        if (language_ != language_t::c || (name != "lut1d" && name != "lut2d")) return;
-        std::array<std::ptrdiff_t, 2> commas{};
-        for (std::size_t i = 0; i < commas.size(); ++i) {
-            const var_t& value = block.param(i == 0 ? "bp1" : "bp2");
+        if (dialect_ != dialect_t::c) return;
+        std::vector<std::ptrdiff_t> commas;  // of each list of breakpoints
+        for (const parameter_traits_t& parameter : traits_of(block).parameters) {
+            if (parameter.limit != tessel::limit_t::rising) continue;
+            const var_t& value = block.param(parameter.key);
             const std::string_view text = value.is_text() ? value.text() : "";
-            commas[i] = std::ranges::count(text, ',');
+            commas.push_back(std::ranges::count(text, ','));
         }
+        if (commas.empty()) return;
         const auto [first, fresh] = tables_.try_emplace(block.struct_name(), commas, subject_of(block));
         if (!fresh && first->second.first != commas)
             add(block, differs,
@@ -162,7 +186,7 @@ private:
 
     /// A run clears the flag of an enable block before each step, so what stands before the block never sees it set.
     void note_gate(const IMetaBlock& block) {
-        if (!has_step_code(block)) return;
+        if (traits_of(block).text.silent) return;
         const auto [found, fresh] = gates_.try_emplace(block.parent_id(), nullptr);
         if (fresh) found->second = model_.find_enable(block.id());
         const IMetaBlock* gate = found->second;
@@ -172,19 +196,19 @@ private:
     }
 
     IMetaModel& model_;
-    language_t language_;
+    dialect_t dialect_;
     std::vector<note_t> notes_;
     std::unordered_map<std::uint64_t, const IMetaBlock*> gates_;  // by the parent of the blocks that they govern
-    std::map<std::string, std::pair<std::array<std::ptrdiff_t, 2>, std::string>> tables_;
+    std::map<std::string, std::pair<std::vector<std::ptrdiff_t>, std::string>> tables_;
 };
 
 }  // namespace
 
-std::vector<note_t> find_notes(IMetaModel& model, language_t language) { return Notes(model, language).gather(); }
+std::vector<note_t> find_notes(IMetaModel& model, dialect_t dialect) { return Notes(model, dialect).gather(); }
 
-std::vector<std::string> notes_for(IMetaModel& model, language_t language) {
+std::vector<std::string> notes_for(IMetaModel& model, dialect_t dialect) {
     std::vector<std::string> lines;
-    for (const note_t& note : find_notes(model, language))
+    for (const note_t& note : find_notes(model, dialect))
         lines.push_back(format("{}: {}: {}", note.subject, note.what, note.sentence));
     return lines;
 }

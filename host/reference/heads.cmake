@@ -14,5 +14,5 @@ foreach (file IN LISTS FILES)
     endforeach ()
     string(APPEND rows "    {\"${name}\", R\"head(${text})head\"},\n")
 endforeach ()
-file(WRITE ${OUT} "#include \"host/cli/heads.h\"\n\nnamespace zarn {\nnamespace {\n\nconstexpr head_t heads[] = {\n${rows}};\n
+file(WRITE ${OUT} "#include \"host/reference/heads.h\"\n\nnamespace zarn {\nnamespace {\n\nconstexpr head_t heads[] = {\n${rows}};\n
 }  // namespace\n\nstd::span<const head_t> block_heads() { return heads; }\n\n}  // namespace zarn\n")

@@ -1,4 +1,4 @@
-#include "host/generate/texts.h"
+#include "host/codenotes/texts.h"
 
 #include <algorithm>
 #include <array>

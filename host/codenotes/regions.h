@@ -3,17 +3,14 @@
 
 #include <vector>
 
-#include "host/generate/notes.h"
+#include "host/codenotes/notes.h"
 
 namespace zarn {
-
-/// Whether a class writes code into `step`, and not a comment alone.
-bool has_step_code(const tessel::IMetaBlock& block);
 
 /// The block as generated text and notes call it: "Gain_42 (abs)".
 std::string subject_of(const tessel::IMetaBlock& block);
 
 /// Notes on braces in C, or on indentation in Python. The model's blocks stand in the order of the generators.
-std::vector<note_t> region_notes(tessel::IMetaModel& model, language_t language);
+std::vector<note_t> region_notes(tessel::IMetaModel& model, dialect_t dialect);
 
 }  // namespace zarn
