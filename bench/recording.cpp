@@ -13,9 +13,9 @@
 #include "bench/models.h"
 #include "bench/step_clock.h"
 #include "core/format.h"
-#include "host/cli/output_file.h"
-#include "host/cli/probes.h"
-#include "host/cli/results.h"
+#include "host/session/output_file.h"
+#include "host/session/probes.h"
+#include "host/session/results.h"
 
 namespace {
 

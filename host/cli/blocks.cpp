@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "core/format.h"
-#include "host/cli/session.h"
+#include "host/cli/command.h"
 #include "host/cli/verbs.h"
 #include "host/diagnose/nearest.h"
 #include "host/reference/reference.h"

@@ -7,7 +7,7 @@
 #include <sstream>
 
 #include "core/format.h"
-#include "host/cli/session.h"
+#include "host/cli/command.h"
 #include "host/cli/verbs.h"
 #include "host/diagnose/diagnose.h"
 
@@ -33,12 +33,8 @@ int explain(const check_arguments_t& arguments) {
 }
 
 int check(const check_arguments_t& arguments) {
-    Session session(arguments.common, bridge_t::literal);
-    check_options_t options;
-    options.final_bridge = session.interpreter() != nullptr;
-    options.confirm = true;
-    options.settings = session.settings();
-    auto findings = diagnose(session.document(), options);
+    Call call(arguments.common, bridge_t::literal);
+    auto findings = call.session().check(call.evaluates(), true);
     const bool failed = has_errors(findings);
     if (arguments.common.quiet)
         std::erase_if(findings, [](const finding_t& f) { return f.severity != severity_t::error; });

@@ -11,7 +11,7 @@
 
 #include "core/format.h"
 #include "core/str.h"
-#include "host/cli/session.h"
+#include "host/cli/command.h"
 #include "host/cli/table.h"
 #include "host/cli/verbs.h"
 
@@ -30,8 +30,7 @@ auto on_file(const std::string& file, Work work) {
     try {
         return work();
     } catch (const std::runtime_error& error) {
-        message(tessel::format("{}: {}", file, error.what()));
-        throw Failure{status_usage};
+        throw SessionError(problem_t::usage, tessel::format("{}: {}", file, error.what()));
     }
 }
 

@@ -5,14 +5,14 @@
 #include <set>
 
 #include "core/format.h"
-#include "host/cli/output_file.h"
-#include "host/cli/session.h"
+#include "host/cli/command.h"
 #include "host/cli/verbs.h"
 #include "host/document/limits.h"
 #include "host/draw/compiled.h"
 #include "host/draw/diagram.h"
 #include "host/draw/scene.h"
 #include "host/draw/svg.h"
+#include "host/session/output_file.h"
 
 namespace zarn {
 namespace {
@@ -34,13 +34,14 @@ void mark_loop(draw::Diagram& diagram, const std::vector<std::string>& loop) {
 }
 
 /// Compiles the model for the sake of its types. What hinders that hinders no picture.
-void compile(Session& session, draw::Diagram& diagram) {
-    session.set_console_silent(true);
+void compile(Call& call, draw::Diagram& diagram) {
+    Session& session = call.session();
+    call.set_console_silent(true);
     tessel::result_t result = tessel::result_failure;
     try {
         result = session.load();
-    } catch (const Failure&) {
-        return;  // told
+    } catch (const SessionError& error) {
+        return message(error.what());
     }
     const auto& settings = session.properties();
     diagram.start = static_cast<double>(settings.get("ti"));
@@ -60,11 +61,11 @@ void compile(Session& session, draw::Diagram& diagram) {
         else mark_loop(diagram, session.loop());
         if (result != tessel::result_ok && session.loop().empty()) stage("compile");
     }
-    if (session.console().empty() || session.options().quiet) return;
-    for (const std::string& text : session.console()) session.complain(text);
-    if (!loaded) session.complain("it cannot be loaded, and is drawn without types: 'zarn check' names the places");
-    else if (session.interpreter() == nullptr && result != tessel::result_ok)
-        session.complain("types stop where an expression is no literal: --python, -w or -e evaluate it");
+    if (session.console().empty() || call.options().quiet) return;
+    for (const std::string& text : session.console()) call.complain(text);
+    if (!loaded) call.complain("it cannot be loaded, and is drawn without types: 'zarn check' names the places");
+    else if (!call.evaluates() && result != tessel::result_ok)
+        call.complain("types stop where an expression is no literal: --python, -w or -e evaluate it");
 }
 
 void write(const draw_options_t& options, const std::string& svg) {
@@ -74,29 +75,30 @@ void write(const draw_options_t& options, const std::string& svg) {
         file.write(svg);
         file.commit();
     } catch (const std::runtime_error& error) {
-        message(tessel::format("{}: {}", options.output, error.what()));
-        throw Failure{status_model};
+        throw SessionError(problem_t::file, tessel::format("{}: {}", options.output, error.what()));
     }
 }
 
 int run(draw_options_t& options) {
-    Session session(options, bridge_t::literal);
-    if (const auto problem = find_unloadable(session.document()); !problem.empty()) session.refuse(problem);
+    Call call(options, bridge_t::literal);
+    Session& session = call.session();
+    if (const auto problem = find_unloadable(session.document()); !problem.empty())
+        throw session.error(problem_t::model, problem);
     draw::Diagram diagram;
     try {
         diagram = draw::read_diagram(session.file());
     } catch (const std::runtime_error& error) {
-        session.refuse(error.what());
+        throw session.error(problem_t::model, error.what());
     } catch (const nlohmann::json::exception& error) {
         const std::string_view text = error.what();  // behind the number of the library's error
-        session.refuse(text.substr(text.find(' ') + 1));
+        throw session.error(problem_t::model, text.substr(text.find(' ') + 1));
     }
-    compile(session, diagram);
+    compile(call, diagram);
 
     options.drawing.layout_limit = std::chrono::milliseconds(static_cast<long long>(options.layout_seconds * 1000));
     std::string note;
     const auto pages = draw::make_scenes(diagram, options.drawing, note);
-    if (!note.empty() && !options.quiet) session.complain(note + "; blocks without a position are placed without it");
+    if (!note.empty() && !options.quiet) call.complain(note + "; blocks without a position are placed without it");
     const std::string svg = draw::write_svg(diagram, pages);
     write(options, svg);
     if (options.json && options.output != "-") {

@@ -5,7 +5,7 @@
 #include <sstream>
 
 #include "core/format.h"
-#include "host/cli/session.h"
+#include "host/cli/command.h"
 #include "host/cli/verbs.h"
 #include "host/diagnose/explain.h"
 
@@ -17,18 +17,19 @@ struct explain_arguments_t {
     std::string path;
 };
 
-[[noreturn]] void refuse_path(const Explanation& explanation, const std::string& path) {
+SessionError unknown_path(const Explanation& explanation, const std::string& path) {
     const std::string near = explanation.nearest_path(path);
-    message(tessel::format("no block that runs has the path {}{}", path,
-                           near.empty() ? "" : "; did you mean " + near + "?"));
-    throw Failure{status_usage};
+    return {problem_t::usage, tessel::format("no block that runs has the path {}{}", path,
+                                             near.empty() ? "" : "; did you mean " + near + "?")};
 }
 
 int explain(const explain_arguments_t& arguments) {
-    Session session(arguments.common, bridge_t::literal);
+    Call call(arguments.common, bridge_t::literal);
+    Session& session = call.session();
+    const Session::Active active(session);
     check_options_t options;
-    options.final_bridge = session.interpreter() != nullptr;
-    options.settings = session.settings();
+    options.final_bridge = call.evaluates();
+    options.settings = session.setup().settings;
     const Explanation explanation(session.document(), options);
     std::vector<finding_t> told = explanation.findings();
     std::erase_if(told, [](const finding_t& f) { return f.severity != severity_t::error && f.code != "Z402"; });
@@ -42,7 +43,7 @@ int explain(const explain_arguments_t& arguments) {
         explanation.print_table(text);
     } else {
         blocks = explanation.at(arguments.path);
-        if (blocks.empty()) refuse_path(explanation, arguments.path);
+        if (blocks.empty()) throw unknown_path(explanation, arguments.path);
         for (const stepped_t* block : blocks) explanation.print_block(*block, text);
     }
     out(arguments.common.json ? explanation.json(arguments.common.model, blocks) : text.str());

@@ -11,7 +11,7 @@
 #include "framework/classes.h"
 #include "host/cli/interrupt.h"
 #include "host/cli/monitor.h"
-#include "host/cli/session.h"
+#include "host/session/session.h"
 #include "port.h"
 
 namespace zarn {
@@ -76,13 +76,13 @@ void on_fault(int) {
 
 }  // namespace
 
-FaultGuard::FaultGuard(const std::string& name, tessel::IMetaModel& model, const tessel::ExecModel& exec) {
+FaultGuard::FaultGuard(const std::string& name, tessel::IMetaModel& model, tessel::IExecModel& exec) {
     std::unordered_map<std::uint64_t, tessel::IMetaBlock*> blocks;
     for (const auto& block : model)
         if (block != nullptr) blocks.try_emplace(block->id(), block.get());
     suspects.clear();
     model_name = name;
-    for (const auto& object : exec.blocks) {
+    for (const auto& object : exec) {
         const auto found = object != nullptr ? blocks.find(object->id()) : blocks.end();
         if (found == blocks.end()) continue;
         auto& block = *found->second;

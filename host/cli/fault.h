@@ -5,15 +5,15 @@
 #include <string>
 #include <vector>
 
+#include "IExecModel.h"
 #include "IMetaModel.h"
-#include "exec/ExecModel.h"
 
 namespace zarn {
 
 /// While it is alive, a divide fault ends the process with a message that names the block being stepped, and status 1.
 class FaultGuard {
 public:
-    FaultGuard(const std::string& model_name, tessel::IMetaModel& model, const tessel::ExecModel& exec);
+    FaultGuard(const std::string& model_name, tessel::IMetaModel& model, tessel::IExecModel& exec);
     FaultGuard(const FaultGuard&) = delete;
     FaultGuard& operator=(const FaultGuard&) = delete;
     ~FaultGuard();

@@ -12,9 +12,8 @@
 #include "coder_c.h"
 #include "coder_py.h"
 #include "core/format.h"
+#include "host/cli/command.h"
 #include "host/cli/interrupt.h"
-#include "host/cli/prepare.h"
-#include "host/cli/session.h"
 #include "host/cli/verbs.h"
 #include "host/codenotes/notes.h"
 
@@ -91,8 +90,10 @@ int generate(const generate_options_t& options) {
     const bool c = options.language == "c";
     const char* name = c ? "zarn-ccoder" : "zarn-pcoder";
     const auto folder = std::filesystem::absolute(options.folder);
-    Session session(options, bridge_t::interpreter);
-    load_and_compile(session);
+    Call call(options, bridge_t::interpreter);
+    Session& session = call.session();
+    call.prepare();
+    const Session::Active active(session);
 
     const auto notes = notes_for(session.model(), c ? dialect_t::c : dialect_t::python);
     try {

@@ -5,9 +5,9 @@
 
 #include "core/format.h"
 #include "framework/MetaBlock.h"
-#include "host/cli/json_text.h"
-#include "host/cli/session.h"
+#include "host/cli/command.h"
 #include "host/cli/verbs.h"
+#include "host/session/json_text.h"
 #include "port.h"
 
 namespace zarn {
@@ -114,8 +114,9 @@ void print_table(const Session& session, tessel::result_t result) {
 }
 
 int inspect(const options_t& options) {
-    Session session(options, bridge_t::literal);
-    session.set_console_silent(options.json);
+    Call call(options, bridge_t::literal);
+    call.set_console_silent(options.json);
+    Session& session = call.session();
     auto result = session.load();
     std::string state;
     const bool compiled = result == tessel::result_ok;
@@ -131,8 +132,8 @@ int inspect(const options_t& options) {
         return result == tessel::result_ok ? status_ok : status_model;
     }
     print_table(session, result);
-    if (result != tessel::result_ok && session.interpreter() == nullptr && !session.console().empty() && compiled)
-        session.complain("expressions are evaluated with --python, -w or -e");
+    if (result != tessel::result_ok && !call.evaluates() && !session.console().empty() && compiled)
+        call.complain("expressions are evaluated with --python, -w or -e");
     session.require(result, compiled ? "compile" : "load");
     return status_ok;
 }

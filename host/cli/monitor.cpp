@@ -26,8 +26,8 @@ std::string duration_text(double seconds) {
     return tessel::format("{} min {:02} s", whole / 60, whole % 60);
 }
 
-Monitor::Monitor(run_clock_t& clock, double ti, double tf, bool show_progress, bool looks_at_cells)
-    : clock_(clock), ti_(ti), tf_(tf), show_progress_(show_progress), looks_at_cells_(looks_at_cells) {}
+Monitor::Monitor(Run& run, double ti, double tf, bool show_progress, bool looks_at_cells)
+    : Watch(run), ti_(ti), tf_(tf), show_progress_(show_progress), looks_at_cells_(looks_at_cells) {}
 
 Monitor::~Monitor() { erase_line(); }
 
@@ -38,11 +38,9 @@ void Monitor::erase_line() noexcept {
     [[maybe_unused]] const auto written = write(STDERR_FILENO, text, sizeof text - 1);
 }
 
-bool Monitor::step_done(double t) noexcept {
-    ++clock_.step;
-    clock_.time = t;
+bool Monitor::go_on(double t) noexcept {
     if (show_progress_ && --countdown_ == 0) look(t);
-    return !interrupted() && !clock_.exhausted;
+    return !interrupted();
 }
 
 void Monitor::look(double t) noexcept {

@@ -5,33 +5,32 @@
 #include <cstdint>
 #include <string>
 
-#include "exec/ExecModel.h"
-#include "host/cli/recorder.h"
+#include "host/session/run.h"
 
 namespace zarn {
 
 /// A time to wait in words, without more digits than anyone wants: "7 s", "3 min 05 s", "2.5 h".
 std::string duration_text(double seconds);
 
-/// Counts the steps, ends the run on Ctrl-C or when a recording finds no memory, and shows the progress of a run of
-/// over a second where somebody can see it.
-class Monitor final : public tessel::RunMonitor {
+/// Ends the run on Ctrl-C and shows the progress of one of over a second where somebody can see it.
+class Monitor final : public Watch {
 public:
     /// `looks_at_cells`: on behalf of whoever looks when the run is cut off.
-    Monitor(run_clock_t& clock, double ti, double tf, bool show_progress, bool looks_at_cells = false);
+    Monitor(Run& run, double ti, double tf, bool show_progress, bool looks_at_cells = false);
     ~Monitor() override;
 
-    bool step_done(double t) noexcept override;
     bool looks_at_cells() const noexcept override { return looks_at_cells_; }
 
     /// Erases the line of progress if one stands on the terminal. Safe in a signal handler.
     static void erase_line() noexcept;
 
+protected:
+    bool go_on(double t) noexcept override;
+
 private:
     using steady = std::chrono::steady_clock;
     void look(double t) noexcept;
 
-    run_clock_t& clock_;
     double ti_, tf_;
     bool show_progress_;
     bool looks_at_cells_;

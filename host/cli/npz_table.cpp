@@ -5,10 +5,10 @@
 #include <stdexcept>
 
 #include "core/format.h"
-#include "host/cli/json_text.h"
 #include "host/cli/table.h"
 #include "host/cli/zip.h"
 #include "host/document/memory.h"
+#include "host/session/json_text.h"
 
 namespace zarn {
 namespace {

@@ -8,11 +8,11 @@
 
 #include "core/format.h"
 #include "framework/classes.h"
+#include "host/cli/command.h"
 #include "host/cli/command_line.h"
-#include "host/cli/output_file.h"
-#include "host/cli/session.h"
 #include "host/cli/verbs.h"
 #include "host/diagnose/codes.h"
+#include "host/session/output_file.h"
 
 namespace zarn {
 namespace {

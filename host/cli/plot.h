@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "host/cli/output_file.h"
-#include "host/cli/probes.h"
-#include "host/cli/results.h"
+#include "host/session/output_file.h"
+#include "host/session/probes.h"
+#include "host/session/results.h"
 
 namespace zarn {
 

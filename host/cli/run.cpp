@@ -4,26 +4,22 @@
 #include <CLI/App.hpp>
 
 #include <algorithm>
-#include <cmath>
 #include <cstdlib>
 #include <optional>
 #include <stdexcept>
 
 #include "core/format.h"
 #include "core/str.h"
+#include "host/cli/command.h"
 #include "host/cli/fault.h"
 #include "host/cli/interrupt.h"
-#include "host/cli/json_text.h"
 #include "host/cli/monitor.h"
-#include "host/cli/output_file.h"
 #include "host/cli/plot.h"
-#include "host/cli/prepare.h"
-#include "host/cli/probes.h"
-#include "host/cli/results.h"
-#include "host/cli/session.h"
 #include "host/cli/verbs.h"
-#include "host/document/memory.h"
-#include "host/python/interpreter.h"
+#include "host/embed/interpreter.h"
+#include "host/session/json_text.h"
+#include "host/session/npz.h"
+#include "host/session/run.h"
 
 namespace zarn {
 namespace {
@@ -37,12 +33,13 @@ struct run_options_t : options_t {
     std::string engine = "plan";
 };
 
+constexpr std::size_t widest_column = 60;  // longer names push their own line only
+
 /// The ending of a file name, which must be one of two.
 std::string ending_of(const char* option, const std::string& file, const char* a, const char* b) {
     for (const char* ending : {a, b})
         if (file.ends_with(ending)) return ending;
-    message(tessel::format("{} {}: the name must end in {} or {}", option, file, a, b));
-    throw Failure{status_usage};
+    throw SessionError(problem_t::usage, tessel::format("{} {}: the name must end in {} or {}", option, file, a, b));
 }
 
 /// A file that the run is going to write.
@@ -58,14 +55,15 @@ std::optional<sink_t> sink_of(const char* option, const std::string& name, const
     return sink_t{name, ending_of(option, name, a, b), std::filesystem::absolute(name), nullptr};
 }
 
-/// Works on a file; what goes wrong ends the verb with a message that names it.
+/// Works on a file; what goes wrong is told with its name.
 template <class Work>
 void with_name(const sink_t& sink, Work work) {
     try {
         work();
+    } catch (const SessionError&) {
+        throw;
     } catch (const std::runtime_error& error) {
-        message(tessel::format("{}: {}", sink.name, error.what()));
-        throw Failure{status_model};
+        throw SessionError(problem_t::file, tessel::format("{}: {}", sink.name, error.what()));
     }
 }
 
@@ -80,52 +78,52 @@ void append_cell(std::string& text, tessel::ExecPort& port) {
     [&]<class... T>(tessel::type_list<T...>) { (append(T{}), ...); }(tessel::value_types{});
 }
 
-class Run {
+/// One call of the verb.
+class RunVerb {
 public:
-    explicit Run(const run_options_t& options)
+    explicit RunVerb(const run_options_t& options)
         : options_(options),
           output_(sink_of("-o", options.output, ".csv", ".npz")),
           plot_(sink_of("--plot", options.plot, ".png", ".svg")) {
-        require_interpreter(output_ && output_->ending == ".npz", "-o FILE.npz");
         require_interpreter(plot_.has_value(), "--plot");
         require_interpreter(options.interactive, "-i");
-        session_ = std::make_unique<Session>(options, bridge_t::interpreter);
+        call_ = std::make_unique<Call>(options, bridge_t::interpreter);
     }
 
     int go();
 
 private:
+    Session& session() const { return call_->session(); }
     void require_interpreter(bool needed, const char* option) const;
     void prepare();
-    void choose_signals();
-    void limit_memory();
+    std::vector<signal_t> choose_signals() const;
     void open(std::optional<sink_t>& sink) const;
+    void make_drain();
+    void tell_room() const;
     void step_all();
     void write_files();
     void print_table() const;
-    double setting(const char* key) const { return static_cast<double>(session_->properties().get(key)); }
-    times_t times() const { return {setting("ti"), setting("ts"), clock_.step}; }
 
     run_options_t options_;
     std::optional<sink_t> output_, plot_;
-    std::unique_ptr<Session> session_;
-    std::unique_ptr<tessel::ExecModel> exec_;
-    std::vector<signal_t> signals_;  // recorded
-    run_clock_t clock_;
+    std::unique_ptr<Call> call_;
+    std::unique_ptr<Run> run_;
+    std::unique_ptr<Drain> drain_;  // into output_
 };
 
-void Run::require_interpreter(bool needed, const char* option) const {
+void RunVerb::require_interpreter(bool needed, const char* option) const {
     if (!needed || !options_.no_python) return;
-    message(tessel::format("{} needs the interpreter: it does not go with --no-python", option));
-    throw Failure{status_usage};
+    throw SessionError(problem_t::usage,
+                       tessel::format("{} needs the interpreter: it does not go with --no-python", option));
 }
 
-int Run::go() {
+int RunVerb::go() {
     try {
         prepare();
-    } catch (const Failure& failure) {
-        if (options_.json && failure.status == status_model) {
-            const auto result = library_result(*session_);
+    } catch (const SessionError& error) {
+        if (options_.json && error.status() == status_model) {
+            call_->set_console_silent(true);
+            const auto result = session().library_result();
             out(tessel::format("{{\"result\": {}, \"series\": {{}}}}\n",
                                static_cast<int>(result != tessel::result_ok ? result : tessel::result_failure)));
         }
@@ -136,91 +134,95 @@ int Run::go() {
         step_all();
         write_files();
     }
-    if (options_.json) print_json_results(tessel::result_ok, times(), signals_);
+    if (options_.json) write_json_results(out, tessel::result_ok, run_->times(), run_->signals());
     else if (!options_.quiet) print_table();
     flush_out();  // a terminal shows results before what is said of them
-    if (interrupted()) {
-        message(tessel::format("interrupted at t = {} s", tessel::str::shortest(clock_.time)));
-        return status_interrupted;
-    }
-    if (clock_.exhausted)
-        session_->refuse(tessel::format("the memory for recordings is used up: the run ended at t = {} s",
-                                        tessel::str::shortest(clock_.time)));
-    if (options_.interactive) session_->interpreter()->interact();
+    const auto& clock = run_->clock();
+    const std::string time = tessel::str::shortest(clock.time);
+    if (interrupted()) throw SessionError(problem_t::interrupted, tessel::format("interrupted at t = {} s", time));
+    if (clock.exhausted)
+        throw session().error(problem_t::model,
+                              tessel::format("the memory for recordings is used up: the run ended at t = {} s", time));
+    if (options_.interactive) call_->interpreter()->interact();
     return status_ok;
 }
 
-void Run::prepare() {
-    load_and_compile(*session_);
-    exec_ = build_runnable(*session_);
-    choose_signals();
-    limit_memory();
-    if (plot_) with_name(*plot_, [this] { session_->interpreter()->require_plot(); });
+void RunVerb::prepare() {
+    call_->prepare();
+    run_ = std::make_unique<Run>(session());
+    run_->record(choose_signals());
+    if (run_->signals().empty() && (output_ || plot_) && !options_.quiet)
+        call_->complain("nothing to record: the model has no outport, display or to_workspace; see --probe");
+    if (plot_) with_name(*plot_, [this] { call_->interpreter()->require_plot(); });
     open(output_);
     open(plot_);
-    attach_probes(*exec_, signals_, clock_);
+    make_drain();
+    tell_room();
 }
 
-void Run::choose_signals() {
-    if (options_.probe_all) signals_ = all_signals(session_->model());
-    else if (!options_.probes.empty()) signals_ = find_signals(session_->model(), options_.probes);
-    else if (output_ || plot_ || options_.json) signals_ = shown_signals(session_->model());
-    if (signals_.empty() && (output_ || plot_) && !options_.quiet)
-        session_->complain("nothing to record: the model has no outport, display or to_workspace; see --probe");
-}
-
-/// Gives recordings most of the memory that is free: a run that wants more ends when it is used up.
-void Run::limit_memory() {
-    const double available = free_memory() * 0.8;
-    if (available == 0.0) return;
-    clock_.room = static_cast<std::int64_t>(available);
-    double bytes = 0.0;
-    for (const signal_t& signal : signals_) bytes += static_cast<double>(tessel::size_of(signal.type));
-    const double wanted = bytes * (std::floor((setting("tf") - setting("ti")) / setting("ts")) + 1.0);
-    if (wanted > available)
-        session_->complain(
-            tessel::format("the recordings of the whole run take {:.3g} GiB; it will end when {:.3g} GiB "
-                           "are used up",
-                           wanted / 0x1p30, available / 0x1p30));
+std::vector<signal_t> RunVerb::choose_signals() const {
+    auto& model = session().model();
+    if (options_.probe_all) return all_signals(model);
+    if (!options_.probes.empty()) return find_signals(model, options_.probes);
+    if (output_ || plot_ || options_.json) return shown_signals(model);
+    return {};
 }
 
 /// Opens a file before the run: what is wrong with its place shows before the work is done.
-void Run::open(std::optional<sink_t>& sink) const {
+void RunVerb::open(std::optional<sink_t>& sink) const {
     if (sink) with_name(*sink, [&] { sink->file = std::make_unique<OutputFile>(sink->place); });
 }
 
-void Run::step_all() {
-    const bool show_progress = !options_.quiet && isatty(STDERR_FILENO) != 0;
-    const FaultGuard guard(options_.model, session_->model(), *exec_);
-    Monitor monitor(clock_, setting("ti"), setting("tf"), show_progress, guard.looks_at_cells());
-    exec_->set_monitor(&monitor);
-    exec_->set_engine(options_.engine == "objects" ? tessel::engine_t::objects : tessel::engine_t::plan);
-    exec_->run();
-    exec_->set_monitor(nullptr);
+/// A file alone takes its samples while the run goes on; a picture and JSON want all of them at the end.
+void RunVerb::make_drain() {
+    if (!output_) return;
+    const times_t times = run_->times();
+    if (output_->ending == ".csv")
+        drain_ = std::make_unique<CsvWriter>(*output_->file, run_->signals(), times.ti, times.ts);
+    else
+        drain_ = std::make_unique<NpzWriter>(*output_->file, run_->signals(), times.ti, times.ts,
+                                             output_->place.parent_path());
+    if (!plot_ && !options_.json) run_->stream_to(*drain_);
 }
 
-void Run::write_files() {
-    const auto write = [](const sink_t& sink, const auto& how) {
-        with_name(sink, [&] {
-            how(*sink.file);
-            sink.file->commit();
-        });
+void RunVerb::tell_room() const {
+    const double wanted = run_->wanted_room(), room = run_->room();
+    if (room == 0.0 || wanted <= room) return;
+    call_->complain(
+        tessel::format("the recordings of the whole run take {:.3g} GiB; it will end when {:.3g} GiB "
+                       "are used up",
+                       wanted / 0x1p30, room / 0x1p30));
+}
+
+void RunVerb::step_all() {
+    const bool show_progress = !options_.quiet && isatty(STDERR_FILENO) != 0;
+    const FaultGuard guard(options_.model, session().model(), run_->model());
+    Monitor monitor(*run_, session().setting("ti"), session().setting("tf"), show_progress, guard.looks_at_cells());
+    const auto step = [&] {
+        run_->go(monitor, options_.engine == "objects" ? tessel::engine_t::objects : tessel::engine_t::plan);
     };
+    if (output_) with_name(*output_, step);
+    else step();
+}
+
+void RunVerb::write_files() {
     if (output_)
-        write(*output_, [this](OutputFile& file) {
-            if (output_->ending == ".csv") write_csv(file, times(), signals_);
-            else write_npz(file, times(), signals_, *session_->interpreter());
+        with_name(*output_, [this] {
+            if (plot_ || options_.json) run_->write_to(*drain_);
+            output_->file->commit();
         });
     if (plot_)
-        write(*plot_, [this](OutputFile& file) {
-            write_plot(file, plot_->ending.substr(1), options_.model, times(), signals_, *session_->interpreter());
+        with_name(*plot_, [this] {
+            write_plot(*plot_->file, plot_->ending.substr(1), options_.model, run_->times(), run_->signals(),
+                       *call_->interpreter());
+            plot_->file->commit();
         });
 }
 
-void Run::print_table() const {
-    auto shown = shown_signals(session_->model());
+void RunVerb::print_table() const {
+    auto shown = shown_signals(session().model());
     if (!options_.probe_all)
-        for (const signal_t& signal : signals_) {
+        for (const signal_t& signal : run_->signals()) {
             const auto same = [&](const signal_t& other) {
                 return other.block == signal.block && other.port == signal.port;
             };
@@ -229,12 +231,14 @@ void Run::print_table() const {
     std::ranges::stable_sort(shown, {}, &signal_t::name);
     std::size_t width = 0;
     for (const signal_t& signal : shown) width = std::max(width, signal.name.size());
+    width = std::min(width, widest_column);
+    const auto& clock = run_->clock();
     // the sum of many steps without the rounding of its last digits
-    const double time = std::strtod(tessel::format("{:.12g}", clock_.time).c_str(), nullptr);
-    std::string text = tessel::format("{} step{}, the last at t = {} s\n", clock_.step, clock_.step == 1 ? "" : "s",
+    const double time = std::strtod(tessel::format("{:.12g}", clock.time).c_str(), nullptr);
+    std::string text = tessel::format("{} step{}, the last at t = {} s\n", clock.step, clock.step == 1 ? "" : "s",
                                       tessel::str::shortest(time));
     for (const signal_t& signal : shown) {
-        auto* object = exec_->find_block(signal.block->id());
+        auto* object = run_->model().find_block(signal.block->id());
         auto* port = signal.is_input ? object->input(signal.port) : object->output(signal.port);
         if (port == nullptr) continue;
         text += tessel::format("{:<{}}  ", signal.name, width);
@@ -263,7 +267,7 @@ void add_run(CLI::App& app, int& status) {
         "Without --probe the root's outports, displays and to_workspace blocks are recorded. A file has a column\n"
         "'time' in seconds and one of each signal; a cell is empty where the block did not run.\n\n"
         "Example:\n  zarn run pump.json -w gains.py --set tf=20 --probe mainsys.motor.speed -o speed.csv");
-    verb->callback([options, &status] { status = guarded([&] { return Run(*options).go(); }, options->model); });
+    verb->callback([options, &status] { status = guarded([&] { return RunVerb(*options).go(); }, options->model); });
 }
 
 }  // namespace zarn

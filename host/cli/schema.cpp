@@ -8,7 +8,7 @@
 
 #include "core/format.h"
 #include "framework/classes.h"
-#include "host/cli/session.h"
+#include "host/cli/command.h"
 #include "host/cli/verbs.h"
 
 namespace zarn {

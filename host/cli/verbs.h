@@ -1,7 +1,7 @@
 // The verbs of the command.
 //
 // Each function adds one verb to the command line: its options, its help with an example, and a callback that does the
-// work and stores the exit status (see status_t in host/cli/session.h).
+// work and stores the exit status (see status_t in host/session/error.h).
 #pragma once
 
 namespace CLI {

@@ -6,15 +6,14 @@
 
 #include "core/format.h"
 #include "core/hash.h"
-#include "core/num.h"
 #include "core/str.h"
+#include "host/cli/command.h"
 #include "host/cli/fault.h"
 #include "host/cli/interrupt.h"
-#include "host/cli/json_text.h"
 #include "host/cli/monitor.h"
-#include "host/cli/prepare.h"
-#include "host/cli/session.h"
 #include "host/cli/verbs.h"
+#include "host/session/json_text.h"
+#include "host/session/session.h"
 
 namespace zarn {
 namespace {
@@ -28,9 +27,9 @@ struct watched_t {
     int index;  ///< in the flat list of ports
 };
 
-std::vector<watched_t> ports_of(const tessel::ExecModel& exec) {
+std::vector<watched_t> ports_of(tessel::IExecModel& exec) {
     std::vector<watched_t> ports;
-    for (const auto& object : exec.blocks) {
+    for (const auto& object : exec) {
         if (object == nullptr) continue;
         for (std::int16_t i = 0; auto* port = object->input(i); ++i) ports.push_back({port, object->id(), i});
     }
@@ -95,36 +94,32 @@ struct trace_t {
 enum class observe_t { nothing, folds };
 
 /// Runs the model on a fresh load.
-trace_t run_once(Session& session, engine_t engine, observe_t observe, std::uint64_t keep_step = Observer::nothing) {
-    load_and_compile(session);
-    auto exec = build_runnable(session);
+trace_t run_once(Call& call, engine_t engine, observe_t observe, std::uint64_t keep_step = Observer::nothing) {
+    Session& session = call.session();
+    call.prepare();
+    Run run(session);
+    tessel::IExecModel* const exec = &run.model();
     trace_t trace;
     trace.ports = ports_of(*exec);
     Observer* observer = nullptr;
     if (observe == observe_t::folds) {
-        std::int32_t last_zone = 0;
-        for (const auto& object : exec->blocks)
-            if (object != nullptr) last_zone = std::max(last_zone, object->zone());
         auto object = std::make_unique<Observer>(trace.ports, keep_step);
         observer = object.get();
-        observer->set_identity(tessel::num::create_id(), last_zone + 1);
-        exec->properties->enable_map.emplace(observer->id(), std::pair(std::uint64_t{0}, std::uint64_t{0}));
-        exec->blocks.push_back(std::move(object));
+        std::vector<tessel::attachment_t> attachments;
+        attachments.push_back({0, std::move(object)});
+        exec->attach(std::move(attachments));
     }
-    run_clock_t clock;
     {
-        const FaultGuard guard(session.options().model, session.model(), *exec);
-        Monitor monitor(clock, 0.0, 1.0, false);
-        exec->set_monitor(&monitor);
-        exec->set_engine(engine);
-        exec->run();
+        const FaultGuard guard(session.setup().model, session.model(), *exec);
+        Monitor monitor(run, 0.0, 1.0, false);
+        run.go(monitor, engine);
     }
     if (observer != nullptr) {
         trace.folds = observer->folds();
         trace.kept = observer->kept();
     }
     for (const watched_t& watched : trace.ports) trace.final.push_back(value_of(watched));
-    trace.steps = clock.step;
+    trace.steps = run.clock().step;
     return trace;
 }
 
@@ -143,29 +138,30 @@ std::string place_of(const Session& session, const watched_t& watched) {
 }
 
 int verify(const options_t& options) {
-    Session session(options, bridge_t::interpreter);
+    Call call(options, bridge_t::interpreter);
+    Session& session = call.session();
     const auto report = [&](const std::string& when, std::size_t i, const trace_t& a, const std::vector<std::string>& x,
                             const std::vector<std::string>& y) {
         out(tessel::format("{}: {}: objects {}, plan {}\n", when, place_of(session, a.ports[i]), x[i], y[i]));
         return status_model;
     };
-    const trace_t a = run_once(session, engine_t::objects, observe_t::folds);
-    const trace_t b = run_once(session, engine_t::plan, observe_t::folds);
+    const trace_t a = run_once(call, engine_t::objects, observe_t::folds);
+    const trace_t b = run_once(call, engine_t::plan, observe_t::folds);
     if (a.steps != b.steps) {
         out(tessel::format("objects took {} steps, plan {}\n", a.steps, b.steps));
         return status_model;
     }
     for (std::size_t step = 0; step < a.folds.size(); ++step) {
         if (a.folds[step] == b.folds[step]) continue;
-        const trace_t c = run_once(session, engine_t::objects, observe_t::folds, step);
-        const trace_t d = run_once(session, engine_t::plan, observe_t::folds, step);
+        const trace_t c = run_once(call, engine_t::objects, observe_t::folds, step);
+        const trace_t d = run_once(call, engine_t::plan, observe_t::folds, step);
         if (const auto i = first_difference(c.kept, d.kept))
             return report(tessel::format("step {}", step), *i, c, c.kept, d.kept);
         out(tessel::format("step {}: the values differ from run to run\n", step));
         return status_model;
     }
-    const trace_t c = run_once(session, engine_t::objects, observe_t::nothing);
-    const trace_t d = run_once(session, engine_t::plan, observe_t::nothing);
+    const trace_t c = run_once(call, engine_t::objects, observe_t::nothing);
+    const trace_t d = run_once(call, engine_t::plan, observe_t::nothing);
     if (const auto i = first_difference(c.final, d.final))
         return report("behind the run, unobserved", *i, c, c.final, d.final);
     if (const auto i = first_difference(a.final, d.final))

@@ -325,13 +325,6 @@ def flush():
 # ---- files
 
 
-def save_npz(path, names, arrays):
-    import numpy
-
-    with open(path, "wb") as file:
-        numpy.savez(file, **{name: numpy.asarray(values) for name, values in zip(names, arrays)})
-
-
 def require_plot():
     from zarn import _plot
 

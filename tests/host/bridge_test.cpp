@@ -8,7 +8,7 @@
 #include "core/format.h"
 #include "core/python.h"
 #include "core/thread_pool.h"
-#include "host/python/interpreter.h"
+#include "host/embed/interpreter.h"
 
 namespace zarn {
 namespace {
@@ -49,6 +49,7 @@ TEST(Bridge, AnswersThreadsOfThePool) {
     python::set_console([&lines](std::string_view) { ++lines; });
     {
         Interpreter interpreter({BLOCKS_PYTHON_PACKAGES, {"zarn"}, false});
+        python::set_wrap(&interpreter.bridge());
         ASSERT_EQ(interpreter.run_code("shared = 40"), Interpreter::ended_t::well);
 
         struct work_t {
@@ -71,6 +72,7 @@ TEST(Bridge, AnswersThreadsOfThePool) {
         tessel::sys::set_hardware_threads(0);
         EXPECT_EQ(work.good, threads);
         EXPECT_EQ(lines, (threads + 1) * rounds);  // one for each division by zero
+        python::set_wrap(nullptr);
     }
     python::set_console(nullptr);
 }

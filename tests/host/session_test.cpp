@@ -1,4 +1,4 @@
-#include "host/cli/session.h"
+#include "host/cli/command.h"
 
 #include <gtest/gtest.h>
 
@@ -14,7 +14,7 @@ TEST(Guarded, AnswersTheStatusOfTheWork) {
 }
 
 TEST(Guarded, TurnsAFailureIntoItsStatus) {
-    EXPECT_EQ(guarded([]() -> int { throw Failure{status_usage}; }), status_usage);
+    EXPECT_EQ(guarded([]() -> int { throw SessionError(problem_t::usage, "no such verb"); }), status_usage);
 }
 
 TEST(Guarded, TurnsAnExceptionIntoAMessageAndStatus1) {

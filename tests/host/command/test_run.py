@@ -315,7 +315,7 @@ class Streams(CommandTest):
     def test_json_is_all_that_stands_on_standard_output(self):
         self.write("m.json", counter())
         result = self.check("run", "m.json", "--json", "-e", "print('hello')", err="hello")
-        self.assertEqual(set(json.loads(result.stdout)), {"result", "series"})
+        self.assertEqual(set(json.loads(result.stdout)), {"result", "series", "signals"})
 
     def test_a_refused_model_gives_a_json_result_too(self):
         model = Model()
@@ -336,7 +336,7 @@ class Streams(CommandTest):
     def test_wrong_use_is_status_2_and_says_so_on_standard_error(self):
         for arguments in ["run"], ["walk"], [], ["run", "m.json", "--nonsense"], ["run", "a", "b"]:
             result = self.check(*arguments, status=2, out="")
-            self.assertIn("--help", result.stderr)
+            self.assertIn("zarn help", result.stderr)
 
     def test_help_has_an_example_for_each_verb(self):
         verbs = ["run", "inspect", "generate", "blocks", "diff", "verify-engines"]
@@ -402,7 +402,7 @@ class Ends(CommandTest):
 
     def test_a_second_ctrl_c_ends_at_once_and_leaves_no_file_behind(self):
         self.write("m.json", counter(tf=1e9, ts=1.0))
-        process = self.start_run("--probe-all")
+        process = self.start_run("--probe-all", "--json")  # which wants all samples at the end
         time.sleep(3)
         for _ in range(2):
             process.send_signal(signal.SIGINT)

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <memory_resource>
 #include <new>
@@ -20,6 +21,7 @@ struct run_clock_t {
     double time = 0.0;                                       ///< of the last step, in seconds
     std::atomic<std::int64_t> room = std::int64_t{1} << 62;  ///< bytes that recordings may still take
     std::atomic<bool> exhausted = false;                     ///< a probe found no memory: a value is missing
+    std::uint64_t drain_at = ~std::uint64_t{0};              ///< behind that step recordings are handed on
 };
 
 /// A stretch of neighbouring steps.
@@ -35,11 +37,13 @@ public:
     virtual tessel::type_t type() const noexcept = 0;
     std::uint64_t size() const noexcept;
     std::vector<stretch_t> stretches() const;
-    /// Whether a value was recorded in each of the first `steps` steps.
-    bool is_complete(std::uint64_t steps) const noexcept;
-    /// All values, one behind the other.
-    virtual std::vector<double> as_doubles() const = 0;
-    virtual std::unique_ptr<char[]> as_bytes() const = 0;
+    /// Whether a value was recorded in each of the steps from `first` on, and before `end`.
+    bool is_complete(std::uint64_t first, std::uint64_t end) const noexcept;
+    /// Calls `use` with neighbouring values and their number, in the order of the steps.
+    using use_t = std::function<void(const void* values, std::size_t count)>;
+    virtual void for_each_piece(const use_t& use) const = 0;
+    /// Drops what was recorded; the steps that come are recorded as before.
+    virtual void forget() noexcept = 0;
 
 protected:
     explicit Recording(run_clock_t& clock) : clock_(&clock) {}
@@ -73,6 +77,7 @@ public:
 class Probe : public tessel::ExecBlock {
 public:
     virtual const Recording& recording() const noexcept = 0;
+    virtual Recording& recording() noexcept = 0;
     virtual std::unique_ptr<Reader> reader() const = 0;
     virtual tessel::ExecPort& port() noexcept = 0;
 

@@ -1,8 +1,8 @@
-#include "host/cli/limits.h"
+#include "host/session/limits.h"
 
 #include <unordered_map>
 
-#include "host/cli/session.h"
+#include "host/session/session.h"
 #include "port.h"
 
 namespace zarn {

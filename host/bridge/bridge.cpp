@@ -1,4 +1,4 @@
-#include "host/python/bridge.h"
+#include "host/bridge/bridge.h"
 
 #include <memory>
 #include <vector>
@@ -89,7 +89,7 @@ std::vector<double> doubles_of(const py::handle& array) {
 
 }  // namespace
 
-PYBIND11_EMBEDDED_MODULE(_zarn, module) {
+void add_samples(py::module_& module) {
     py::class_<Samples>(module, "Samples", py::buffer_protocol()).def_buffer([](const Samples& samples) {
         return py::buffer_info(const_cast<double*>(samples.data.get()), samples.count);
     });

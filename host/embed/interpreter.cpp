@@ -1,4 +1,4 @@
-#include "host/python/interpreter.h"
+#include "host/embed/interpreter.h"
 
 #include <pybind11/embed.h>
 #include <pybind11/stl.h>
@@ -7,8 +7,7 @@
 #include <stdexcept>
 
 #include "core/format.h"
-#include "core/python.h"
-#include "host/python/bridge.h"
+#include "host/bridge/bridge.h"
 
 namespace zarn {
 namespace {
@@ -61,6 +60,8 @@ void initialize() {
 }
 
 }  // namespace
+
+PYBIND11_EMBEDDED_MODULE(_zarn, module) { add_samples(module); }
 
 struct Interpreter::impl_t {
     struct sigaction python_interrupts {};
@@ -116,12 +117,10 @@ Interpreter::Interpreter(const setup_t& setup) : impl_(std::make_unique<impl_t>(
                                                 impl_t::reason(error)));
     }
     impl_->bridge = std::make_unique<CPythonBridge>(impl_->functions);
-    python::set_wrap(impl_->bridge.get());
     impl_->unlocked = PyEval_SaveThread();
 }
 
 Interpreter::~Interpreter() {
-    python::set_wrap(nullptr);
     PyEval_RestoreThread(impl_->unlocked);
     impl_->functions.attr("flush")();
     impl_->bridge.reset();
@@ -129,23 +128,14 @@ Interpreter::~Interpreter() {
     py::finalize_interpreter();
 }
 
+python::IPythonWrap& Interpreter::bridge() { return *impl_->bridge; }
+
 Interpreter::ended_t Interpreter::run_file(const std::string& file) { return impl_->run("run_file", file); }
 Interpreter::ended_t Interpreter::run_code(const std::string& code) { return impl_->run("run_code", code); }
 void Interpreter::interact() {
     const py::gil_scoped_acquire lock;
     const PythonInterrupts interrupts(impl_->python_interrupts);
     impl_->functions.attr("interact")();
-}
-
-void Interpreter::save_npz(const std::string& file, const std::vector<column_t>& columns) {
-    impl_t::save([&] {
-        py::list names, arrays;
-        for (const column_t& column : columns) {
-            names.append(column.name);
-            arrays.append(view_of(column.type, column.data, column.count));
-        }
-        impl_->functions.attr("save_npz")(file, names, arrays);
-    });
 }
 
 void Interpreter::require_plot() {

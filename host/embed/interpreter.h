@@ -8,17 +8,10 @@
 #include <string_view>
 #include <vector>
 
+#include "core/python.h"
 #include "core/type.h"
 
 namespace zarn {
-
-/// Values of one type that lie in memory one behind the other, for files that the interpreter writes.
-struct column_t {
-    std::string name;
-    tessel::type_t type = tessel::type_flt64;
-    const void* data = nullptr;
-    std::size_t count = 0;
-};
 
 /// Values over times, to be drawn; a value that is not a number is a gap.
 struct curve_t {
@@ -28,9 +21,8 @@ struct curve_t {
     std::vector<double> values;
 };
 
-/// Owns the interpreter of the process: one at a time. Starting it makes its bridge the library's
-/// (`python::set_wrap`), ending it restores the built-in one. Between calls the interpreter's lock is free, so that
-/// bridge operations can come from any thread.
+/// Owns the interpreter of the process: one at a time. Between calls the interpreter's lock is free, so that bridge
+/// operations can come from any thread.
 class Interpreter {
 public:
     struct setup_t {
@@ -44,6 +36,9 @@ public:
     Interpreter& operator=(const Interpreter&) = delete;
     ~Interpreter();
 
+    /// The workspace as the library sees it, as long as the interpreter lives.
+    python::IPythonWrap& bridge();
+
     /// How a piece of workspace code ended.
     enum class ended_t { well, failed, interrupted };
     /// Runs a file in the workspace, with `__file__` set and its folder first among the places of modules. A failure
@@ -54,8 +49,6 @@ public:
     /// Lets the user talk to the workspace until the end of input.
     void interact();
 
-    /// Writes the columns into `file` as an archive of arrays. Raises `std::runtime_error`.
-    void save_npz(const std::string& file, const std::vector<column_t>& columns);
     /// Raises `std::runtime_error` where the interpreter has nothing to draw with.
     void require_plot();
     /// Draws the curves into `file`, `form` "png" or "svg". Raises `std::runtime_error`.

@@ -7,7 +7,7 @@
 
 #include "IExecModel.h"
 #include "IMetaModel.h"
-#include "host/cli/recorder.h"
+#include "host/session/recorder.h"
 
 namespace zarn {
 
@@ -17,8 +17,8 @@ struct signal_t {
     std::int16_t port = 0;
     bool is_input = false;
     tessel::type_t type = tessel::type_unknown;
-    std::string name;              ///< the block's path, with the port where that is not plain
-    const Probe* probe = nullptr;  ///< once attached
+    std::string name;        ///< the block's path, with the port where that is not plain
+    Probe* probe = nullptr;  ///< once attached
 };
 
 /// All outputs of a compiled model.
@@ -26,7 +26,7 @@ std::vector<signal_t> all_signals(tessel::IMetaModel& model);
 /// What a model shows by itself: root outports, displays and to_workspace blocks.
 std::vector<signal_t> shown_signals(tessel::IMetaModel& model);
 /// The signals of texts PATH[:PORT], where PATH is a dotted path, with or without the root's name, or #id. A text that
-/// names none ends the verb with a message.
+/// names none raises `SessionError`.
 std::vector<signal_t> find_signals(tessel::IMetaModel& model, const std::vector<std::string>& texts);
 
 /// Puts a probe for each signal directly behind its block.

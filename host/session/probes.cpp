@@ -1,4 +1,4 @@
-#include "host/cli/probes.h"
+#include "host/session/probes.h"
 
 #include <algorithm>
 #include <charconv>
@@ -8,8 +8,8 @@
 #include <utility>
 
 #include "core/format.h"
-#include "host/cli/session.h"
 #include "host/diagnose/nearest.h"
+#include "host/session/session.h"
 #include "port.h"
 
 namespace zarn {
@@ -44,8 +44,7 @@ std::optional<Number> whole_number(std::string_view text) {
 }
 
 [[noreturn]] void refuse_probe(std::string_view text, std::string_view problem) {
-    message(tessel::format("--probe {}: {}", text, problem));
-    throw Failure{status_usage};
+    throw SessionError(problem_t::usage, tessel::format("--probe {}: {}", text, problem));
 }
 
 /// A word about where the block may be that nobody finds under a path.

@@ -1,7 +1,7 @@
-// The library's bridge to the embedded interpreter.
+// The interpreter as the library sees it, whoever has started it.
 #pragma once
 
-#include <pybind11/embed.h>
+#include <pybind11/pybind11.h>
 
 #include <functional>
 #include <string>
@@ -10,12 +10,16 @@
 
 namespace zarn {
 
-/// Asks the module `zarn._bridge`. Every operation takes the interpreter's lock for itself; none throws.
+/// Adds the type of the arrays that a bridge hands over to a module, which must have been loaded before any is.
+void add_samples(pybind11::module_& module);
+
+/// Asks the functions of the module `zarn._bridge`, or an object with the same ones. Every operation takes the
+/// interpreter's lock for itself; none throws.
 class CPythonBridge final : public python::IPythonWrap {
 public:
     using locator_t = std::function<std::string(std::string_view)>;
 
-    explicit CPythonBridge(pybind11::module_ functions) : functions_(std::move(functions)) {}
+    explicit CPythonBridge(pybind11::object functions) : functions_(std::move(functions)) {}
     /// From a scope to the path of the block that it belongs to.
     void set_locator(locator_t locate) { locate_ = std::move(locate); }
 
@@ -29,7 +33,7 @@ public:
 private:
     std::string block_of(std::string_view scope) const;
 
-    pybind11::module_ functions_;
+    pybind11::object functions_;
     locator_t locate_;
 };
 

@@ -8,8 +8,9 @@
 
 namespace zarn {
 
-/// A file in the making, under a name beside the one that it will get; until `commit` an earlier file stays as it is.
-/// A place that is no regular file, such as a pipe, is written to directly. Every operation raises
+/// A file in the making, under a name beside the one that it will get; until `commit` an earlier file stays as it is,
+/// and a link in its place stays one, whether it leads to a file or not. What killed processes left of the same file is
+/// removed. A place that is no regular file, such as a pipe, is written to directly. Every operation raises
 /// `std::runtime_error` with the reason, and what was written so far is removed.
 class OutputFile {
 public:
@@ -25,6 +26,8 @@ public:
     void commit();
 
 private:
+    void open_beside();
+    void remove_leftovers(const std::string& beginning) const;
     [[noreturn]] void fail(int error) const;
 
     std::filesystem::path target_;
@@ -32,5 +35,8 @@ private:
     std::FILE* stream_ = nullptr;
     bool direct_ = false;
 };
+
+/// Removes the files in the making, for an abrupt end; can be called in a signal handler.
+void remove_files_in_the_making() noexcept;
 
 }  // namespace zarn

@@ -1,11 +1,11 @@
-#include "host/cli/recorder.h"
+#include "host/session/recorder.h"
 
 #include <algorithm>
 #include <new>
 
 #include "exec/Port.h"
 #include "exec/lowering.h"
-#include "host/cli/json_text.h"
+#include "host/session/json_text.h"
 
 namespace zarn {
 namespace {
@@ -37,20 +37,18 @@ public:
 
     std::vector<chunk_t> const& chunks() const noexcept { return chunks_; }
 
-    std::vector<double> as_doubles() const override {
-        std::vector<double> all;
-        all.reserve(size());
-        for_each([&all](T value) { all.push_back(static_cast<double>(value)); });
-        return all;
+    void for_each_piece(const use_t& use) const override {
+        std::uint64_t left = size();
+        for (std::size_t i = 0; left != 0; ++i) {
+            const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(chunks_[i].count, left));
+            use(chunks_[i].values.get(), count);
+            left -= count;
+        }
     }
-    std::unique_ptr<char[]> as_bytes() const override {
-        auto all = std::make_unique<char[]>(size() * sizeof(T) + 1);
-        char* at = all.get();
-        for_each([&at](T value) {
-            std::memcpy(at, &value, sizeof value);
-            at += sizeof value;
-        });
-        return all;
+    void forget() noexcept override {
+        stretches_.clear();
+        expected_ = 0;
+        if (!chunks_.empty()) fill(0);
     }
 
 private:
@@ -59,13 +57,14 @@ private:
 
     bool make_room() noexcept {
         try {
-            if (next_ == end_) {
+            if (next_ == end_ && filling_ + 1 < chunks_.size()) {
+                fill(filling_ + 1);
+            } else if (next_ == end_) {
                 const std::size_t count =
                     chunks_.empty() ? first_chunk : std::min(chunks_.back().count * 2, last_chunk);
                 if (clock_->room.fetch_sub(static_cast<std::int64_t>(count * sizeof(T))) < 0) throw std::bad_alloc();
                 chunks_.push_back({std::unique_ptr<T[]>(new T[count]), count});
-                next_ = chunks_.back().values.get();
-                end_ = chunks_.back().values.get() + count;
+                fill(chunks_.size() - 1);
             }
             if (stretches_.empty() || clock_->step != expected_) begin_stretch();
             return true;
@@ -75,14 +74,14 @@ private:
         }
     }
 
-    template <class Use>
-    void for_each(Use use) const {
-        std::uint64_t left = size();
-        for (const chunk_t& chunk : chunks_)
-            for (std::size_t i = 0; i < chunk.count && left != 0; ++i, --left) use(chunk.values[i]);
+    void fill(std::size_t chunk) noexcept {
+        filling_ = chunk;
+        next_ = chunks_[chunk].values.get();
+        end_ = chunks_[chunk].values.get() + chunks_[chunk].count;
     }
 
     std::vector<chunk_t> chunks_;
+    std::size_t filling_ = 0;
 };
 
 template <class T>
@@ -122,6 +121,7 @@ public:
     explicit TypedProbe(run_clock_t& clock) : recording_(clock) {}
 
     const Recording& recording() const noexcept override { return recording_; }
+    Recording& recording() noexcept override { return recording_; }
     std::unique_ptr<Reader> reader() const override { return std::make_unique<TypedReader<T>>(recording_); }
     tessel::ExecPort& port() noexcept override { return in0_; }
 
@@ -160,6 +160,9 @@ std::unique_ptr<Probe> make_probe_of(tessel::type_t type, run_clock_t& clock, te
 
 void Recording::begin_stretch() {
     if (!stretches_.empty()) stretches_.back().count = expected_ - stretches_.back().first;
+    if (stretches_.size() == stretches_.capacity() &&
+        clock_->room.fetch_sub(static_cast<std::int64_t>((stretches_.size() + 1) * sizeof(stretch_t))) < 0)
+        throw std::bad_alloc();
     stretches_.push_back({clock_->step, 0});
     expected_ = clock_->step;
 }
@@ -177,9 +180,9 @@ std::uint64_t Recording::size() const noexcept {
     return count;
 }
 
-bool Recording::is_complete(std::uint64_t steps) const noexcept {
-    if (steps == 0) return stretches_.empty();
-    return stretches_.size() == 1 && stretches_[0].first == 0 && expected_ == steps;
+bool Recording::is_complete(std::uint64_t first, std::uint64_t end) const noexcept {
+    if (first == end) return stretches_.empty();
+    return stretches_.size() == 1 && stretches_[0].first == first && expected_ == end;
 }
 
 // Neighbours in memory, since a run goes from one probe to the next: the processor sees them coming. For a hundred

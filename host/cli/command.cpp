@@ -1,0 +1,195 @@
+#include "host/cli/command.h"
+
+#include <unistd.h>
+#include <CLI/App.hpp>
+
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <iostream>
+#include <new>
+#include <stdexcept>
+#include <system_error>
+
+#include "core/format.h"
+#include "host/cli/interrupt.h"
+#include "host/diagnose/diagnose.h"
+#include "host/diagnose/source.h"
+#include "host/embed/interpreter.h"
+#include "host/session/current_folder.h"
+
+namespace zarn {
+namespace {
+
+std::pair<std::string, double> parse_setting(const std::string& text) {
+    const auto equals = text.find('=');
+    const std::string key = text.substr(0, equals);
+    const std::string number = equals != std::string::npos ? text.substr(equals + 1) : "";
+    char* end = nullptr;
+    const double value = std::strtod(number.c_str(), &end);
+    if ((key == "ti" || key == "tf" || key == "ts") && !number.empty() && *end == '\0' && std::isfinite(value))
+        return {key, value};
+    throw SessionError(problem_t::usage,
+                       tessel::format("--set {}: expected ti=NUMBER, tf=NUMBER or ts=NUMBER, in seconds", text));
+}
+
+constexpr std::size_t out_piece = 1u << 16;
+std::string out_buffer;
+
+}  // namespace
+
+void add_common(CLI::App& verb, options_t& options) {
+    verb.add_option("MODEL", options.model, "Model file")->required();
+    verb.add_option("-w,--workspace", options.scripts, "Run a Python file in the workspace first (repeatable)")
+        ->type_name("FILE.py")
+        ->allow_extra_args(false);
+    verb.add_option("-e,--execute", options.code,
+                    "Run Python statements in the workspace, behind the files (repeatable)")
+        ->type_name("CODE")
+        ->allow_extra_args(false);
+    verb.add_option("--set", options.settings, "Set ti, tf or ts in place of the model's (repeatable)")
+        ->type_name("KEY=VALUE")
+        ->allow_extra_args(false);
+    auto* with = verb.add_flag("--python", options.python, "Evaluate expressions with the interpreter");
+    auto* without = verb.add_flag("--no-python", options.no_python, "Execute nothing: literal expressions only");
+    with->excludes(without);
+    verb.add_flag("-q,--quiet", options.quiet, "Only errors, and what was asked for");
+    verb.add_flag("-v,--verbose", options.verbose, "Show the library's log");
+    verb.add_flag("--json", options.json, "One JSON object on standard output");
+}
+
+void message(std::string_view text) {
+    const std::string line = "zarn: " + printable(text) + "\n";
+    std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+bool takes_colors(int descriptor) {
+    const char* terminal = std::getenv("TERM");
+    return isatty(descriptor) != 0 && std::getenv("NO_COLOR") == nullptr &&
+           (terminal == nullptr || std::string_view(terminal) != "dumb");
+}
+
+// A buffer of the command's own: the interpreter flushes that of the C library when it ends, and drops what fails.
+void out(std::string_view text) {
+    out_buffer += text;
+    if (out_buffer.size() >= out_piece) flush_out();
+}
+
+void flush_out() {
+    std::string_view rest = out_buffer;
+    while (!rest.empty()) {
+        const auto written = write(STDOUT_FILENO, rest.data(), rest.size());
+        if (written < 0 && errno == EINTR) continue;
+        if (written < 0) {
+            const std::string why = tessel::format("standard output: {}", std::strerror(errno));
+            out_buffer.clear();
+            throw SessionError(problem_t::file, why);
+        }
+        rest.remove_prefix(static_cast<std::size_t>(written));
+    }
+    out_buffer.clear();
+}
+
+int guarded(const std::function<int()>& work, const std::string& model) {
+    const auto status_of = [&model](const auto& attempt) -> int {
+        try {
+            return attempt();
+        } catch (const SessionError& error) {
+            message(error.what());
+            return error.status();
+        } catch (const std::bad_alloc&) {
+            message(model.empty() ? "not enough memory" : model + ": not enough memory");
+        } catch (const std::exception& error) {
+            message(error.what());
+        }
+        return status_model;
+    };
+    const int status = status_of(work);
+    const int flushed = status_of([] {
+        flush_out();
+        return int{status_ok};
+    });
+    return status != status_ok ? status : flushed;
+}
+
+Call::Call(options_t options, bridge_t bridge) : options_(std::move(options)) {
+    session_setup_t setup;
+    setup.model = options_.model;
+    for (const std::string& setting : options_.settings) setup.settings.push_back(parse_setting(setting));
+    const bool wanted = options_.python || !options_.scripts.empty() || !options_.code.empty();
+    if (wanted && options_.no_python)
+        throw SessionError(problem_t::usage, "--no-python executes nothing: it does not go with -w and -e");
+    install_interrupts();
+    setup.on_console = [this](std::string_view text) {
+        if (!silent_) complain(text);
+    };
+    setup.on_log = [this](std::string_view text) {
+        if (options_.verbose) message(tessel::format("log: {}", text));
+    };
+    const bool evaluates = wanted || (bridge == bridge_t::interpreter && !options_.no_python);
+    if (evaluates) {
+        start_interpreter();
+        setup.bridge = std::shared_ptr<python::IPythonWrap>(interpreter_, &interpreter_->bridge());
+    }
+    session_ = std::make_unique<Session>(std::move(setup));
+    if (!evaluates) return;
+    interpreter_->set_locator([this](std::string_view scope) { return session_->block_of(scope); });
+    run_workspace();
+}
+
+Call::~Call() = default;
+
+void Call::start_interpreter() {
+    const auto own = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+    Interpreter::setup_t setup;
+    for (const char* place : {"share/zarn/python", "../share/zarn/python"}) {
+        setup.packages = own / place;
+        if (std::filesystem::exists(setup.packages / "zarn" / "__init__.py")) break;
+    }
+    setup.arguments = {options_.model};
+    setup.output_to_errors = options_.json;
+    interpreter_ = std::make_shared<Interpreter>(setup);
+}
+
+void Call::run_workspace() {
+    const auto end = [](Interpreter::ended_t ended, const std::string& what) {
+        if (ended == Interpreter::ended_t::well) return;
+        const bool stopped = ended == Interpreter::ended_t::interrupted;
+        throw SessionError(stopped ? problem_t::interrupted : problem_t::workspace,
+                           tessel::format("{}: {}", what, stopped ? "interrupted" : "the workspace code failed"));
+    };
+    // wherever the code goes, names of files stay relative to where the user stands
+    const CurrentFolder back("");
+    for (const std::string& script : options_.scripts) end(interpreter_->run_file(script), script);
+    for (const std::string& code : options_.code) end(interpreter_->run_code(code), "-e");
+}
+
+void Call::prepare() {
+    try {
+        session_->prepare();
+    } catch (...) {
+        tell_findings();
+        throw;
+    }
+    tell_findings();
+}
+
+void Call::tell_findings() const {
+    constexpr std::size_t few = 3;
+    auto findings = session_->findings();
+    if (!options_.verbose) {
+        const auto least = has_errors(findings) ? severity_t::error : severity_t::warning;
+        std::erase_if(findings, [least](const finding_t& f) { return f.severity < least; });
+        if (least == severity_t::warning && options_.quiet) return;
+        if (least == severity_t::warning && findings.size() > few)
+            return complain(tessel::format("{} warnings; 'zarn check', or -v here, shows them", findings.size()));
+    }
+    print(findings, std::cerr, takes_colors(STDERR_FILENO));
+}
+
+void Call::complain(std::string_view text) const { message(tessel::format("{}: {}", options_.model, text)); }
+
+}  // namespace zarn

@@ -1,0 +1,194 @@
+#include "host/session/session.h"
+
+#include <mutex>
+
+#include "core/format.h"
+#include "core/hash.h"
+#include "core/literal_bridge.h"
+#include "core/log.h"
+#include "framework/MetaBlock.h"
+#include "host/diagnose/source.h"
+#include "host/document/limits.h"
+#include "host/session/current_folder.h"
+#include "json.h"
+#include "port.h"
+
+namespace zarn {
+namespace {
+
+const tessel::PropertiesBlock& properties_of(const tessel::IMetaBlock& block) {
+    return static_cast<const tessel::MetaBlock&>(block).properties();
+}
+
+/// "int32, flt64 -> flt64"
+std::string types_of(tessel::IMetaBlock& block) {
+    std::string text;
+    const auto name = [](const tessel::port_t& port) { return port.has_type() ? port.type_name() : "untyped"; };
+    for (std::uint64_t i = 0; i < block.input_count(); ++i)
+        text += tessel::format("{}{}", i != 0 ? ", " : "", name(*block.input(static_cast<std::int16_t>(i))));
+    text += text.empty() ? "->" : " ->";
+    for (std::uint64_t i = 0; i < block.output_count(); ++i)
+        text += tessel::format("{}{}", i != 0 ? ", " : " ", name(*block.output(static_cast<std::int16_t>(i))));
+    return text;
+}
+
+/// A model without links keeps the root and the subsystems among its blocks, and a run passes over them.
+bool is_subsystem(const tessel::IMetaBlock& block) {
+    const auto hash = block.class_hash();
+    return hash == tessel::class_hash_of("subsys") || hash == tessel::class_hash_of("refsys");
+}
+
+/// The hooks of the library are the process's: one session at a time has them. A session's work may call for another
+/// one's on the same thread.
+std::recursive_mutex active;
+
+}  // namespace
+
+struct Session::Active::impl_t {
+    std::lock_guard<std::recursive_mutex> lock{active};
+    python::IPythonWrap* bridge = nullptr;
+    python::console_t console;
+    tessel::log::sink_t log;
+};
+
+Session::Active::Active(Session& session) : impl_(std::make_unique<impl_t>()) {
+    impl_->bridge = python::wrap();
+    python::set_wrap(session.setup_.bridge.get());
+    impl_->console = python::set_console([&session](std::string_view text) {
+        session.console_.emplace_back(text);
+        if (session.setup_.on_console) session.setup_.on_console(text);
+    });
+    impl_->log =
+        tessel::log::set_sink([&session](tessel::log::severity_t, std::string_view text) { session.hear_log(text); });
+}
+
+Session::Active::~Active() {
+    python::set_wrap(impl_->bridge);
+    python::set_console(std::move(impl_->console));
+    tessel::log::set_sink(std::move(impl_->log));
+}
+
+Session::Session(session_setup_t setup) : setup_(std::move(setup)) {
+    if (setup_.model.empty()) throw SessionError(problem_t::usage, "the name of the model file is empty");
+    file_ = std::filesystem::absolute(setup_.model);
+    if (setup_.bridge == nullptr) setup_.bridge = std::make_shared<python::LiteralBridge>();
+}
+
+Session::~Session() = default;
+
+void Session::hear_log(std::string_view text) {
+    log_.emplace_back(text);
+    if (setup_.on_log) setup_.on_log(text);
+    if (at_zones_ && text == "calculate_zones [enter]") at_zones_();
+}
+
+const std::vector<finding_t>& Session::check(bool final_bridge, bool confirm) {
+    const Active mine(*this);
+    check_options_t how;
+    how.final_bridge = final_bridge;
+    how.settings = setup_.settings;
+    how.confirm = confirm;
+    findings_ = diagnose(document(), how);
+    return findings_;
+}
+
+Document& Session::document() {
+    if (document_ == nullptr) document_ = std::make_unique<Document>(setup_.model);
+    return *document_;
+}
+
+tessel::result_t Session::load() {
+    const Active mine(*this);
+    if (const auto problem = find_unloadable(document()); !problem.empty()) throw error(problem_t::model, problem);
+    console_.clear();
+    log_.clear();
+    model_ = tessel::create_empty_meta_model();
+    properties_ = std::make_shared<tessel::PropertiesModel>();
+    model_->set_properties(properties_);
+    const CurrentFolder there(file_.parent_path());
+    last_result_ = tessel::json::load(model_.get(), file_.filename().string());
+    for (const auto& [key, value] : setup_.settings) properties_->set(key, value);
+    return last_result_;
+}
+
+tessel::result_t Session::compile(const std::function<void()>& on_loop) {
+    const Active mine(*this);
+    at_zones_ = [&] { loop_.enter_zones(*model_, on_loop); };
+    last_result_ = model_->compile();
+    at_zones_ = nullptr;
+    if (!loop().empty()) last_result_ = tessel::result_failure;
+    return last_result_;
+}
+
+void Session::require(tessel::result_t result, std::string_view stage) const {
+    if (result == tessel::result_ok) return;
+    if (!loop().empty()) {
+        std::string way;
+        for (const std::string& path : loop()) way += path + " -> ";
+        throw error(problem_t::model,
+                    tessel::format("algebraic loop: {}{}; put a memory block into it", way, loop().front()));
+    }
+    throw error(problem_t::model, tessel::format("{} failed with {}", stage, describe_result(result, *model_)));
+}
+
+void Session::prepare() {
+    if (has_errors(check(true))) throw error(problem_t::model, summary(findings_), findings_);
+    require(load(), "load");
+    require(compile(), "compile");
+}
+
+tessel::result_t Session::library_result() {
+    try {
+        if (load() == tessel::result_ok) compile();
+    } catch (const SessionError&) {
+        return tessel::result_failure;
+    }
+    return last_result_;
+}
+
+std::shared_ptr<tessel::IExecModel> Session::build() {
+    const Active mine(*this);
+    auto exec = tessel::create_empty_exec_model();
+    model_->build_exec(exec.get());
+    auto object = exec->begin();
+    constexpr int most = 10;
+    int found = 0;
+    std::string without;
+    for (const auto& block : *model_) {
+        const bool empty = *object++ == nullptr;
+        if (!empty || block == nullptr || is_subsystem(*block)) continue;
+        if (++found <= most)
+            without += tessel::format("{}{}: no runnable form for the types {}", without.empty() ? "" : "; ",
+                                      shown(*block), types_of(*block));
+    }
+    if (found > most) without += tessel::format("; and {} blocks more", found - most);
+    if (found > 0) throw error(problem_t::model, without);
+    return exec;
+}
+
+SessionError Session::error(problem_t kind, std::string_view text, std::vector<finding_t> findings) const {
+    return {kind, tessel::format("{}: {}", setup_.model, text), std::move(findings), last_result_};
+}
+
+/// The scope is the block's path, or its path with the name of a parameter behind it.
+std::string Session::block_of(std::string_view scope) const {
+    if (model_ == nullptr) return std::string(scope);  // evaluated by a check, which loads no model
+    std::string_view best;
+    for (const auto& block : *model_) {
+        if (block == nullptr) continue;
+        const std::string& path = python_path_of(*block);
+        if (path == scope) return path_of(*block);
+        if (path.size() > best.size() && scope.starts_with(path) && scope[path.size()] == '_') best = path_of(*block);
+    }
+    return std::string(best.empty() ? scope : best);
+}
+
+const std::string& path_of(const tessel::IMetaBlock& block) { return properties_of(block).path; }
+const std::string& python_path_of(const tessel::IMetaBlock& block) { return properties_of(block).python_path; }
+
+std::string shown(const tessel::IMetaBlock& block) {
+    if (!path_of(block).empty()) return tessel::format("{} ({})", path_of(block), block.class_name());
+    return tessel::format("'{}' #{} ({})", printable(block.name()), block.id(), block.class_name());
+}
+
+}  // namespace zarn
