@@ -20,6 +20,7 @@
 #include "host/diagnose/source.h"
 #include "host/embed/interpreter.h"
 #include "host/session/current_folder.h"
+#include "host/session/json_text.h"
 
 namespace zarn {
 namespace {
@@ -175,6 +176,19 @@ void Call::prepare() {
         throw;
     }
     tell_findings();
+}
+
+tessel::result_t Call::library_result() {
+    set_console_silent(true);
+    const auto result = session_->library_result();
+    set_console_silent(false);
+    return result != tessel::result_ok ? result : tessel::result_failure;
+}
+
+void Call::out_failure(const SessionError& error, tessel::result_t result, std::string_view rest) const {
+    const auto findings = nlohmann::json::parse(to_json(options_.model, error.findings()))["findings"].dump();
+    out(tessel::format("{{\"result\": {}, \"error\": {}, \"findings\": {}{}}}\n", static_cast<int>(result),
+                       json_string(error.what()), findings, rest));
 }
 
 void Call::tell_findings() const {

@@ -69,6 +69,10 @@ public:
     bool evaluates() const { return interpreter_ != nullptr; }
     /// Checks, loads and compiles the model, and tells findings: errors, a few warnings or their number, all with -v.
     void prepare();
+    /// What the library comes to with a model that is refused, never result_ok, without a word on the console.
+    tessel::result_t library_result();
+    /// One JSON object to standard output: the result, the text of the error, and findings; then `rest`, as members.
+    void out_failure(const SessionError& error, tessel::result_t result, std::string_view rest = {}) const;
     /// While set, console texts are kept by the session and not written to standard error.
     void set_console_silent(bool silent) { silent_ = silent; }
     /// Writes "zarn: MODEL: TEXT" to standard error.

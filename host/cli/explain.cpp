@@ -34,7 +34,12 @@ int explain(const explain_arguments_t& arguments) {
     std::vector<finding_t> told = explanation.findings();
     std::erase_if(told, [](const finding_t& f) { return f.severity != severity_t::error && f.code != "Z402"; });
     print(told, std::cerr, false);
-    if (has_errors(told)) return status_model;
+    if (has_errors(told)) {
+        std::erase_if(told, [](const finding_t& f) { return f.severity != severity_t::error; });
+        const auto error = session.error(problem_t::model, summary(told), told);
+        if (arguments.common.json) call.out_failure(error, call.library_result(), ", \"blocks\": []");
+        return status_model;
+    }
 
     std::ostringstream text;
     std::vector<const stepped_t*> blocks;

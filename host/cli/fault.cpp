@@ -11,6 +11,8 @@
 #include "framework/classes.h"
 #include "host/cli/interrupt.h"
 #include "host/cli/monitor.h"
+#include "host/diagnose/source.h"
+#include "host/session/json_text.h"
 #include "host/session/session.h"
 #include "port.h"
 
@@ -21,6 +23,7 @@ using suspects_t = std::vector<FaultGuard::suspect_t>;
 
 suspects_t suspects;  // in stepping order
 std::string model_name;
+bool answers_json = false;
 
 template <class T>
 T pulled(const tessel::ExecPort& source, void (tessel::ExecPort::*pull)(T*) const noexcept) {
@@ -67,21 +70,29 @@ void on_fault(int) {
         text = text.empty() ? "a block divided an integer by zero"
                             : tessel::format("{}: the range from min to max holds no number", text);
     }
-    text = tessel::format("zarn: {}: divide fault in a step: {}\n", model_name, text);
+    text = tessel::format("{}: divide fault in a step: {}", model_name, text);
     Monitor::erase_line();
-    [[maybe_unused]] const auto written = write(STDERR_FILENO, text.data(), text.size());
+    const auto put = [](int descriptor, const std::string& line) {
+        [[maybe_unused]] const auto written = write(descriptor, line.data(), line.size());
+    };
+    if (answers_json)
+        put(STDOUT_FILENO,
+            tessel::format("{{\"result\": {}, \"error\": {}, \"findings\": [], \"series\": {{}}, \"signals\": {{}}}}\n",
+                           static_cast<int>(tessel::result_failure), json_string(text)));
+    put(STDERR_FILENO, tessel::format("zarn: {}\n", printable(text)));
     remove_files_in_the_making();
     _exit(status_model);
 }
 
 }  // namespace
 
-FaultGuard::FaultGuard(const std::string& name, tessel::IMetaModel& model, tessel::IExecModel& exec) {
+FaultGuard::FaultGuard(const std::string& name, tessel::IMetaModel& model, tessel::IExecModel& exec, bool json) {
     std::unordered_map<std::uint64_t, tessel::IMetaBlock*> blocks;
     for (const auto& block : model)
         if (block != nullptr) blocks.try_emplace(block->id(), block.get());
     suspects.clear();
     model_name = name;
+    answers_json = json;
     for (const auto& object : exec) {
         const auto found = object != nullptr ? blocks.find(object->id()) : blocks.end();
         if (found == blocks.end()) continue;

@@ -11,9 +11,10 @@
 namespace zarn {
 
 /// While it is alive, a divide fault ends the process with a message that names the block being stepped, and status 1.
+/// `json`: standard output gets the message as a JSON object.
 class FaultGuard {
 public:
-    FaultGuard(const std::string& model_name, tessel::IMetaModel& model, tessel::IExecModel& exec);
+    FaultGuard(const std::string& model_name, tessel::IMetaModel& model, tessel::IExecModel& exec, bool json = false);
     FaultGuard(const FaultGuard&) = delete;
     FaultGuard& operator=(const FaultGuard&) = delete;
     ~FaultGuard();

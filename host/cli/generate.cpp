@@ -92,7 +92,12 @@ int generate(const generate_options_t& options) {
     const auto folder = std::filesystem::absolute(options.folder);
     Call call(options, bridge_t::interpreter);
     Session& session = call.session();
-    call.prepare();
+    try {
+        call.prepare();
+    } catch (const SessionError& error) {
+        if (options.json) call.out_failure(error, call.library_result());
+        throw;
+    }
     const Session::Active active(session);
 
     const auto notes = notes_for(session.model(), c ? dialect_t::c : dialect_t::python);

@@ -3,6 +3,9 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
+#include <exception>
+#include <new>
 
 #include "host/session/error.h"
 #include "host/session/output_file.h"
@@ -43,7 +46,28 @@ void handle(int signal, void (*handler)(int)) {
 
 }  // namespace
 
+namespace {
+
+/// The library's own operations throw nothing: where one finds no memory, the process ends here.
+[[noreturn]] void on_terminate() {
+    bool memory = false;
+    try {
+        if (const auto thrown = std::current_exception(); thrown != nullptr) std::rethrow_exception(thrown);
+    } catch (const std::bad_alloc&) {
+        memory = true;
+    } catch (...) {
+    }
+    remove_files_in_the_making();
+    if (!memory) std::abort();
+    static constexpr char text[] = "zarn: not enough memory\n";
+    [[maybe_unused]] const auto written = write(STDERR_FILENO, text, sizeof text - 1);
+    _exit(status_model);
+}
+
+}  // namespace
+
 void install_interrupts() {
+    std::set_terminate(on_terminate);
     handle(SIGINT, on_interrupt);
     handle(SIGTERM, on_end);
     handle(SIGHUP, on_end);

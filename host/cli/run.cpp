@@ -101,7 +101,8 @@ private:
     void make_drain();
     void tell_room() const;
     void step_all();
-    void write_files();
+    void write_output();
+    void draw_plot();
     void print_table() const;
 
     run_options_t options_;
@@ -122,18 +123,17 @@ int RunVerb::go() {
         prepare();
     } catch (const SessionError& error) {
         if (options_.json && error.status() == status_model) {
-            call_->set_console_silent(true);
-            const auto result = session().library_result();
-            out(tessel::format("{{\"result\": {}, \"series\": {{}}}}\n",
-                               static_cast<int>(result != tessel::result_ok ? result : tessel::result_failure)));
+            const auto result = call_->library_result();
+            call_->out_failure(error, result, ", \"series\": {}, \"signals\": {}");
         }
         throw;
     }
     {
         const DeferInterrupts deferred;
         step_all();
-        write_files();
+        write_output();
     }
+    draw_plot();  // Ctrl-C ends this at once
     if (options_.json) write_json_results(out, tessel::result_ok, run_->times(), run_->signals());
     else if (!options_.quiet) print_table();
     flush_out();  // a terminal shows results before what is said of them
@@ -196,7 +196,7 @@ void RunVerb::tell_room() const {
 
 void RunVerb::step_all() {
     const bool show_progress = !options_.quiet && isatty(STDERR_FILENO) != 0;
-    const FaultGuard guard(options_.model, session().model(), run_->model());
+    const FaultGuard guard(options_.model, session().model(), run_->model(), options_.json);
     Monitor monitor(*run_, session().setting("ti"), session().setting("tf"), show_progress, guard.looks_at_cells());
     const auto step = [&] {
         run_->go(monitor, options_.engine == "objects" ? tessel::engine_t::objects : tessel::engine_t::plan);
@@ -205,12 +205,15 @@ void RunVerb::step_all() {
     else step();
 }
 
-void RunVerb::write_files() {
+void RunVerb::write_output() {
     if (output_)
         with_name(*output_, [this] {
             if (plot_ || options_.json) run_->write_to(*drain_);
             output_->file->commit();
         });
+}
+
+void RunVerb::draw_plot() {
     if (plot_)
         with_name(*plot_, [this] {
             write_plot(*plot_->file, plot_->ending.substr(1), options_.model, run_->times(), run_->signals(),
@@ -264,6 +267,8 @@ void add_run(CLI::App& app, int& status) {
     verb->add_option("--engine", options->engine, "How to step: objects or plan; the values are the same")
         ->check(CLI::IsMember({"objects", "plan"}));
     verb->footer(
+        "PATH can hold * for any characters ('controller.*'), or name a subsystem, whose outports are meant then, and\n"
+        "PORT one of them by name or number.\n"
         "Without --probe the root's outports, displays and to_workspace blocks are recorded. A file has a column\n"
         "'time' in seconds and one of each signal; a cell is empty where the block did not run.\n\n"
         "Example:\n  zarn run pump.json -w gains.py --set tf=20 --probe mainsys.motor.speed -o speed.csv");

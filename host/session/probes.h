@@ -23,10 +23,11 @@ struct signal_t {
 
 /// All outputs of a compiled model.
 std::vector<signal_t> all_signals(tessel::IMetaModel& model);
-/// What a model shows by itself: root outports, displays and to_workspace blocks.
+/// What a model shows by itself: root outports by their numbers, displays and to_workspace blocks.
 std::vector<signal_t> shown_signals(tessel::IMetaModel& model);
-/// The signals of texts PATH[:PORT], where PATH is a dotted path, with or without the root's name, or #id. A text that
-/// names none raises `SessionError`.
+/// The signals of texts PATH[:PORT], each once. PATH is a dotted path, with or without the root's name; one with * for
+/// any characters, which means the outputs of all blocks like it; a subsystem's, which means its outports by number,
+/// and PORT one of them by name or number; or #id. A text that names none raises `SessionError`.
 std::vector<signal_t> find_signals(tessel::IMetaModel& model, const std::vector<std::string>& texts);
 
 /// Puts a probe for each signal directly behind its block.

@@ -75,6 +75,7 @@ void Run::stream_to(Drain& drain) {
 
 void Run::go(Watch& watch, tessel::engine_t engine) {
     const Session::Active active(session_);
+    session_.forget_answers();
     exec_->set_monitor(&watch);
     exec_->set_engine(engine);
     exec_->run();

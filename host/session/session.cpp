@@ -1,24 +1,47 @@
 #include "host/session/session.h"
 
 #include <mutex>
+#include <span>
+#include <stdexcept>
 
 #include "core/format.h"
 #include "core/hash.h"
 #include "core/literal_bridge.h"
 #include "core/log.h"
-#include "framework/MetaBlock.h"
+#include "files/ids.h"
+#include "files/load.h"
 #include "host/diagnose/source.h"
 #include "host/document/limits.h"
-#include "host/session/current_folder.h"
-#include "json.h"
+#include "host/session/memo.h"
 #include "port.h"
 
 namespace zarn {
 namespace {
 
-const tessel::PropertiesBlock& properties_of(const tessel::IMetaBlock& block) {
-    return static_cast<const tessel::MetaBlock&>(block).properties();
-}
+/// A document's files, for the library. Ids of referenced blocks are made of the path and the old id, so that a model
+/// is the same in every process.
+class DocumentSource final : public tessel::json::Source {
+public:
+    DocumentSource(Document& document, const tessel::IMetaModel& model) : document_(document), model_(model) {}
+
+    std::string_view reference(std::string_view path) override {
+        const ModelFile& file = document_.reference(std::string(path));
+        if (!file.problem().empty()) throw std::runtime_error(file.problem());
+        return file.text();
+    }
+    std::vector<std::uint64_t> fresh_ids(std::string_view path, std::span<const std::uint64_t> old_ids) override {
+        if (!std::exchange(knows_model_, true))
+            for (const auto& block : const_cast<tessel::IMetaModel&>(model_))
+                if (block != nullptr) ids_.take(block->id());
+        return ids_.ids_from_path(path, old_ids);
+    }
+
+private:
+    Document& document_;
+    const tessel::IMetaModel& model_;
+    tessel::json::PathIds ids_;
+    bool knows_model_ = false;
+};
 
 /// "int32, flt64 -> flt64"
 std::string types_of(tessel::IMetaBlock& block) {
@@ -69,9 +92,14 @@ Session::Active::~Active() {
 }
 
 Session::Session(session_setup_t setup) : setup_(std::move(setup)) {
-    if (setup_.model.empty()) throw SessionError(problem_t::usage, "the name of the model file is empty");
+    if (setup_.model.empty()) throw SessionError(problem_t::file, "the name of the model file is empty");
     file_ = std::filesystem::absolute(setup_.model);
-    if (setup_.bridge == nullptr) setup_.bridge = std::make_shared<python::LiteralBridge>();
+    if (setup_.bridge != nullptr) setup_.bridge = memo_ = std::make_shared<Memo>(setup_.bridge);
+    else setup_.bridge = std::make_shared<python::LiteralBridge>();
+}
+
+Session::Session(session_setup_t setup, std::string text) : Session(std::move(setup)) {
+    document_ = std::make_unique<Document>(std::move(text), setup_.model);
 }
 
 Session::~Session() = default;
@@ -84,12 +112,17 @@ void Session::hear_log(std::string_view text) {
 
 const std::vector<finding_t>& Session::check(bool final_bridge, bool confirm) {
     const Active mine(*this);
+    if (memo_ != nullptr) memo_->begin();
     check_options_t how;
     how.final_bridge = final_bridge;
     how.settings = setup_.settings;
     how.confirm = confirm;
     findings_ = diagnose(document(), how);
     return findings_;
+}
+
+void Session::forget_answers() {
+    if (memo_ != nullptr) memo_->end();
 }
 
 Document& Session::document() {
@@ -105,8 +138,8 @@ tessel::result_t Session::load() {
     model_ = tessel::create_empty_meta_model();
     properties_ = std::make_shared<tessel::PropertiesModel>();
     model_->set_properties(properties_);
-    const CurrentFolder there(file_.parent_path());
-    last_result_ = tessel::json::load(model_.get(), file_.filename().string());
+    DocumentSource source(document(), *model_);
+    last_result_ = tessel::json::load_text(*model_, document().main().text(), source);
     for (const auto& [key, value] : setup_.settings) properties_->set(key, value);
     return last_result_;
 }
@@ -174,20 +207,23 @@ SessionError Session::error(problem_t kind, std::string_view text, std::vector<f
 std::string Session::block_of(std::string_view scope) const {
     if (model_ == nullptr) return std::string(scope);  // evaluated by a check, which loads no model
     std::string_view best;
+    std::size_t longest = 0;
     for (const auto& block : *model_) {
         if (block == nullptr) continue;
-        const std::string& path = python_path_of(*block);
+        const std::string_view path = block->python_path();
         if (path == scope) return path_of(*block);
-        if (path.size() > best.size() && scope.starts_with(path) && scope[path.size()] == '_') best = path_of(*block);
+        if (path.size() > longest && scope.starts_with(path) && scope[path.size()] == '_') {
+            longest = path.size();
+            best = block->path();
+        }
     }
     return std::string(best.empty() ? scope : best);
 }
 
-const std::string& path_of(const tessel::IMetaBlock& block) { return properties_of(block).path; }
-const std::string& python_path_of(const tessel::IMetaBlock& block) { return properties_of(block).python_path; }
+std::string path_of(const tessel::IMetaBlock& block) { return std::string(block.path()); }
 
 std::string shown(const tessel::IMetaBlock& block) {
-    if (!path_of(block).empty()) return tessel::format("{} ({})", path_of(block), block.class_name());
+    if (!block.path().empty()) return tessel::format("{} ({})", block.path(), block.class_name());
     return tessel::format("'{}' #{} ({})", printable(block.name()), block.id(), block.class_name());
 }
 

@@ -18,6 +18,7 @@
 #include "host/document/document.h"
 #include "host/session/error.h"
 #include "host/session/limits.h"
+#include "host/session/memo.h"
 
 namespace zarn {
 
@@ -36,6 +37,8 @@ struct session_setup_t {
 class Session {
 public:
     explicit Session(session_setup_t setup);
+    /// A model whose text is at hand; `setup.model` names it, and references are relative to its folder.
+    Session(session_setup_t setup, std::string text);
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
     ~Session();
@@ -43,12 +46,12 @@ public:
     /// The model's file and what it refers to, read when first asked for.
     Document& document();
 
-    /// Every problem that the checks find, which load nothing. `final_bridge`: a run will use this session's bridge.
-    /// The findings stay with the session.
+    /// Every problem that the checks find, which load nothing. What the bridge answers is kept until a run begins.
+    /// `final_bridge`: a run will use this session's bridge. The findings stay with the session.
     const std::vector<finding_t>& check(bool final_bridge, bool confirm = false);
     const std::vector<finding_t>& findings() const { return findings_; }
 
-    /// Makes an empty model and loads the file; references are relative to its folder. What the library says is the
+    /// Makes an empty model and loads the document; references are relative to its folder. What the library says is the
     /// result; a load that fails has told why on the console. A file that would exhaust the memory is refused before.
     tessel::result_t load();
     /// Compiles what was loaded. A closed loop that would keep the library busy for ever gives result_failure, and
@@ -77,6 +80,9 @@ public:
     /// Paths of the blocks of a loop that `compile` met, each feeding the next.
     const std::vector<std::string>& loop() const { return loop_.loop(); }
 
+    /// From here on expressions are asked anew.
+    void forget_answers();
+
     /// "MODEL: TEXT" as an error.
     SessionError error(problem_t kind, std::string_view text, std::vector<finding_t> findings = {}) const;
     /// The path of the block that a scope of the bridge belongs to; the scope itself when there is none.
@@ -100,6 +106,7 @@ private:
     void hear_log(std::string_view text);
 
     session_setup_t setup_;
+    std::shared_ptr<Memo> memo_;  // before the bridge; null where the bridge only reads literals
     std::filesystem::path file_;
     std::unique_ptr<Document> document_;
     std::vector<finding_t> findings_;
@@ -113,9 +120,7 @@ private:
 };
 
 /// Dotted path of a block as users write it ("mainsys.motor.gain"), known once `compile` has begun; "" before.
-const std::string& path_of(const tessel::IMetaBlock& block);
-/// The path as the interpreter's scope.
-const std::string& python_path_of(const tessel::IMetaBlock& block);
+std::string path_of(const tessel::IMetaBlock& block);
 /// The path with the class, for messages: "mainsys.motor.gain (multiply)". Name and id stand in for a missing path.
 std::string shown(const tessel::IMetaBlock& block);
 

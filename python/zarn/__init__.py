@@ -80,8 +80,11 @@ def _array(values):
     """Wraps memory that a run handed over: by numpy without a copy, else as an array of floats."""
     if not isinstance(values, memoryview):
         return values
+    from zarn import _imports
+
     try:
-        import numpy
+        with _imports.own():
+            import numpy
     except ImportError:
         import array
 

@@ -11,6 +11,7 @@ import traceback
 
 import __main__
 import zarn
+from zarn import _imports
 
 # tags of values, as the library numbers its port types
 BOOL, INT32, INT64, UINT64, FLT64, TEXT = 1, 7, 9, 10, 12, 14
@@ -281,7 +282,9 @@ def run_file(path):
 
     with open(path, "rb") as file:
         source = file.read()
-    sys.path.insert(0, os.path.dirname(os.path.abspath(path)))
+    folder = os.path.dirname(os.path.abspath(path))
+    sys.path.insert(0, folder)
+    _imports.user_places.add(folder)
     __main__.__file__ = path
     try:
         return run(source, path, 1)
@@ -296,12 +299,12 @@ def run_code(text):
 
 
 def interact():
-    import code
-
+    with _imports.own():
+        import code
     try:
-        import readline
-        import rlcompleter
-
+        with _imports.own():
+            import readline
+            import rlcompleter
         readline.set_completer(rlcompleter.Completer(vars(__main__)).complete)
         readline.parse_and_bind("tab: complete")
     except ImportError:
@@ -326,12 +329,14 @@ def flush():
 
 
 def require_plot():
-    from zarn import _plot
+    with _imports.own():
+        from zarn import _plot
 
-    _plot.require()
+        _plot.require()
 
 
 def save_plot(path, form, title, signals):
-    from zarn import _plot
+    with _imports.own():
+        from zarn import _plot
 
-    _plot.save(path, form, title, signals)
+        _plot.save(path, form, title, signals)

@@ -41,8 +41,41 @@ class Recordings(CommandTest):
         self.check("run", "m.json", "--probe", "#7", status=2, err="no block with that id")
         self.check("run", "m.json", "--probe", "double:1", status=2, err="has 1 output: 0")
         self.check("run", "m.json", "--probe", "double:x", status=2, err="has 1 output")
+
+    def test_a_subsystem_is_probed_by_its_outports(self):
         self.write("g.json", gated())
-        self.check("run", "g.json", "--probe", "inside", status=2, err="a subsystem has no signal of its own")
+        for probe in "inside", "mainsys.inside", "inside:y", "inside:0", "inside.y":
+            self.check("run", "g.json", "--probe", probe, "-o", "r.csv", err="")
+            self.assertEqual(self.csv("r.csv")[0], ["time", "mainsys.inside.y"])
+        self.check(
+            "run", "g.json", "--probe", "inside:z", status=2, out="",
+            err="zarn: --probe inside:z: the subsystem has no outport z; it has y\n",
+        )
+
+    def test_probes_by_pattern(self):
+        self.write("g.json", gated())
+        self.check("run", "g.json", "--probe", "inside.*", "--probe", "inside.gain", "-o", "r.csv", err="")
+        self.assertEqual(
+            set(self.csv("r.csv")[0]), {"time", "mainsys.inside.u", "mainsys.inside.gain", "mainsys.inside.y"}
+        )
+        self.check("run", "g.json", "--probe", "mainsys.*ga*n", "-o", "r.csv", err="")
+        self.assertEqual(self.csv("r.csv")[0], ["time", "mainsys.inside.gain"])
+        self.check(
+            "run", "g.json", "--probe", "inside.x*", status=2, out="",
+            err="zarn: --probe inside.x*: no block with an output has a path like that\n",
+        )
+
+    def test_json_names_its_signals(self):
+        self.write("m.json", counter())
+        answer = json.loads(self.check("run", "m.json", "--json", "--probe", "double").stdout)
+        self.assertEqual(
+            answer["signals"],
+            {
+                "1000000000000003:0": {
+                    "name": "mainsys.double", "path": "mainsys.double", "class": "multiply", "type": "flt64",
+                }
+            },
+        )
 
     def test_two_blocks_of_one_path_are_told_apart_by_id(self):
         model = Model()
