@@ -12,19 +12,11 @@
 #include "core/hash.h"
 #include "core/id_index.h"
 #include "core/large_array.h"
+#include "framework/structure.h"
 
 namespace tessel {
 
 using blocks_t = std::vector<std::unique_ptr<IMetaBlock>>;
-
-inline constexpr std::uint32_t hash_cast = class_hash_of("cast");
-inline constexpr std::uint32_t hash_enable = class_hash_of("enable");
-inline constexpr std::uint32_t hash_from = class_hash_of("from");
-inline constexpr std::uint32_t hash_goto = class_hash_of("goto");
-inline constexpr std::uint32_t hash_inport = class_hash_of("inport");
-inline constexpr std::uint32_t hash_outport = class_hash_of("outport");
-inline constexpr std::uint32_t hash_refsys = class_hash_of("refsys");
-inline constexpr std::uint32_t hash_subsys = class_hash_of("subsys");
 
 inline bool is_subsystem(const IMetaBlock& block) noexcept {
     return block.class_hash() == hash_subsys || block.class_hash() == hash_refsys;

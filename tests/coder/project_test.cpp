@@ -26,16 +26,16 @@ std::set<std::string> files_of(const fs::path& folder) {
     return names;
 }
 
-struct language_t {
+struct generator_t {
     const char* name;
     const char* folder;
     result_t (*generate)(std::string_view folder, IMetaModel* model) noexcept;
     std::set<std::string> files;
 };
 
-void PrintTo(const language_t& language, std::ostream* out) { *out << language.name; }
+void PrintTo(const generator_t& language, std::ostream* out) { *out << language.name; }
 
-class Project : public testing::TestWithParam<language_t> {
+class Project : public testing::TestWithParam<generator_t> {
 protected:
     result_t generate(IMetaModel* model = nullptr) {
         return GetParam().generate(folder_.text(), model != nullptr ? model : &model_);
@@ -178,11 +178,12 @@ TEST_P(Project, EveryClassWritesItsNameInFullWhateverItsLength) {
 
 INSTANTIATE_TEST_SUITE_P(
     Languages, Project,
-    testing::Values(language_t{"C",
-                               "zarn-ccoder",
-                               &coder_c::generate_code,
-                               {"CMakeLists.txt", "coder.c", "coder.h", "main.c", "model.c", "model.h"}},
-                    language_t{"Python", "zarn-pcoder", &coder_py::generate_code, {"coder.py", "main.py", "model.py"}}),
+    testing::Values(generator_t{"C",
+                                "zarn-ccoder",
+                                &coder_c::generate_code,
+                                {"CMakeLists.txt", "coder.c", "coder.h", "main.c", "model.c", "model.h"}},
+                    generator_t{
+                        "Python", "zarn-pcoder", &coder_py::generate_code, {"coder.py", "main.py", "model.py"}}),
     [](const auto& test) { return std::string(test.param.name); });
 
 TEST(EmptyModel, IsACompleteCProject) {

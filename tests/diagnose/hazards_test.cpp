@@ -71,6 +71,7 @@ constexpr hazard_t cases[] = {
     {"cast_behind_dead_link.json", 0, 6},
     {"duplicate_ids.json", 0, 0},
     {"eight_inputs.json", 0, 0},
+    {"enable_without_subsystem.json", 0, 0},
     {"enables.json", 0, 0},
     {"inner_block_missing.json", 0, 0},
     {"inner_block_missing_starves.json", 0, 6},

@@ -288,6 +288,7 @@ class Alarms(CheckTest):
         "cast_behind_dead_link": ({"Z203"}, True),
         "duplicate_ids": ({"Z114", "Z218"}, False),
         "eight_inputs": (set(), False),
+        "enable_without_subsystem": ({"Z218"}, False),
         "enables": ({"Z409", "Z410"}, False),
         "inner_block_missing": ({"Z204"}, False),
         "inner_block_missing_starves": ({"Z204"}, True),

@@ -145,6 +145,13 @@ class Generate(CommandTest):
         )
         self.assertEqual(sorted(os.listdir(self.folder / "out/zarn-pcoder")), ["coder.py", "main.py", "model.py"])
 
+    def test_a_gate_in_no_subsystem_stands_outside_of_the_step(self):
+        model = DATA / "hazards/enable_without_subsystem.json"
+        told = self.check("generate", "py", model, "out", out="out/zarn-pcoder\n").stderr
+        self.assertIn("zarn: _106 (enable): does not run: the region of its subsystem stands at the level of 'def step' and "
+                      "so outside of it, where there is no 'self'\n"
+                      "zarn: _106 (enable): does not parse: the region of its subsystem has no statement\n", told)
+
     def test_missing_folders_are_made_and_bad_places_told(self):
         self.write("m.json", counter())
         self.check("generate", "py", "m.json", "a/b/c", out="a/b/c/zarn-pcoder\n")
