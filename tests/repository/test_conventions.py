@@ -19,7 +19,7 @@ MAY_KNOW_CLASSES = {
     "host/draw/signal_types.cpp": "follows a signal through what a compile dissolves",
     "host/draw/svg.cpp": "pictures",
     "host/draw/symbols.cpp": "pictures",
-    "host/cli/probes.cpp": "probes end in what has no output",
+    "host/session/probes.cpp": "probes end in what has no output",
     "host/codenotes/texts.cpp": "words of Python, of which some are classes as well",
 }
 
@@ -69,6 +69,13 @@ class Pages(unittest.TestCase):
                     continue
                 with self.subTest(page=page.name, names=word):
                     self.assertTrue(self.exists(page, word, quoted))
+
+    def test_the_architecture_names_every_folder_of_the_code(self):
+        text = (ROOT / "docs/architecture.md").read_text()
+        for folder in "core include framework model exec blocks files coder host".split():
+            self.assertIn(f"**{folder}**", text)
+        for folder in sorted(path.name for path in (ROOT / "host").iterdir() if path.is_dir()):
+            self.assertIn(f"`{folder}/`", text)
 
 
 class Classes(unittest.TestCase):
