@@ -263,7 +263,8 @@ void tell_missing(const graph_t& graph, const node_t& node, const std::vector<st
         mend = "link a condition to it, or take the enable block out";
     } else if (node.is(hash_inport) && around != nullptr) {
         what = tessel::format("nothing is linked to input {} of {}", port_number(node), around->path);
-    } else if (node.row->traits().input_count >= 0 && node.inputs() > static_cast<std::size_t>(node.row->traits().input_count)) {
+    } else if (node.row->traits().input_count >= 0 &&
+               node.inputs() > static_cast<std::size_t>(node.row->traits().input_count)) {
         what += tessel::format("; the file's \"inportCount\" of {} gives this class more than its {}", node.inputs(),
                                counted(static_cast<std::size_t>(node.row->traits().input_count), "input"));
         mend = tessel::format("write {} as \"inportCount\"", node.row->traits().input_count);

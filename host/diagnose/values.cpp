@@ -168,7 +168,7 @@ public:
 private:
     bool is_parameter(const std::string& key) const {
         return row_ != nullptr && std::ranges::any_of(row_->traits().parameters,
-                                                   [&key](const auto& parameter) { return key == parameter.key; });
+                                                      [&key](const auto& parameter) { return key == parameter.key; });
     }
 
     const char* wanted_kind(const std::string& key) const {

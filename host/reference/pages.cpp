@@ -58,8 +58,8 @@ struct shared_note_t {
     std::vector<std::string> classes;
 
     bool is(const tessel::text_note_t& other) const {
-        return note->dialect == other.dialect && std::string_view(note->what) == other.what && note->occasion == other.occasion &&
-               std::string_view(note->sentence) == other.sentence;
+        return note->dialect == other.dialect && std::string_view(note->what) == other.what &&
+               note->occasion == other.occasion && std::string_view(note->sentence) == other.sentence;
     }
 };
 
