@@ -141,7 +141,8 @@ std::uint64_t wanted(int rule, std::uint64_t given) {
 }
 
 TEST(Factory, EveryClassByNameAndHash) {
-    EXPECT_EQ(std::size(class_cases), factory::class_rows().size());
+    // those that model files rely on; there may be more
+    EXPECT_LE(std::size(class_cases), factory::class_rows().size());
     for (const auto& row : class_cases) {
         EXPECT_EQ(class_hash_of(row.name), row.hash) << row.name;
         const auto block = factory::create(row.name);
