@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <numeric>
 #include <span>
 #include <unordered_map>
 #include <utility>
@@ -167,7 +168,7 @@ void ExecModel::set_enables(const IdIndex<ExecBlock>& index) {
     }
 }
 
-PlanContext ExecModel::plan_context() {
+PlanContext ExecModel::plan_context(std::span<const position_t> order) {
     const auto gated_by = std::exchange(gates_, {});
     std::vector<gate_t> gates{{&always_enabled, 0}};
     std::unordered_map<const ExecBlock*, std::size_t> numbers;  // of the gates
@@ -177,12 +178,16 @@ PlanContext ExecModel::plan_context() {
     }
     large_array<planned_t> objects;
     objects.reserve(blocks.size());
-    for (std::size_t i = 0; i < blocks.size(); ++i) {
-        if (blocks[i] == nullptr) continue;
+    const auto add = [&](std::size_t i) {
+        if (blocks[i] == nullptr) return;
         if (const auto found = numbers.find(blocks[i].get()); found != numbers.end())
             gates[found->second].enable_position = static_cast<position_t>(objects.size());
         objects.push_back({blocks[i].get(), gated_by[i]});
-    }
+    };
+    if (order.empty())
+        for (std::size_t i = 0; i < blocks.size(); ++i) add(i);
+    else
+        for (const position_t i : order) add(i);
     return {std::move(objects), std::move(gates), monitor_ != nullptr && monitor_->looks_at_cells()};
 }
 
@@ -228,7 +233,7 @@ result_t ExecModel::run_serial(double ti, double tf, double ts) {
         block->start();
     }
     if (engine_ == engine_t::plan) {
-        PlanContext context = plan_context();
+        PlanContext context = plan_context({});
         Plan plan(context);
         context.plans_made();
         run_steps(ti, tf, ts, [&plan](double t) { plan.step(t); });
@@ -286,22 +291,27 @@ std::unordered_set<std::int32_t> ExecModel::ordered_zones() const {
 
 result_t ExecModel::run_parallel(double ti, double tf, double ts) {
     const unsigned threads = sys::hardware_threads();
-    std::map<std::int32_t, std::vector<position_t>> members;  // of each zone, as positions among the objects
-    position_t count = 0;
-    for (const auto& block : blocks)
-        if (block != nullptr) members[block->zone()].push_back(count++);
+    std::map<std::int32_t, std::vector<position_t>> members;  // of each zone, in the order of the list
+    for (std::size_t i = 0; i < blocks.size(); ++i)
+        if (blocks[i] != nullptr) members[blocks[i]->zone()].push_back(static_cast<position_t>(i));
     const auto ordered = ordered_zones();
+    std::vector<position_t> order;  // of stepping: a list need not go by zones
+    order.reserve(blocks.size());
     std::vector<shared_zone_t> zones;
     zones.reserve(members.size());
-    for (auto& [zone, positions] : members)
+    for (const auto& [zone, entries] : members) {
+        std::vector<position_t> positions(entries.size());
+        std::iota(positions.begin(), positions.end(), static_cast<position_t>(order.size()));
+        order.insert(order.end(), entries.begin(), entries.end());
         zones.emplace_back(std::move(positions), ordered.contains(zone) ? 1 : threads);
+    }
 
     parallel_for_each(blocks, [ti](ExecBlock& block) {
         block.set_time(ti);
         block.start();
     });
     if (engine_ == engine_t::plan) {
-        PlanContext context = plan_context();
+        PlanContext context = plan_context(order);
         std::vector<std::vector<Plan>> plans;
         for (const shared_zone_t& zone : zones) {
             auto& own = plans.emplace_back();
@@ -315,12 +325,8 @@ result_t ExecModel::run_parallel(double ti, double tf, double ts) {
         for (auto& zone : plans)
             for (Plan& plan : zone) plan.settle();
     } else {
-        std::vector<ExecBlock*> objects;
-        objects.reserve(count);
-        for (const auto& block : blocks)
-            if (block != nullptr) objects.push_back(block.get());
         run_zones(zones, threads, ti, tf, ts, [&](std::size_t z, std::size_t i, double t) {
-            for (const position_t position : zones[z].share(i)) step_object(*objects[position], t);
+            for (const position_t position : zones[z].share(i)) step_object(*blocks[order[position]], t);
         });
     }
     parallel_for_each(blocks, [](ExecBlock& block) { block.finish(); });

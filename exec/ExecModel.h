@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <unordered_set>
 #include <vector>
 
@@ -53,8 +54,9 @@ private:
     /// The same zone by zone; `step_share(zone, share, t)` is called on several threads at once for the shares of one.
     template <class Zones, class Share>
     void run_zones(const Zones& zones, unsigned threads, double ti, double tf, double ts, const Share& step_share);
-    /// Once in a run: the list of gates is in it then.
-    PlanContext plan_context();
+    /// The objects in stepping order: that of the list, or that of the given places in it. Once in a run: the list of
+    /// gates is in it then.
+    PlanContext plan_context(std::span<const std::uint32_t> order);
     /// The zones in which an object reads what another of the same zone puts out, as a memory block fed by a source
     /// does, or is gated by one: their objects take their turns in the order of the list, on one thread, so that a run
     /// gives the same values on any number of threads. Before the first `set_time`, once wired.

@@ -100,16 +100,19 @@ PlanContext::PlanContext(large_array<planned_t> objects, std::vector<gate_t> gat
         const lowering_t* lowering = object.block->lowering();
         object.role = role_of(lowering);
         object.inputs = lowering != nullptr ? lowering->inputs : std::uint8_t{0};
-        if (object.role == role_t::foreign) watched_ = true;
-        else if (object.role == role_t::computes) owners_.add(*object.block->output(0), object);
+        if (object.role == role_t::computes) owners_.add(*object.block->output(0), object);
     }
     for (std::size_t i = 1; i < gates_.size(); ++i) gate_cells_.push_back(gates_[i].flag);
-    // an input that another object reads from is looked at as a gate is: it must be right at every moment
-    for (const planned_t& object : objects_) {
+    for (planned_t& object : objects_) {
         for (std::int16_t n = 0; n < object.inputs; ++n) {
             ExecPort* source = object.block->input(n)->source();
-            if (source != nullptr && owners_.find(*source) == nullptr) gate_cells_.push_back(source->value_ptr());
+            if (source == nullptr || owners_.find(*source) != nullptr) continue;
+            // an input that another object reads from is looked at as a gate is: it must be right at every moment
+            gate_cells_.push_back(source->value_ptr());
+            // a port of a host's class may look at any cell when it is asked for its value
+            if (source->source_place() == nullptr) make_foreign(object);
         }
+        if (object.role == role_t::foreign) watched_ = true;
     }
     std::ranges::sort(gate_cells_);
     gate_cells_.erase(std::unique(gate_cells_.begin(), gate_cells_.end()), gate_cells_.end());
@@ -119,6 +122,12 @@ PlanContext::PlanContext(large_array<planned_t> objects, std::vector<gate_t> gat
 
     outputs_in_ports_ = outputs_in_ports_ || watched_;
     values_.resize(outputs_in_ports_ ? 0 : objects_.size());
+}
+
+/// Lets an object be stepped by its own operations; its output is then sampled through the port.
+void PlanContext::make_foreign(planned_t& object) {
+    if (object.role == role_t::computes) owners_.remove(*object.block->output(0));
+    object.role = role_t::foreign;
 }
 
 PlanContext::~PlanContext() {
@@ -246,10 +255,10 @@ void Plan::put_sinks_last(const PlanContext& context, std::span<position_t> orde
 /// since the inputs of all are sampled first.
 std::size_t Plan::lower_stretch(PlanContext& context, std::span<const position_t> order, std::size_t begin,
                                 stretch_t& stretch) {
-    ExecBlock* const first = context.objects()[order[begin]].block;
-    const lowering_t* lowering = first->lowering();
-    if (lowering == nullptr) {
-        const void* operand = first;
+    const planned_t& first = context.objects()[order[begin]];
+    const lowering_t* lowering = first.block->lowering();
+    if (first.role == role_t::foreign) {
+        const void* operand = first.block;
         append(&run_foreign, {&operand, 1}, 1);
         return begin + 1;
     }
@@ -265,6 +274,7 @@ std::size_t Plan::lower_stretch(PlanContext& context, std::span<const position_t
     auto& [samplers, steps] = stretch;
     samplers.clear();
     steps.clear();
+    bool any_foreign = false;
     std::size_t end = begin;
     for (; end < order.size(); ++end) {
         const position_t position = order[end];
@@ -291,6 +301,7 @@ std::size_t Plan::lower_stretch(PlanContext& context, std::span<const position_t
             if (input.source != nullptr) {
                 const type_t type = input.port->type(), source_type = input.source->type();
                 const bool foreign = input.owner == PlanContext::nowhere;
+                any_foreign = any_foreign || (foreign && end == begin);  // others end the stretch
                 const void* source_cell = foreign ? nullptr : context.output_cell(input.owner);
                 const bool kept = lazy || (lowering->passes_through && !observed);
                 if (kept && !foreign && source_type == type) {
@@ -314,8 +325,9 @@ std::size_t Plan::lower_stretch(PlanContext& context, std::span<const position_t
         context.set_settle(position, settle);
     }
 
-    // inputs sampled by one loop each; their order does not matter, as each writes its own cell
-    std::ranges::stable_sort(samplers, std::less{}, &sampler_t::run);
+    // One loop for the inputs that are sampled alike. Their order does not matter where each writes its own cell and
+    // reads an output; a port that no object of the run puts out may be one of these cells.
+    if (!any_foreign) std::ranges::stable_sort(samplers, std::less{}, &sampler_t::run);
     for (const sampler_t& s : samplers) append(s.run, std::span(s.operands).first(s.count), 1);
     if (lowering->run == nullptr) return end;
     if (lowering->links != nullptr && end - begin < shortest_loop) append_links(*lowering, steps);

@@ -84,6 +84,7 @@ public:
 
 private:
     bool is_in_port(position_t position) const noexcept;
+    void make_foreign(planned_t& object);
 
     large_array<planned_t> objects_;
     std::vector<gate_t> gates_;

@@ -9,11 +9,11 @@
 namespace tessel {
 namespace {
 
-constexpr int version_major = 24;
-constexpr int version_minor = 12;
-constexpr int version_patch = 0;
+// of the project, from the build
+constexpr int version_major = BLOCKS_VERSION_MAJOR;
+constexpr int version_minor = BLOCKS_VERSION_MINOR;
+constexpr int version_patch = BLOCKS_VERSION_PATCH;
 constexpr int version_hexcode = version_major << 16 | version_minor << 8 | version_patch;
-static_assert(version_hexcode == 1575936);
 
 }  // namespace
 

@@ -35,6 +35,8 @@ figures() { # HEADING PROGRAM...: a program that prints plain text
     table "Threads, 40 zones of 2,000 blocks" "$build/bench/bench_threads" $quick
     # shellcheck disable=SC2086
     [ ! -x "$build/bench/bench_recording" ] || table "Recording and files" "$build/bench/bench_recording" $quick
+    # shellcheck disable=SC2086
+    [ ! -x "$build/zarn" ] || table "The command" bench/command.py "$build" $quick
     ! command -v valgrind > /dev/null || table "Instructions, by callgrind" tools/instructions.sh "$build"
     # shellcheck disable=SC2086
     figures "Growth of each pass, chains of five blocks" "$build/bench/bench_passes" $quick

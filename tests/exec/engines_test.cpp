@@ -441,6 +441,59 @@ TEST(Engines, AgreeWhereAnInputFeedsAnother) {
     });
 }
 
+// Of two inputs that are fed by different loops one reads the other: the new value or that of the step before.
+TEST(Engines, InputsAreSampledInTheirOrder) {
+    constexpr int input_0 = 65534, input_1 = 65535;
+    for (const bool first_reads : {true, false}) {
+        expect_agreement_on([first_reads](ExecBuilder& b) {
+            put(b, 1, make_exec<StatefulExec<Clock>>());
+            for (std::uint64_t id = 2; id < 8; ++id) {
+                put(b, id, make_exec<Exec<Sum>>());
+                b.link(1, 0, id, first_reads ? 1 : 0);
+            }
+            for (const std::uint64_t id : {2u, 5u})
+                connect(b, id, first_reads ? 0 : 1, id, first_reads ? input_1 : input_0);
+            connect(b, 4, first_reads ? 0 : 1, 6, first_reads ? input_1 : input_0);  // of one that comes later
+            b.times(0.0, 2.0, 0.25);
+        });
+    }
+}
+
+/// An object that no model steps; its output tells what another port holds.
+class Window final : public ExecBlock {
+public:
+    explicit Window(const ExecPort* port) { out0_.looks_at = port; }
+    ExecPort* input(std::int16_t i) noexcept override { return i == 0 ? &out0_ : nullptr; }
+    const ExecPort* input(std::int16_t i) const noexcept override { return i == 0 ? &out0_ : nullptr; }
+    ExecPort* output(std::int16_t i) noexcept override { return input(i); }
+    const ExecPort* output(std::int16_t i) const noexcept override { return input(i); }
+    void sample() noexcept override {}
+    void step() noexcept override {}
+
+private:
+    OwnPort out0_;
+};
+
+TEST(Engines, AgreeWhereASourceOutsideLooksAtCells) {
+    std::vector<std::unique_ptr<Window>> windows;
+    expect_agreement_on([&windows](ExecBuilder& b) {
+        put(b, 1, make_exec<StatefulExec<Clock>>());
+        for (std::uint64_t id = 2; id < 12; ++id) {
+            put(b, id, id % 3 == 0 ? make_exec<StatefulExec<Delay>>() : make_exec<Exec<Sum>>());
+            b.link(id - 1, 0, id, 0);
+        }
+        const auto look = [&](std::uint64_t from, const ExecPort* at) {
+            b.model.find_block(from)->input(1)->connect(*windows.emplace_back(std::make_unique<Window>(at)), 0);
+        };
+        const auto& model = b.model;
+        look(4, std::as_const(*model.find_block(2)).output(0));  // of this step
+        look(5, std::as_const(*model.find_block(2)).input(0));
+        look(7, std::as_const(*model.find_block(10)).output(0));  // of the step before
+        look(8, std::as_const(*model.find_block(10)).input(0));
+        b.times(0.0, 2.0, 0.25);
+    });
+}
+
 TEST(Engines, AgreeWhereSourcesStandOutsideOfTheModel) {
     ExecBuilder other;
     fill_row(other, 6);
@@ -537,6 +590,37 @@ TEST(Engines, AgreeOnAnyNumberOfThreads) {
         }
         sys::set_hardware_threads(0);
     }
+}
+
+// The highest zone stands first in the list, and objects of low zones read those of high ones: values of the step
+// before, which those that come later in the list would have put out in this one, did the list tell.
+TEST(Engines, AgreeOnAListThatDoesNotGoByZones) {
+    const auto fill_backwards = [](ExecBuilder& b) {
+        constexpr std::uint64_t zones = 33, width = 1100, count = zones * width;
+        for (std::uint64_t i = 0; i < count; ++i) {
+            auto object = i % 3 == 0 ? make_exec<StatefulExec<Delay>>() : make_exec<Exec<Sum>>();
+            if (i % width == 0) object = make_exec<StatefulExec<Clock>>();
+            object->set_identity(i + 1, static_cast<std::int32_t>(zones - 1 - i / width));
+            b.put(std::move(object));
+            if (i % width == 0) continue;
+            b.link(1 + (i * 7919 + i / width * width + width) % count, 0, i + 1, 0);
+            if (i % 3 != 0) b.link(1 + i / 2 / width * width + i % 5, 0, i + 1, 1);
+        }
+        b.times(0.0, 1.0, 0.25);
+    };
+    std::vector<std::uint64_t> expected;
+    for (const unsigned hardware : {1u, 3u}) {
+        sys::set_hardware_threads(hardware);
+        for (const engine_t engine : {engine_t::objects, engine_t::plan}) {
+            ExecBuilder b;
+            fill_backwards(b);
+            b.model.set_engine(engine);
+            b.run();
+            if (expected.empty()) expected = cells(b);
+            EXPECT_TRUE(cells(b) == expected) << hardware << (engine == engine_t::plan ? " plan" : " objects");
+        }
+    }
+    sys::set_hardware_threads(0);
 }
 
 /// 33 wide zones. In the first, objects of the front half of the list read those of the back half, gates stand at the
