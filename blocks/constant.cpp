@@ -107,6 +107,7 @@ constexpr block_traits_t traits{
     .inputs = {},
     .parameters = parameters,
     .first_decides = true,
+    .asks_each_time = true,
     .steps_first = true,
     .caption = "{expression}",
     .everyday = {"const", "value", "number", "literal"},

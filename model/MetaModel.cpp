@@ -9,6 +9,7 @@
 #include "core/format.h"
 #include "core/log.h"
 #include "model/helpers.h"
+#include "model/rules/binding.h"
 
 namespace tessel {
 namespace {
@@ -29,7 +30,7 @@ std::uint64_t count_distinct(const blocks_t& blocks, Value value) {
 IMetaBlock* find_numbered(const blocks_t& blocks, std::uint32_t hash, std::uint64_t parent, std::int16_t number) {
     for (const auto& block : blocks) {
         if (block == nullptr || block->class_hash() != hash || block->parent_id() != parent) continue;
-        if (static_cast<std::int16_t>(block->param("portNumber").payload<int>()) == number) return block.get();
+        if (rules::port_number(*block) == number) return block.get();
     }
     return nullptr;
 }
@@ -45,6 +46,12 @@ IMetaModel& IMetaModel::operator=(const IMetaModel&) = default;
 IMetaModel::~IMetaModel() = default;
 
 std::shared_ptr<IMetaModel> create_empty_meta_model() { return std::make_shared<MetaModel>(); }
+
+std::shared_ptr<IMetaModel> rules::create_watched_meta_model(take_loop_t take) {
+    auto model = std::make_shared<MetaModel>();
+    model->take_loop = std::move(take);
+    return model;
+}
 
 MetaModel::~MetaModel() {
     properties.reset();

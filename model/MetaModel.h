@@ -8,6 +8,7 @@
 
 #include "IMetaModel.h"
 #include "PropertiesModel.h"
+#include "model/rules/zones.h"
 
 namespace tessel {
 
@@ -54,6 +55,7 @@ public:
     std::vector<std::unique_ptr<IMetaBlock>> blocks;      // live; the root stands first after a load
     std::vector<std::unique_ptr<IMetaBlock>> subsystems;  // taken out of `blocks` by create_links, still owned
     std::shared_ptr<PropertiesModel> properties;
+    rules::take_loop_t take_loop;  // hears of a closed loop; without it the pass over the zones goes on
 };
 
 }  // namespace tessel

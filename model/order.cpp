@@ -2,32 +2,21 @@
 //
 // Both sort stably, so one model gives one order.
 
-#include <tuple>
+#include <algorithm>
+#include <unordered_map>
 #include <utility>
 
 #include "model/MetaModel.h"
 #include "model/helpers.h"
+#include "model/rules/order.h"
 
 namespace tessel {
 namespace {
 
-/// Sorts the blocks by zone and, within a zone, by what `second` gives; null entries stand last, since they have none.
-template <class Second>
-void sort_blocks(blocks_t& blocks, Second second) {
-    struct rank_t {
-        std::int32_t zone;
-        std::uint32_t second;
-        std::size_t position;
-    };
-    std::vector<rank_t> ranks;
-    ranks.reserve(blocks.size());
-    for (std::size_t i = 0; i < blocks.size(); ++i)
-        if (blocks[i] != nullptr) ranks.push_back({blocks[i]->zone(), second(*blocks[i]), i});
-    std::ranges::sort(ranks, {}, [](const rank_t& r) { return std::tuple(r.zone, r.second, r.position); });
-
+void sort_blocks(blocks_t& blocks, const large_array<std::size_t>& order) {
     blocks_t sorted(blocks.size());
-    std::ranges::transform(ranks, sorted.begin(), [&blocks](const rank_t& r) { return std::move(blocks[r.position]); });
-    blocks = std::move(sorted);
+    std::ranges::transform(order, sorted.begin(), [&blocks](std::size_t i) { return std::move(blocks[i]); });
+    blocks = std::move(sorted);  // null entries stand last
 }
 
 /// Brings the blocks into the order in which each stands directly behind the bodies of `before`, which end with the
@@ -63,7 +52,7 @@ void take_order(blocks_t& blocks, const std::vector<std::vector<std::size_t>>& b
 }  // namespace
 
 result_t MetaModel::sort_by_zone() noexcept {
-    sort_blocks(blocks, [](const IMetaBlock& block) { return block.class_hash(); });
+    sort_blocks(blocks, rules::stepping_order(line_up(blocks)));
     return result_ok;
 }
 
@@ -71,7 +60,7 @@ result_t MetaModel::sort_by_zone() noexcept {
 // counts as one block of the level around, and goes with its last block from then on. So nothing is moved until it is
 // known which bodies stand before which block.
 result_t MetaModel::group_by_subsystem() noexcept {
-    sort_blocks(blocks, [](const IMetaBlock&) { return 0u; });
+    sort_blocks(blocks, rules::zone_order(line_up(blocks)));
 
     struct group_t {
         std::uint64_t parent;
@@ -91,7 +80,8 @@ result_t MetaModel::group_by_subsystem() noexcept {
     std::ranges::stable_sort(groups, std::ranges::greater{},
                              [this](const group_t& group) { return blocks[group.last]->tier(); });
 
-    const BlockIndex outer(subsystems);
+    const auto outer_blocks = line_up(subsystems);
+    const rules::BlockIndex outer(outer_blocks);
     std::vector<std::vector<std::size_t>> before(blocks.size());
     for (const group_t& group : groups) {
         const IMetaBlock* around = outer.find(group.parent);

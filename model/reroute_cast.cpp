@@ -6,28 +6,27 @@
 // Fails   result_cast_unresolved: a cast with a link out and none in, or a link that still touches a cast afterwards,
 //         as between two casts in a row
 
-#include <set>
-#include <utility>
+#include <algorithm>
 
 #include "model/MetaModel.h"
 #include "model/helpers.h"
+#include "model/reroute.h"
+#include "model/rules/rerouting.h"
 #include "port.h"
 
 namespace tessel {
 namespace {
-
-bool is_cast(const IMetaBlock& block) { return block.class_hash() == hash_cast; }
 
 /// Leaves nothing bound to a block that goes: a link that create_links passes over binds no input anew.
 void unbind_casts(const blocks_t& blocks) {
     for (const auto& block : blocks) {
         if (block == nullptr) continue;
         for (std::uint64_t i = 0; i < block->input_count(); ++i) {
-            port_t& input = *block->input(static_cast<std::int16_t>(i));
-            if (input.source_block() == nullptr || !is_cast(*input.source_block())) continue;
-            const type_t type = input.type();
-            input = port_t();
-            input.set_type(type);
+            port_t* const input = block->input(static_cast<std::int16_t>(i));
+            if (input == nullptr || input->source_block() == nullptr || !is_cast(*input->source_block())) continue;
+            const type_t type = input->type();
+            *input = port_t();
+            input->set_type(type);
         }
     }
 }
@@ -36,43 +35,24 @@ void unbind_casts(const blocks_t& blocks) {
 
 result_t MetaModel::reroute_due_to_cast() noexcept {
     const PassLog pass("reroute_due_to_cast");
-    auto casts = which(blocks, is_cast);
+    const auto all = line_up(blocks);
+    auto casts = rules::which(all, is_cast);
     if (std::ranges::find(casts, true) == casts.end()) return result_ok;
-    const BlockIndex index(blocks);
-    auto& links = properties->links;
 
-    std::unordered_map<std::uint64_t, const link_t*> first_into;
-    for (const link_t& link : links) first_into.try_emplace(link.dstId, &link);
-
-    std::set<std::pair<std::uint64_t, std::uint64_t>> gone;
-    std::vector<link_t> joined;
-    for (const link_t& link : links) {
-        const IMetaBlock* const cast = index.find(link.srcId);
-        if (cast == nullptr || !is_cast(*cast)) continue;
-        const auto found = first_into.find(link.srcId);
-        if (found == first_into.end()) return result_cast_unresolved;
-        const link_t& in = *found->second;
-        gone.emplace(link.srcId, link.dstId);
-        gone.emplace(in.srcId, in.dstId);
-        joined.push_back(
-            {in.srcId, link.dstId, in.srcPort, link.dstPort, in.label + '#' + link.label, {}, false, false});
-    }
-    if (!gone.empty()) std::erase_if(links, [&gone](const link_t& l) { return gone.contains({l.srcId, l.dstId}); });
-    std::ranges::move(joined, std::back_inserter(links));
-
-    for (const link_t& link : links) {
-        IMetaBlock* const src = index.find(link.srcId);
-        IMetaBlock* const dst = index.find(link.dstId);
-        if (src == nullptr || dst == nullptr) continue;
-        for (IMetaBlock* end : {src, dst}) {
-            if (!is_cast(*end)) continue;
-            end->set_failed(true);
-            return result_cast_unresolved;
-        }
-    }
+    result_t result = result_ok;
+    const auto tell = [&](const rules::reroute_t& found) {
+        if (found.kind == rules::reroute_t::kind_t::touches) all[found.block]->set_failed(true);
+        result = result_cast_unresolved;
+        return false;
+    };
+    rules::Wires wires = draw(properties->links);
+    if (!rules::join_casts(all, wires, tell)) return result;
+    rules::find_touching(all, wires, is_cast, tell);
+    take_over(wires, properties->links);
+    if (result != result_ok) return result;
 
     unbind_casts(blocks);
-    blocks.erase(swap_partition(blocks, std::move(casts)), blocks.end());
+    rules::drop(blocks, std::move(casts));
     return result_ok;
 }
 

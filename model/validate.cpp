@@ -6,11 +6,9 @@
 // Fails   result_bad_step, result_bad_interval (before any block is looked at); result_too_many_inputs,
 //         result_goto_duplicated: the code of the last fault in list order
 
-#include <string>
-#include <unordered_set>
-
 #include "model/MetaModel.h"
 #include "model/helpers.h"
+#include "model/rules/rerouting.h"
 
 namespace tessel {
 
@@ -22,14 +20,15 @@ result_t MetaModel::validate() noexcept {
 
     constexpr std::int16_t most_inputs = 8;
     result_t result = result_ok;
-    std::unordered_set<std::string> targets;
-    for (const auto& block : blocks) {
+    rules::Targets targets;
+    for (std::size_t i = 0; i < blocks.size(); ++i) {
+        const auto& block = blocks[i];
         if (block == nullptr) continue;
         if (static_cast<std::int16_t>(block->input_count()) > most_inputs) {
             block->set_failed(true);
             result = result_too_many_inputs;
         }
-        if (block->class_hash() == hash_goto && !targets.insert(block->param("target").text()).second) {
+        if (block->class_hash() == hash_goto && targets.first(*block, i) != i) {
             block->set_failed(true);
             result = result_goto_duplicated;
         }

@@ -1,9 +1,11 @@
+#include "model/rules/agenda.h"
+
+#include <algorithm>
 #include <functional>
 
-#include "model/helpers.h"
 #include "port.h"
 
-namespace tessel {
+namespace tessel::rules {
 namespace {
 
 /// The address of a block in units of the least distance between two.
@@ -11,10 +13,10 @@ std::uint64_t key(const IMetaBlock* block) noexcept { return reinterpret_cast<st
 
 }  // namespace
 
-Agenda::Agenda(const blocks_t& blocks) : first_(blocks.size() + 1), noted_(blocks.size()) {
-    IdIndex<const std::unique_ptr<IMetaBlock>> places(blocks.size());
-    for (const auto& block : blocks)
-        if (block != nullptr) places.add(key(block.get()), &block);
+Agenda::Agenda(lineup_t blocks) : first_(blocks.size() + 1), noted_(blocks.size()) {
+    IdIndex<IMetaBlock* const> places(blocks.size());
+    for (IMetaBlock* const& block : blocks)
+        if (block != nullptr) places.add(key(block), &block);
 
     struct edge_t {
         std::size_t from, to;
@@ -23,8 +25,9 @@ Agenda::Agenda(const blocks_t& blocks) : first_(blocks.size() + 1), noted_(block
     for (std::size_t i = 0; i < blocks.size(); ++i) {
         const std::uint64_t count = blocks[i] != nullptr ? blocks[i]->input_count() : 0;
         for (std::uint64_t n = 0; n < count; ++n) {
-            const IMetaBlock* source = blocks[i]->input(static_cast<std::int16_t>(n))->source_block();
-            const auto* place = source != nullptr ? places.find(key(source)) : nullptr;
+            const port_t* input = blocks[i]->input(static_cast<std::int16_t>(n));
+            const IMetaBlock* source = input != nullptr ? input->source_block() : nullptr;
+            IMetaBlock* const* place = source != nullptr ? places.find(key(source)) : nullptr;
             if (place != nullptr) edges.push_back({static_cast<std::size_t>(place - blocks.data()), i});
         }
     }
@@ -58,7 +61,7 @@ std::size_t Agenda::next() {
     }
     if (now_.empty()) {
         sweeping_ = false;
-        return end;
+        return nowhere;
     }
     std::ranges::pop_heap(now_, std::greater{});
     at_ = now_.back();
@@ -67,4 +70,4 @@ std::size_t Agenda::next() {
     return at_;
 }
 
-}  // namespace tessel
+}  // namespace tessel::rules
