@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "framework/signature.h"
+#include "framework/zone.h"
 
 namespace tessel {
 namespace {
@@ -118,10 +119,7 @@ std::int8_t MetaBlock::calculate_zone() noexcept {
             zone_ = -1;
             return -1;
         }
-        if (source->zone() >= zone_) {
-            zone_ = source->zone() + 1;
-            if (source->tier() != tier_) zone_ += 1000;
-        }
+        zone_ = lifted_zone(zone_, tier_, *source);
     }
     return 0;
 }

@@ -56,9 +56,9 @@ void compile(Call& call, draw::Diagram& diagram) {
     if (!loaded) {
         stage("load");
     } else {
-        result = session.compile([&] { view.take(session.model()); });
-        if (session.loop().empty()) view.take(session.model());
-        else mark_loop(diagram, session.loop());
+        result = session.compile();
+        view.take(session.model());
+        if (!session.loop().empty()) mark_loop(diagram, session.loop());
         if (result != tessel::result_ok && session.loop().empty()) stage("compile");
     }
     if (session.console().empty() || call.options().quiet) return;

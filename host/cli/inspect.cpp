@@ -118,19 +118,11 @@ int inspect(const options_t& options) {
     call.set_console_silent(options.json);
     Session& session = call.session();
     auto result = session.load();
-    std::string state;
     const bool compiled = result == tessel::result_ok;
-    if (compiled) {
-        result = session.compile([&] { state = describe(session); });
-        if (!session.loop().empty()) {
-            if (options.json) print_json(session, result, state);
-            session.require(result, "compile");
-        }
-    }
-    if (options.json) {
-        print_json(session, result, describe(session));
-        return result == tessel::result_ok ? status_ok : status_model;
-    }
+    if (compiled) result = session.compile();
+    if (options.json) print_json(session, result, describe(session));
+    if (!session.loop().empty()) session.require(result, "compile");
+    if (options.json) return result == tessel::result_ok ? status_ok : status_model;
     print_table(session, result);
     if (result != tessel::result_ok && !call.evaluates() && !session.console().empty() && compiled)
         call.complain("expressions are evaluated with --python, -w or -e");

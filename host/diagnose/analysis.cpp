@@ -1,10 +1,13 @@
 #include "host/diagnose/analysis.h"
 
 #include <algorithm>
+#include <tuple>
 
 #include "core/python.h"
 #include "host/diagnose/source.h"
 #include "host/document/limits.h"
+#include "model/rules/order.h"
+#include "model/rules/tree.h"
 
 namespace zarn {
 namespace {
@@ -13,32 +16,18 @@ namespace {
 void make_namespaces(const graph_t& graph) {
     Recorder keep_silent;
     for (const node_t& node : graph.nodes)
-        if (is_subsystem(node) && node.hangs)
-            keep_silent.assign(node.id() == 0 ? node.properties->name : node.properties->python_path, "zarn.Result()");
+        if (is_subsystem(node) && node.hangs) keep_silent.assign(node.properties->python_path, "zarn.Result()");
     keep_silent.set_attribute("mainsys", "ti", graph.ti);
     keep_silent.set_attribute("mainsys", "tf", graph.tf);
     keep_silent.set_attribute("mainsys", "ts", graph.ts);
 }
 
 void sort_for_run(analysis_t& analysis) {
-    for (const std::size_t position : analysis.wiring.live) {
-        const node_t& node = analysis.graph.nodes[position];
-        if (node.block->zone() >= 0 && !is_subsystem(node)) analysis.order.push_back(position);
+    const auto& [graph, live] = std::tie(analysis.graph, analysis.wiring.live);
+    for (const std::size_t rank : tessel::rules::stepping_order(line_up(graph, live))) {
+        const node_t& node = graph.nodes[live[rank]];
+        if (node.block->zone() >= 0 && !is_subsystem(node)) analysis.order.push_back(live[rank]);
     }
-    std::ranges::stable_sort(analysis.order, {}, [&analysis](std::size_t position) {
-        const tessel::IMetaBlock& block = *analysis.graph.nodes[position].block;
-        return std::pair(block.zone(), block.class_hash());
-    });
-}
-
-bool has_all_sources(const graph_t& graph, const wiring_t& wiring) {
-    for (const std::size_t position : wiring.live) {
-        const node_t& node = graph.nodes[position];
-        if (is_subsystem(node) || (node.is(hash_inport) && node.parent() == 0)) continue;
-        for (const feed_t& feed : wiring.typed[position])
-            if (feed.source == none) return false;
-    }
-    return true;
 }
 
 }  // namespace
@@ -55,17 +44,17 @@ void analyse(analysis_t& analysis, Report& report, Document& document, const che
         (key == "ti" ? graph.ti : key == "tf" ? graph.tf : graph.ts) = value;
     if (graph.files.empty() || graph.files[0].json.is_discarded() || graph.files[0].json.is_null()) return;
 
-    analysis.tiers = tiers_of(graph);
-    for (std::size_t i = 0; i < graph.nodes.size(); ++i) graph.nodes[i].block->set_tier(analysis.tiers[i]);
-    analysis.gates = gates_of(graph);
+    tessel::rules::set_tiers(line_up(graph));
+    tessel::rules::add_enables(line_up(graph), analysis.enables);
     check_settings(graph, report);
     check_tree(graph, report);
 
     wiring_t& wiring = analysis.wiring;
     wiring = draw(graph);
     dissolve_gotos(graph, wiring, report);
-    check_port_numbers(graph, wiring, report);
     bind_links(graph, wiring, report);
+    check_ids(graph, wiring, report);
+    check_port_numbers(graph, wiring, report);
     check_sources(graph, wiring, report);
 
     make_namespaces(graph);
@@ -74,7 +63,7 @@ void analyse(analysis_t& analysis, Report& report, Document& document, const che
     check_parameters(analysis, report, options);
     analysis.waiting = work_out_zones(graph, wiring);
     check_loops(graph, wiring, analysis.waiting, report);
-    analysis.complete = analysis.waiting.empty() && has_all_sources(graph, wiring);
+    analysis.complete = analysis.waiting.empty() && std::ranges::find(wiring.starves, true) == wiring.starves.end();
     dissolve_casts(graph, wiring, report);
     check_double_feeds(graph, wiring, report);
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "EnableMap.h"
 #include "host/diagnose/loops.h"
 #include "host/diagnose/tree.h"
 #include "host/diagnose/typing.h"
@@ -14,11 +15,13 @@ struct analysis_t {
     graph_t graph;
     wiring_t wiring;
     typing_t typing;
-    std::vector<std::int32_t> tiers;
-    std::vector<gate_t> gates;
+    tessel::EnableMap enables;
     std::vector<std::size_t> waiting;  // blocks without a zone
     bool complete = false;             // whether every input has its source and every block its zone
     std::vector<std::size_t> order;    // blocks with a zone, in the order in which a run steps them
+
+    /// Id of the enable block that gates the block at a position, 0 for none.
+    std::uint64_t gate_of(std::size_t position) const { return enables.at(graph.nodes[position].id()).second; }
 };
 
 /// Runs every check. The document must outlive the analysis.
@@ -26,8 +29,10 @@ void analyse(analysis_t& analysis, Report& report, Document& document, const che
 
 // ---- the checks, one source each
 
-/// Ids that two blocks share, parents that are none, models without links, overfull blocks.
+/// Parents that are none, models without links, overfull blocks.
 void check_tree(const graph_t& graph, Report& report);
+/// Ids that two blocks share.
+void check_ids(const graph_t& graph, const wiring_t& wiring, Report& report);
 /// Start, end and step of the time.
 void check_settings(const graph_t& graph, Report& report);
 /// Parameters that the bridge refused, and values that no block can work with.

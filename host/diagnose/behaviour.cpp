@@ -24,7 +24,7 @@ std::unordered_map<std::uint64_t, std::size_t> ranks_of(const analysis_t& analys
 void check_enables(const analysis_t& analysis, Report& report) {
     std::unordered_map<std::uint64_t, const node_t*> first;  // enable of each subsystem
     std::unordered_set<std::uint64_t> gating;
-    for (const std::size_t position : analysis.order) gating.insert(analysis.gates[position].gate);
+    for (const std::size_t position : analysis.order) gating.insert(analysis.gate_of(position));
     for (const node_t& node : analysis.graph.nodes) {
         if (!node.is(hash_enable)) continue;
         const node_t* around = analysis.graph.find(node.parent());
@@ -54,7 +54,7 @@ void check_never(const analysis_t& analysis, Report& report) {
         const std::size_t position = analysis.order[i];
         const node_t& node = analysis.graph.nodes[position];
         if (!never[i] || needs_no_step(node)) continue;
-        const node_t& gate = *analysis.graph.find(analysis.gates[position].gate);
+        const node_t& gate = *analysis.graph.find(analysis.gate_of(position));
         const std::int32_t zone = node.block->zone(), gate_zone = gate.block->zone();
         std::string what;
         if (i > ranks.at(gate.id()))
@@ -110,11 +110,37 @@ void check_divisions(const analysis_t& analysis, Report& report) {
         if (right == tessel::type_bool || right == tessel::type_uint8 || right == tessel::type_uint16 ||
             right == tessel::type_uint32)
             continue;  // never -1
-        const bool certain = divisor && dividend && analysis.gates[position].gate == 0;
+        const bool certain = divisor && dividend && analysis.gate_of(position) == 0;
         report.at_block("Z411", certain ? severity_t::error : severity_t::note, node,
                         tessel::format("{} {} by -1 is a fault of the processor, which ends the program{}",
                                        tessel::short_name(type), lowest, certain ? "" : "; nothing rules it out here"),
                         "use a float type, or keep -1 away from input 1");
+    }
+}
+
+/// What feeds the only input of a block in the run, null for nothing.
+const node_t* source_of(const analysis_t& analysis, std::size_t position) {
+    const feed_t& feed = analysis.wiring.running[position][0];
+    return feed.source != none ? &analysis.graph.nodes[feed.source] : nullptr;
+}
+
+/// Memory blocks behind memory blocks: all have zone 0 and one class, so the order of the file decides.
+void check_memories(const analysis_t& analysis, Report& report) {
+    constexpr std::uint32_t hash_memory = tessel::class_hash_of("memory");
+    const auto ranks = ranks_of(analysis);
+    for (std::size_t i = 0; i < analysis.order.size(); ++i) {
+        const node_t& node = analysis.graph.nodes[analysis.order[i]];
+        if (!node.is(hash_memory)) continue;
+        const node_t* source = source_of(analysis, analysis.order[i]);
+        if (source == nullptr || !source->is(hash_memory) || source == &node) continue;
+        const bool idle = ranks.at(source->id()) < i;
+        report.at_block(
+            "Z417", severity_t::note, node,
+            tessel::format(
+                "it is fed by {} (memory), which is stepped {} it: {}", source->path, idle ? "before" : "behind",
+                idle ? "it delays nothing, and both together delay by one step" : "both together delay by two steps"),
+            idle ? "for two steps, put another block between them"
+                 : "put another block between them, so that the order of the file does not matter");
     }
 }
 
@@ -128,7 +154,7 @@ std::vector<bool> never_run(const analysis_t& analysis) {
         // up through the gates, from the block's own to the outermost
         std::size_t at = i;
         for (std::size_t level = 0; level <= count && !never[i]; ++level) {
-            const std::uint64_t gate = analysis.gates[analysis.order[at]].gate;
+            const std::uint64_t gate = analysis.gate_of(analysis.order[at]);
             const auto rank = gate != 0 ? ranks.find(gate) : ranks.end();
             if (rank == ranks.end()) break;
             never[i] = at < rank->second;
@@ -142,6 +168,8 @@ void check_behaviour(const analysis_t& analysis, Report& report) {
     check_enables(analysis, report);
     if (analysis.complete) check_never(analysis, report);  // zones mean nothing before that
     check_divisions(analysis, report);
+    if (!analysis.complete) return;
+    check_memories(analysis, report);
 }
 
 }  // namespace zarn

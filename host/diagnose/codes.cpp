@@ -123,8 +123,9 @@ constexpr std::array codes{
     code_t{"Z206", "port-number-text", "A port number is written as text", "error when a link needs it; else a warning",
            "\"portNumber\" is a number, not an expression; a text never equals the number of a link.",
            "Write the number without quotes."},
-    code_t{"Z207", "from-without-goto", "A from block has a target that no goto has", "error",
-           "Targets are compared letter by letter.", "Write the target of a goto, or add one."},
+    code_t{"Z207", "from-without-goto", "A from block has a target that no goto has",
+           "error; a warning when its links lead nowhere", "Targets are compared letter by letter.",
+           "Write the target of a goto, or add one."},
     code_t{"Z208", "goto-without-link", "No link leads into a goto", "error",
            "A goto needs a source, even when no from has its target.", "Link a source to it, or take it out."},
     code_t{"Z209", "goto-fed-twice", "Two links lead into a goto", "error; a warning when both come from one block",
@@ -174,6 +175,9 @@ constexpr std::array codes{
            "List outer subsystems first; record signals of a referenced file outside its inner subsystems."},
     code_t{"Z223", "cast-fed-twice", "Two links lead into a cast", "error; a warning when both come from one block",
            "Only the first link into a cast can be followed.", "Take one of the links out."},
+    code_t{"Z224", "goto-ring", "A signal leads through goto and from in a ring", "error",
+           "A from that feeds its own goto, directly or by way of others, has no source.",
+           "Link a source to one of the gotos."},
     code_t{"Z301", "type-unresolved", "No type can be worked out", "error",
            "Types flow along links from blocks that know theirs: sources, casts, blocks with a fixed type. "
            "In this loop none does, as when a memory feeds itself through blocks that take over the type of "
@@ -252,6 +256,11 @@ constexpr std::array codes{
     code_t{"Z416", "empty-field", "An unpack block takes out nothing", "warning",
            "No bit lies between lsb and msb. An msb of 31 gives an empty mask.",
            "Choose lsb not above msb, and msb at most 30."},
+    code_t{
+        "Z417", "memory-row", "A memory is fed by a memory", "note",
+        "All memory blocks have zone 0. Which of two is stepped first comes of the order of the file: the second one "
+        "reads what the first has just put out, and delays nothing, or what it put out in the step before.",
+        "Put another block between them: then each delays by a step."},
     code_t{"Z501", "no-identifier", "A name is no identifier in generated code",
            "warning; a note for letters beyond ASCII",
            "Generated C and Python use the block's name, with its id behind it, as the name of a variable, "

@@ -10,6 +10,7 @@
 #include "host/diagnose/analysis.h"
 #include "host/diagnose/source.h"
 #include "json.h"
+#include "model/rules/zones.h"
 
 namespace zarn {
 namespace {
@@ -40,7 +41,7 @@ void confirm(const analysis_t& analysis, Report& report) {
                         "this is a fault of the checks; please report it with the model");
     };
     Recorder keep_silent;
-    auto model = tessel::create_empty_meta_model();
+    const auto model = tessel::rules::create_watched_meta_model([](const auto&) {});
     auto properties = std::make_shared<tessel::PropertiesModel>();
     model->set_properties(properties);
     const std::filesystem::path& file = analysis.graph.files[0].source->path();

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/format.h"
+#include "framework/zone.h"
 #include "host/diagnose/analysis.h"
 #include "host/diagnose/nearest.h"
 #include "host/diagnose/source.h"
@@ -56,8 +57,8 @@ stepped_t Explanation::describe(std::size_t rank, const std::vector<std::size_t>
     block.zone = node.block->zone();
     block.tier = node.block->tier();
     block.never = never;
-    if (const node_t* gate = analysis_->graph.find(analysis_->gates[position].gate);
-        gate != nullptr && analysis_->gates[position].gate != 0)
+    if (const node_t* gate = analysis_->graph.find(analysis_->gate_of(position));
+        gate != nullptr && analysis_->gate_of(position) != 0)
         block.gate = gate->path;
     for (std::size_t i = 0; i < node.inputs(); ++i) {
         reading_t reading;
@@ -78,21 +79,17 @@ stepped_t Explanation::describe(std::size_t rank, const std::vector<std::size_t>
     return block;
 }
 
-// The rule of zones, input by input: a source whose zone is not below the block's lifts it one above, and a thousand
-// more when it stands on another tier.
+// Retells, input by input, how the block came to its zone.
 void Explanation::note_raises(std::size_t node, stepped_t& block) const {
     std::int32_t zone = -1;
     for (std::size_t i = 0; i < analysis_->wiring.typed[node].size(); ++i) {
         const feed_t& feed = analysis_->wiring.typed[node][i];
         if (feed.source == none) continue;
         const node_t& source = analysis_->graph.nodes[feed.source];
-        raise_t raise{i, source.path, source.block->zone(), 0, zone};
-        if (raise.source_zone >= zone) {
-            raise.by = source.block->tier() != block.tier ? 1001 : 1;
-            zone = raise.source_zone + raise.by;
-        }
-        raise.zone = zone;
-        block.raises.push_back(std::move(raise));
+        const std::int32_t lifted = tessel::lifted_zone(zone, block.tier, *source.block);
+        const std::int32_t by = lifted != zone ? lifted - source.block->zone() : 0;
+        block.raises.push_back({i, source.path, source.block->zone(), by, lifted});
+        zone = lifted;
     }
     block.fixed_zone = block.raises.empty() || zone != block.zone;
     if (block.fixed_zone) block.raises.clear();

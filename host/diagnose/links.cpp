@@ -1,56 +1,18 @@
 // Links end at real blocks: what a link to a subsystem stands for, and which input it feeds.
 
 #include <algorithm>
+#include <map>
+#include <tuple>
 #include <unordered_set>
 
 #include "host/diagnose/source.h"
 #include "host/diagnose/tree.h"
 #include "host/diagnose/wiring.h"
+#include "model/rules/binding.h"
+#include "port.h"
 
 namespace zarn {
 namespace {
-
-/// The blocks inside subsystems that stand for their ports: the first of each number.
-class InnerPorts {
-public:
-    InnerPorts(const graph_t& graph, const std::vector<std::size_t>& live) {
-        for (const std::size_t position : live) {
-            const node_t& node = graph.nodes[position];
-            if (node.is(hash_enable)) enables_.try_emplace(node.parent(), position);
-            else if (node.is(hash_inport)) insert(inports_, node, position);
-            else if (node.is(hash_outport)) insert(outports_, node, position);
-        }
-    }
-    std::size_t enable(std::uint64_t subsystem) const {
-        const auto found = enables_.find(subsystem);
-        return found != enables_.end() ? found->second : none;
-    }
-    std::size_t inport(std::uint64_t subsystem, std::int16_t number) const { return find(inports_, subsystem, number); }
-    std::size_t outport(std::uint64_t subsystem, std::int16_t number) const {
-        return find(outports_, subsystem, number);
-    }
-    /// The numbers of one subsystem's ports, for messages.
-    std::string numbers(bool inputs, std::uint64_t subsystem) const {
-        const map_t& map = inputs ? inports_ : outports_;
-        std::string text;
-        for (auto at = map.lower_bound({subsystem, INT16_MIN}); at != map.end() && at->first.first == subsystem; ++at)
-            text += (text.empty() ? "" : ", ") + std::to_string(at->first.second);
-        return text;
-    }
-
-private:
-    using map_t = std::map<std::pair<std::uint64_t, std::int16_t>, std::size_t>;
-    static void insert(map_t& map, const node_t& node, std::size_t position) {
-        map.try_emplace({node.parent(), port_number(node)}, position);
-    }
-    static std::size_t find(const map_t& map, std::uint64_t subsystem, std::int16_t number) {
-        const auto found = map.find({subsystem, number});
-        return found != map.end() ? found->second : none;
-    }
-    std::unordered_map<std::uint64_t, std::size_t> enables_;
-    map_t inports_;
-    map_t outports_;
-};
 
 /// The ports of one kind that a block has, as what to link to.
 std::string one_of(const char* any, const char* port, std::size_t count) {
@@ -67,7 +29,8 @@ struct dead_t {
     const char* code = nullptr;  // null when it is told already
     const edge_t* edge = nullptr;
     const node_t* about = nullptr;
-    bool followed = false;  // the link that counts when the cast which it leads to goes out of the diagram
+    std::size_t needs = none;  // the outport, numbered by a text, that it should come from
+    bool followed = false;     // the link that counts when the cast which it leads to goes out of the diagram
     std::string what;
     std::string mend;
 };
@@ -78,127 +41,127 @@ public:
         : graph_(graph),
           wiring_(wiring),
           report_(report),
-          index_(index_of(graph, wiring.live)),
-          inner_(graph, wiring.live) {}
+          blocks_(line_up(graph, wiring.live)),
+          index_(blocks_),
+          census_(blocks_) {}
 
     void run() {
         bool touched = false;
         for (wire_t& wire : wiring_.wires) touched = bind(wire) || touched;
         for (const dead_t& dead : dead_) tell(dead);
-        wiring_.subsystems_left = touched;
-        if (touched) drop_by_swapping(wiring_.live, [this](std::size_t i) { return is_subsystem(graph_.nodes[i]); });
+        wiring_.starves.resize(graph_.nodes.size());
+        for (std::size_t i = 0; i < blocks_.size(); ++i)
+            wiring_.starves[wiring_.live[i]] = !is_subsystem(*blocks_[i]) && !blocks_[i]->has_all_sources();
+        if (touched) tessel::rules::drop(wiring_.live, census_.subsystems());
     }
 
 private:
-    const node_t& at(std::size_t position) const { return graph_.nodes[position]; }
-    std::size_t find(std::uint64_t id) const {
-        const auto found = index_.find(id);
-        return found != index_.end() ? found->second : none;
-    }
+    using fault_t = tessel::rules::end_t::fault_t;
+
+    /// The block at a position of the line-up.
+    const node_t& at(std::size_t position) const { return graph_.nodes[wiring_.live[position]]; }
     std::uint64_t shown(std::uint64_t id) const {
         const node_t* node = graph_.find(id);
         return node != nullptr ? node->written_id : id;
     }
 
     bool bind(wire_t& wire) {
+        const auto dst = census_.destination(wire), src = census_.source(wire);
         dead_t dead;
-        std::int16_t src_port = wire.src_port, dst_port = wire.dst_port;
-        std::size_t src = none;
-        const std::size_t dst = destination(wire, dst_port, dead);
+        if (dst.well()) dead.node = wiring_.live[dst.block], dead.port = dst.port;
+        else blame_destination(wire, dst, dead);
         if (wire.told) dead.about = nullptr;
-        else src = source(wire, src_port, dead);
-        dead.followed = dst != none && !wire.lost && at(dst).is(hash_cast) && fed_casts_.insert(dst).second;
-        if (src == none || dst == none) {
+        else if (!src.well()) blame_source(wire, src, dead);
+        dead.followed = dst.well() && !wire.lost && at(dst.block).is(hash_cast) && fed_casts_.insert(dst.block).second;
+        if (wire.told || !src.well() || !dst.well()) {
             wire.told = true;
             dead_.push_back(std::move(dead));
             return false;
         }
-        wire.src = at(src).id();
-        wire.src_port = src_port;
-        wire.dst = at(dst).id();
-        wire.dst_port = dst_port;
-        wiring_.typed[dst][static_cast<std::size_t>(dst_port)] = {src, src_port, wire.from, wire.to};
+        wire.src = at(src.block).id();
+        wire.src_port = src.port;
+        wire.dst = at(dst.block).id();
+        wire.dst_port = dst.port;
+        wiring_.typed[dead.node][static_cast<std::size_t>(dst.port)] = {wiring_.live[src.block], src.port, wire.from,
+                                                                        wire.to};
+        blocks_[dst.block]->input(dst.port)->link(blocks_[src.block], src.port);
         return true;
     }
 
-    /// The block and input that a link leads to.
-    std::size_t destination(const wire_t& wire, std::int16_t& port, dead_t& dead) {
-        std::size_t dst = find(wire.dst);
-        if (dst == none) {
+    /// Why a link leads nowhere.
+    void blame_destination(const wire_t& wire, const tessel::rules::end_t& end, dead_t& dead) {
+        if (end.fault == fault_t::no_block) {
             if (!graph_.skipped.contains(wire.dst))
                 set(dead, "Z202", *wire.to, near_end(wire.src),
                     tessel::format("a link leads to the id {}, which no block has", shown(wire.dst)),
                     "link to a block, or take the link out");
-            return none;
+            return;
         }
-        if (is_subsystem(at(dst))) {
-            const node_t& subsystem = at(dst);
-            dst = port == -1 ? inner_.enable(subsystem.id()) : inner_.inport(subsystem.id(), port);
-            if (dst == none) {
-                set(dead, "Z204", *wire.to, &subsystem,
-                    port == -1 ? std::string("a link leads to the enable input (port -1), but there is no enable "
-                                             "block inside")
-                               : missing_text(true, subsystem.id(), port),
-                    port == -1 ? "add an enable block inside, or take the link out"
-                               : tessel::format("add an inport with the \"portNumber\" {} inside, or take the link out",
-                                                port));
-                return none;
-            }
-            port = 0;
-        }
-        const node_t& node = at(dst);
-        if (port < 0 || static_cast<std::size_t>(port) >= node.inputs()) {
+        const node_t& node = at(end.block);
+        if (end.fault == fault_t::no_inner && end.port == -1)
+            set(dead, "Z204", *wire.to, &node,
+                "a link leads to the enable input (port -1), but there is no enable block inside",
+                "add an enable block inside, or take the link out");
+        else if (end.fault == fault_t::no_inner && meant(hash_inport, node.id(), end.port) == none)
+            set(dead, "Z204", *wire.to, &node, missing_text(hash_inport, node.id(), end.port),
+                tessel::format("add an inport with the \"portNumber\" {} inside, or take the link out", end.port));
+        else if (end.fault == fault_t::no_port)
             set(dead, "Z203", *wire.to, &node,
-                tessel::format("a link leads to input {}, but the block has {}", port, counted(node.inputs(), "input")),
+                tessel::format("a link leads to input {}, but the block has {}", end.port,
+                               counted(node.inputs(), "input")),
                 "link to " + one_of("an input", "input", node.inputs()) + ", or take the link out");
-            return none;
-        }
-        dead.node = dst;
-        dead.port = port;
-        return dst;
     }
 
-    /// The block and output that a link comes from.
-    std::size_t source(const wire_t& wire, std::int16_t& port, dead_t& dead) {
-        std::size_t src = find(wire.src);
-        if (src == none) {
+    /// Why a link comes from nowhere.
+    void blame_source(const wire_t& wire, const tessel::rules::end_t& end, dead_t& dead) {
+        if (end.fault == fault_t::no_block) {
             if (dead.about == nullptr && !graph_.skipped.contains(wire.src))
                 set(dead, "Z202", *wire.from, near_end(wire.dst),
                     tessel::format("a link comes from the id {}, which no block has", shown(wire.src)),
                     "link from a block, or take the link out");
-            return none;
+            return;
         }
-        if (is_subsystem(at(src))) {
-            const node_t& subsystem = at(src);
-            src = inner_.outport(subsystem.id(), port);
-            if (src == none) {
-                set(dead, "Z204", *wire.from, &subsystem, missing_text(false, subsystem.id(), port),
-                    tessel::format("add an outport with the \"portNumber\" {} inside, or take the link out", port));
-                return none;
-            }
-            port = 0;
-        }
-        const node_t& node = at(src);
-        if (port < 0 || static_cast<std::size_t>(port) >= node.outputs()) {
+        const node_t& node = at(end.block);
+        if (end.fault == fault_t::no_inner) {
+            if (const std::size_t outport = meant(hash_outport, node.id(), end.port); outport != none)
+                dead.needs = outport;
+            else
+                set(dead, "Z204", *wire.from, &node, missing_text(hash_outport, node.id(), end.port),
+                    tessel::format("add an outport with the \"portNumber\" {} inside, or take the link out", end.port));
+        } else {
             set(dead, "Z203", *wire.from, &node,
-                tessel::format("a link comes from output {}, but the block has {}", port,
+                tessel::format("a link comes from output {}, but the block has {}", end.port,
                                counted(node.outputs(), "output")),
                 "link from " + one_of("an output", "output", node.outputs()) + ", or take the link out");
-            return none;
         }
-        return src;
     }
 
-    std::string missing_text(bool input, std::uint64_t subsystem, std::int16_t port) const {
-        const std::string numbers = inner_.numbers(input, subsystem);
-        const char* block = input ? "inport" : "outport";
+    /// The inport or outport whose number is written as text and means this port: told there.
+    std::size_t meant(std::uint32_t hash, std::uint64_t subsystem, std::int16_t port) {
+        if (!texts_known_) {
+            texts_known_ = true;
+            for (const std::size_t position : wiring_.live) {
+                const node_t& node = graph_.nodes[position];
+                if ((node.is(hash_inport) || node.is(hash_outport)) && !tessel::rules::port_number(*node.block))
+                    texts_.try_emplace({node.block->class_hash(), node.parent(), port_number(node)}, position);
+            }
+        }
+        const auto found = texts_.find({hash, subsystem, port});
+        return found != texts_.end() ? found->second : none;
+    }
+
+    std::string missing_text(std::uint32_t hash, std::uint64_t subsystem, std::int16_t port) const {
+        std::string numbers;
+        for (const std::int16_t number : census_.numbers(hash, subsystem))
+            numbers += (numbers.empty() ? "" : ", ") + std::to_string(number);
+        const char* block = hash == hash_inport ? "inport" : "outport";
         return tessel::format("a link {} port {}, but no {} inside has this \"portNumber\" ({})",
-                              input ? "leads to" : "comes from", port, block,
+                              hash == hash_inport ? "leads to" : "comes from", port, block,
                               numbers.empty() ? tessel::format("there is no {}", block) : "there: " + numbers);
     }
 
     const node_t* near_end(std::uint64_t id) const {
-        const std::size_t position = find(id);
+        const std::size_t position = index_.position(id);
         return position != none ? &at(position) : nullptr;
     }
 
@@ -213,22 +176,24 @@ private:
     }
 
     void tell(const dead_t& dead) {
-        const bool starves =
-            dead.node != none && wiring_.typed[dead.node][static_cast<std::size_t>(dead.port)].source == none;
-        if (starves) wiring_.excused[dead.node][static_cast<std::size_t>(dead.port)] = true;
+        const node_t* fed = dead.node != none ? &graph_.nodes[dead.node] : nullptr;
+        const bool open = fed != nullptr && wiring_.feed(dead.node, static_cast<std::size_t>(dead.port)) == nullptr;
+        const bool starves = open && !is_model_input(*fed);
+        if (open) wiring_.excused[dead.node][static_cast<std::size_t>(dead.port)] = true;
+        if (starves && dead.needs != none) wiring_.needed.insert(dead.needs);
         if (dead.code == nullptr) return;
         if (dead.about != nullptr && dead.about->damaged) return;  // an error of its own
         if (dead.about != nullptr && report_.is_broken_reference(*dead.about) && !starves) return;
-        const std::string input = starves ? input_text(at(dead.node), dead.port) : "";
+        const std::string input = starves ? input_text(*fed, dead.port) : "";
         if (starves && dead.about != nullptr && report_.blame_reference(*dead.about, input)) return;
-        if (starves && report_.blame_reference(at(dead.node), input)) return;
+        if (starves && report_.blame_reference(*fed, input)) return;
         std::string what = dead.what;
-        if (starves && dead.about != &at(dead.node)) what += "; " + input + " stays without a source";
+        if (starves && dead.about != fed) what += "; " + input + " stays without a source";
         else if (starves) what += tessel::format("; input {} stays without a source", dead.port);
         const bool starves_behind = !starves && dead.followed;
         if (starves_behind)
             what += tessel::format("; it is the first link into {}, and what stands behind that stays without a source",
-                                   at(dead.node).path);
+                                   fed->path);
         report_.at_link(dead.code, starves || starves_behind ? severity_t::error : severity_t::warning, *dead.edge,
                         dead.about, what, dead.mend);
     }
@@ -236,10 +201,13 @@ private:
     const graph_t& graph_;
     wiring_t& wiring_;
     Report& report_;
-    live_index_t index_;
-    InnerPorts inner_;
+    lineup_t blocks_;
+    tessel::rules::BlockIndex index_;
+    tessel::rules::Census census_;
     std::vector<dead_t> dead_;
     std::unordered_set<std::size_t> fed_casts_;
+    std::map<std::tuple<std::uint32_t, std::uint64_t, std::int16_t>, std::size_t> texts_;
+    bool texts_known_ = false;
 };
 
 /// "0", "0 and 2", "0, 1, 2 and 5 more".
@@ -277,11 +245,13 @@ void tell_missing(const graph_t& graph, const node_t& node, const std::vector<st
 void bind_links(const graph_t& graph, wiring_t& wiring, Report& report) { Binder(graph, wiring, report).run(); }
 
 void check_sources(const graph_t& graph, const wiring_t& wiring, Report& report) {
-    const auto doubled = starving_ids(graph);
+    std::unordered_set<std::uint64_t> ids;  // that a block without a source shares with one before it
+    for (std::size_t i = 0; i < graph.nodes.size(); ++i)
+        if (wiring.starves[i] && graph.index.at(graph.nodes[i].id()) != i) ids.insert(graph.nodes[i].id());
     for (const std::size_t position : wiring.live) {
         const node_t& node = graph.nodes[position];
-        if (node.is(hash_inport) && node.parent() == 0) continue;   // an input of the whole model
-        if (node.damaged || doubled.contains(node.id())) continue;  // told with the file, told with the id
+        if (is_model_input(node)) continue;
+        if (node.damaged || ids.contains(node.id())) continue;  // told with the file, told with the id
         std::vector<std::size_t> missing;
         for (std::size_t i = node.is(hash_cast) ? 1 : 0; i < node.inputs();
              ++i)  // a cast's own input has its own check

@@ -6,6 +6,7 @@
 #include <deque>
 
 #include "host/diagnose/source.h"
+#include "model/rules/zones.h"
 
 namespace zarn {
 namespace {
@@ -165,26 +166,9 @@ bool feeds_itself(const wiring_t& wiring, std::size_t position) {
 }  // namespace
 
 std::vector<std::size_t> work_out_zones(const graph_t& graph, const wiring_t& wiring) {
-    std::vector<std::vector<std::size_t>> consumers(graph.nodes.size());
-    for (const std::size_t position : wiring.live)
-        for (const feed_t& feed : wiring.typed[position])
-            if (feed.source != none) consumers[feed.source].push_back(position);
-
-    std::vector<bool> waits(graph.nodes.size());
-    for (const std::size_t position : wiring.live) waits[position] = true;
-    std::vector<std::size_t> todo(wiring.live.rbegin(), wiring.live.rend());
-    while (!todo.empty()) {
-        const std::size_t position = todo.back();
-        todo.pop_back();
-        if (!waits[position] || graph.nodes[position].block->calculate_zone() == -1) continue;
-        waits[position] = false;
-        if (graph.nodes[position].block->zone() < 0) continue;
-        for (const std::size_t consumer : consumers[position])
-            if (waits[consumer]) todo.push_back(consumer);
-    }
     std::vector<std::size_t> waiting;
-    for (const std::size_t position : wiring.live)
-        if (waits[position]) waiting.push_back(position);
+    for (const std::size_t rank : tessel::rules::sweep_zones(line_up(graph, wiring.live)))
+        waiting.push_back(wiring.live[rank]);
     return waiting;
 }
 

@@ -1,6 +1,6 @@
 // Port numbers: how the blocks inside a subsystem stand for its ports.
 
-#include <set>
+#include <map>
 
 #include "host/diagnose/source.h"
 #include "host/diagnose/tree.h"
@@ -35,18 +35,15 @@ std::int16_t port_number(const node_t& node) {
 }
 
 void check_port_numbers(const graph_t& graph, wiring_t& wiring, Report& report) {
-    std::set<std::pair<std::uint64_t, std::int16_t>> drawn_out;  // outputs of blocks that links come from
-    for (const wire_t& wire : wiring.wires) drawn_out.emplace(wire.src, wire.src_port);
-
     std::map<std::pair<std::uint64_t, std::int16_t>, const node_t*> inports, outports;
-    for (const std::size_t position : wiring.live) {
+    for (std::size_t position = 0; position < graph.nodes.size(); ++position) {
         const node_t& node = graph.nodes[position];
         if (!stands_for_port(graph, node)) continue;
         const node_t& around = *graph.find(node.parent());
         const bool input = node.is(hash_inport);
         const std::pair key(node.parent(), port_number(node));
         if (const tessel::var_t& number = node.block->param("portNumber"); number.is_text()) {
-            const bool used = input || drawn_out.contains(key);
+            const bool used = input || wiring.needed.contains(position);
             if (input) wiring.excused[position][0] = true;
             report.at_block("Z206", used ? severity_t::error : severity_t::warning, node,
                             tessel::format("\"portNumber\" is the text {}, and a text stands for no port of {}",

@@ -8,27 +8,6 @@
 namespace zarn {
 namespace {
 
-/// Whether a second block with an id stops the compile: links find the first, so its inputs stay without a source.
-bool starves(const node_t& node) {
-    if (is_subsystem(node) || node.is(hash_goto) || node.is(hash_from)) return false;
-    if (node.is(hash_inport) && node.parent() == 0) return false;
-    return node.inputs() > 0;
-}
-
-void check_ids(const graph_t& graph, Report& report) {
-    for (std::size_t i = 1; i < graph.nodes.size(); ++i) {
-        const node_t& node = graph.nodes[i];
-        const std::size_t first = graph.index.at(node.id());
-        if (first == i) continue;
-        const bool error = starves(node);
-        const std::string other = first == 0 ? "the root" : graph.nodes[first].path;
-        report.at_block("Z114", error ? severity_t::error : severity_t::warning, node,
-                        tessel::format("its id {} is that of {} too, which all links lead to{}", node.written_id, other,
-                                       error ? "; its inputs stay without a source" : ""),
-                        "give every block an id of its own, above 0");
-    }
-}
-
 /// Whether the way up from a block meets itself.
 bool in_ring(const graph_t& graph, const node_t& node) {
     std::unordered_set<std::uint64_t> seen;
@@ -75,11 +54,18 @@ void check_counts(const graph_t& graph, Report& report) {
 
 }  // namespace
 
-std::unordered_set<std::uint64_t> starving_ids(const graph_t& graph) {
-    std::unordered_set<std::uint64_t> ids;
-    for (std::size_t i = 1; i < graph.nodes.size(); ++i)
-        if (graph.index.at(graph.nodes[i].id()) != i && starves(graph.nodes[i])) ids.insert(graph.nodes[i].id());
-    return ids;
+void check_ids(const graph_t& graph, const wiring_t& wiring, Report& report) {
+    for (std::size_t i = 1; i < graph.nodes.size(); ++i) {
+        const node_t& node = graph.nodes[i];
+        const std::size_t first = graph.index.at(node.id());
+        if (first == i) continue;
+        const bool error = wiring.starves[i];
+        const std::string other = first == 0 ? "the root" : graph.nodes[first].path;
+        report.at_block("Z114", error ? severity_t::error : severity_t::warning, node,
+                        tessel::format("its id {} is that of {} too, which all links lead to{}", node.written_id, other,
+                                       error ? "; its inputs stay without a source" : ""),
+                        "give every block an id of its own, above 0");
+    }
 }
 
 void check_tree(const graph_t& graph, Report& report) {
@@ -87,7 +73,6 @@ void check_tree(const graph_t& graph, Report& report) {
         report.at_place("Z221", severity_t::warning, 0, "/links",
                         tessel::format("the model has {} and no links", counted(graph.nodes.size() - 1, "block")),
                         "link the blocks");
-    check_ids(graph, report);
     check_parents(graph, report);
     check_counts(graph, report);
 }

@@ -1,12 +1,12 @@
 #include "host/diagnose/typing.h"
 
 #include <algorithm>
-#include <functional>
 
 #include "core/type.h"
 #include "factory.h"
 #include "host/diagnose/source.h"
 #include "host/diagnose/tree.h"
+#include "model/rules/types.h"
 #include "port.h"
 
 namespace zarn {
@@ -27,7 +27,7 @@ bool typed_outputs(const tessel::IMetaBlock& block) {
     return true;
 }
 
-class Typer {
+class Typer final : private tessel::rules::TypePolicy {
 public:
     Typer(const graph_t& graph, const wiring_t& wiring, Report& report)
         : graph_(graph), wiring_(wiring), report_(report), consumers_(graph.nodes.size()) {
@@ -40,7 +40,11 @@ public:
 
     typing_t run() {
         bind();
-        sweep();
+        {
+            Recorder recorder;
+            recorder_ = &recorder;
+            tessel::rules::sweep_types(line_up(graph_, wiring_.live), *this);
+        }
         spread_unknown();
         tell_unresolved();
         return std::move(typing_);
@@ -49,67 +53,44 @@ public:
 private:
     tessel::IMetaBlock& block(std::size_t position) { return *graph_.nodes[position].block; }
 
+    /// Notes who reads what, and lets the ghost feed what has no source.
     void bind() {
         for (const std::size_t position : wiring_.live) {
             const node_t& node = graph_.nodes[position];
             if (node.damaged) typing_.unknown[position] = true;
             for (std::size_t i = 0; i < node.inputs(); ++i) {
-                const auto port = static_cast<std::int16_t>(i);
                 if (const feed_t* feed = wiring_.feed(position, i); feed != nullptr) {
-                    node.block->input(port)->link(graph_.nodes[feed->source].block.get(), feed->port);
                     consumers_[feed->source].push_back(position);
-                } else if (!(node.is(hash_inport) && node.parent() == 0)) {
-                    node.block->input(port)->link(typing_.ghost.get(), 0);
+                } else if (!is_model_input(node)) {
+                    node.block->input(static_cast<std::int16_t>(i))->link(typing_.ghost.get(), 0);
                     typing_.unknown[position] = true;
                 }
             }
         }
     }
 
-    /// The sweeps of the compile: a block is called when a source's type has come since its last turn.
-    void sweep() {
-        Recorder recorder;
-        std::vector<std::size_t> now, later;
-        std::vector<bool> noted(graph_.nodes.size());
-        std::vector<std::size_t> rank(graph_.nodes.size(), none);
-        for (std::size_t i = 0; i < wiring_.live.size(); ++i) rank[wiring_.live[i]] = i;
-        for (std::size_t i = 0; i < wiring_.live.size(); ++i) {
-            if (block(wiring_.live[i]).has_all_types()) continue;
-            later.push_back(i);
-            noted[i] = true;
-        }
-        while (!later.empty()) {
-            now.swap(later);
-            std::ranges::make_heap(now, std::greater{});
-            bool completed = false;
-            std::size_t refined = none;  // the first block that got a type, but not all of its own
-            while (!now.empty()) {
-                std::ranges::pop_heap(now, std::greater{});
-                const std::size_t at = now.back();
-                now.pop_back();
-                noted[at] = false;
-                const std::size_t position = wiring_.live[at];
-                if (block(position).has_all_types() || typing_.results[position] != tessel::result_ok) continue;
-                const bool typed = typed_outputs(block(position));
-                const std::size_t before = typed_ports(block(position));
-                calculate(position, recorder);
-                completed = completed || block(position).has_all_types();
-                if (typed_ports(block(position)) != before) refined = std::min(refined, position);
-                if (typed || !typed_outputs(block(position))) continue;
-                for (const std::size_t consumer : consumers_[position]) {
-                    const std::size_t next = rank[consumer];
-                    if (next == none || noted[next]) continue;
-                    noted[next] = true;
-                    if (next > at) {
-                        now.push_back(next);
-                        std::ranges::push_heap(now, std::greater{});
-                    } else {
-                        later.push_back(next);
-                    }
-                }
-            }
-            if (stalled_ == none && !completed && open()) note_stall(refined);
-        }
+    // ---- the sweeps go past what fails, and on while any type comes
+
+    tessel::result_t ask(std::size_t rank, tessel::IMetaBlock& own) override {
+        const std::size_t position = wiring_.live[rank];
+        const std::size_t before = typed_ports(own);
+        const tessel::result_t result = own.calculate_type();
+        typing_.evaluations[position] = recorder_->take();  // what it works with is what it was told last
+        if (typed_ports(own) != before) refined_ = std::min(refined_, position);
+        return result;
+    }
+    bool goes_past(std::size_t rank, tessel::result_t result) override {
+        const std::size_t position = wiring_.live[rank];
+        typing_.results[position] = result;
+        typing_.unknown[position] = true;
+        if (const tessel::type_t given = graph_.nodes[position].row->traits().typed_as; given != tessel::type_unknown)
+            block(position).output(0)->set_type_if_unset(given);
+        return true;
+    }
+    void begin_sweep() override { refined_ = none; }
+    bool goes_on() override {
+        if (stalled_ == none) note_stall(refined_);
+        return refined_ != none;
     }
 
     /// Keeps what a block waits for at the end of a sweep that completes none.
@@ -138,23 +119,6 @@ private:
         return tessel::format("{} waits for {} ({})",
                               input_text(graph_.nodes[position], static_cast<std::int16_t>(input)), source.path,
                               source.class_name());
-    }
-
-    bool open() {
-        return std::ranges::any_of(wiring_.live, [this](std::size_t i) { return !block(i).has_all_types(); });
-    }
-
-    void calculate(std::size_t position, Recorder& recorder) {
-        tessel::IMetaBlock& own = block(position);
-        const tessel::result_t result = own.calculate_type();
-        evaluations_t asked = recorder.take();
-        evaluations_t& all = typing_.evaluations[position];
-        all.insert(all.end(), std::make_move_iterator(asked.begin()), std::make_move_iterator(asked.end()));
-        if (result == tessel::result_ok) return;
-        typing_.results[position] = result;
-        typing_.unknown[position] = true;
-        if (const tessel::type_t given = graph_.nodes[position].row->traits().typed_as; given != tessel::type_unknown)
-            own.output(0)->set_type_if_unset(given);
     }
 
     /// What lies behind a block of unknown type and has none itself.
@@ -260,6 +224,8 @@ private:
     Report& report_;
     typing_t typing_;
     std::vector<std::vector<std::size_t>> consumers_;
+    Recorder* recorder_ = nullptr;
+    std::size_t refined_ = none;  // the first block that got a type in this sweep
     std::size_t stalled_ = none;  // a block that got a type in the first sweep that completed none
     std::vector<std::string> waiting_;
 };

@@ -6,11 +6,18 @@
 
 namespace zarn {
 
-live_index_t index_of(const graph_t& graph, const std::vector<std::size_t>& live) {
-    live_index_t index;
-    index.reserve(live.size());
-    for (const std::size_t position : live) index.try_emplace(graph.nodes[position].id(), position);
-    return index;
+lineup_t line_up(const graph_t& graph) {
+    lineup_t all;
+    all.reserve(graph.nodes.size());
+    for (const node_t& node : graph.nodes) all.push_back(node.block.get());
+    return all;
+}
+
+lineup_t line_up(const graph_t& graph, const std::vector<std::size_t>& live) {
+    lineup_t all;
+    all.reserve(live.size());
+    for (const std::size_t position : live) all.push_back(graph.nodes[position].block.get());
+    return all;
 }
 
 wiring_t draw(const graph_t& graph) {
@@ -19,7 +26,7 @@ wiring_t draw(const graph_t& graph) {
     std::iota(wiring.live.begin(), wiring.live.end(), std::size_t{0});
     wiring.wires.reserve(graph.edges.size());
     for (const edge_t& edge : graph.edges)
-        wiring.wires.push_back({edge.src, edge.dst, edge.src_port, edge.dst_port, &edge, &edge});
+        wiring.wires.push_back({{edge.src, edge.dst, edge.src_port, edge.dst_port}, &edge, &edge});
     wiring.typed.resize(graph.nodes.size());
     wiring.excused.resize(graph.nodes.size());
     for (std::size_t i = 0; i < graph.nodes.size(); ++i) {

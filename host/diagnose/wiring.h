@@ -1,22 +1,19 @@
-// The links of a model on their way through the compile: what the passes that rewrite them make of the diagram.
+// The links of a model on their way through the compile: what the rules that rewrite them make of the diagram.
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <string>
-#include <unordered_map>
 #include <unordered_set>
-#include <utility>
 #include <vector>
 
+#include "core/large_array.h"
 #include "host/diagnose/report.h"
+#include "model/rules/wires.h"
 
 namespace zarn {
 
 /// A link between blocks, as the passes rewrite it.
-struct wire_t {
-    std::uint64_t src = 0, dst = 0;
-    std::int16_t src_port = 0, dst_port = 0;
+struct wire_t : tessel::rules::wire_t {
     const edge_t* from = nullptr;  // the drawn link at its source end
     const edge_t* to = nullptr;    // the drawn link at its destination end; the same unless goto or cast stood between
     bool told = false;             // why it carries nothing is reported
@@ -38,7 +35,8 @@ struct wiring_t {
     std::vector<std::vector<feed_t>> typed;    // of each block's inputs, while types and zones are worked out
     std::vector<std::vector<feed_t>> running;  // of each block's inputs, in the run
     std::vector<std::vector<bool>> excused;    // inputs that lack a source for a reason that is told
-    bool subsystems_left = false;              // whether the subsystems have left the live list
+    std::unordered_set<std::size_t> needed;    // outports without a number that an input waits for
+    std::vector<bool> starves;                 // blocks of which an input has no source
 
     const feed_t* feed(std::size_t node, std::size_t input) const {
         const feed_t& found = typed[node][input];
@@ -46,26 +44,10 @@ struct wiring_t {
     }
 };
 
-/// From an id to the first block of a list that has it.
-using live_index_t = std::unordered_map<std::uint64_t, std::size_t>;
-live_index_t index_of(const graph_t& graph, const std::vector<std::size_t>& live);
-
-/// Moves what satisfies `goes` behind the rest by swapping from both ends, as the library's passes do, and drops it.
-template <class Goes>
-void drop_by_swapping(std::vector<std::size_t>& live, Goes goes) {
-    std::size_t front = 0, back = live.size();
-    for (;;) {
-        while (front != back && !goes(live[front])) ++front;
-        if (front == back) break;
-        do {
-            --back;
-        } while (front != back && goes(live[back]));
-        if (front == back) break;
-        std::swap(live[front], live[back]);
-        ++front;
-    }
-    live.resize(front);
-}
+/// Blocks as the rules take them: all, or those that are live.
+using lineup_t = tessel::large_array<tessel::IMetaBlock*>;
+lineup_t line_up(const graph_t& graph);
+lineup_t line_up(const graph_t& graph, const std::vector<std::size_t>& live);
 
 /// All blocks and links as drawn.
 wiring_t draw(const graph_t& graph);
@@ -73,14 +55,11 @@ wiring_t draw(const graph_t& graph);
 /// goto and from blocks become direct links.
 void dissolve_gotos(const graph_t& graph, wiring_t& wiring, Report& report);
 
-/// The numbers by which inports and outports stand for the ports of their subsystem.
-void check_port_numbers(const graph_t& graph, wiring_t& wiring, Report& report);
-
 /// Links end at real blocks, inputs get their sources, subsystems leave.
 void bind_links(const graph_t& graph, wiring_t& wiring, Report& report);
 
-/// Ids that several blocks have, of which one needs links that lead to another.
-std::unordered_set<std::uint64_t> starving_ids(const graph_t& graph);
+/// The numbers by which inports and outports stand for the ports of their subsystem.
+void check_port_numbers(const graph_t& graph, wiring_t& wiring, Report& report);
 
 /// Inputs that nothing feeds.
 void check_sources(const graph_t& graph, const wiring_t& wiring, Report& report);

@@ -5,7 +5,6 @@
 #include <stdexcept>
 
 #include "core/format.h"
-#include "core/hash.h"
 #include "core/literal_bridge.h"
 #include "core/log.h"
 #include "files/ids.h"
@@ -13,6 +12,7 @@
 #include "host/diagnose/source.h"
 #include "host/document/limits.h"
 #include "host/session/memo.h"
+#include "model/rules/zones.h"
 #include "port.h"
 
 namespace zarn {
@@ -53,12 +53,6 @@ std::string types_of(tessel::IMetaBlock& block) {
     for (std::uint64_t i = 0; i < block.output_count(); ++i)
         text += tessel::format("{}{}", i != 0 ? ", " : " ", name(*block.output(static_cast<std::int16_t>(i))));
     return text;
-}
-
-/// A model without links keeps the root and the subsystems among its blocks, and a run passes over them.
-bool is_subsystem(const tessel::IMetaBlock& block) {
-    const auto hash = block.class_hash();
-    return hash == tessel::class_hash_of("subsys") || hash == tessel::class_hash_of("refsys");
 }
 
 /// The hooks of the library are the process's: one session at a time has them. A session's work may call for another
@@ -107,7 +101,6 @@ Session::~Session() = default;
 void Session::hear_log(std::string_view text) {
     log_.emplace_back(text);
     if (setup_.on_log) setup_.on_log(text);
-    if (at_zones_ && text == "calculate_zones [enter]") at_zones_();
 }
 
 const std::vector<finding_t>& Session::check(bool final_bridge, bool confirm) {
@@ -135,7 +128,10 @@ tessel::result_t Session::load() {
     if (const auto problem = find_unloadable(document()); !problem.empty()) throw error(problem_t::model, problem);
     console_.clear();
     log_.clear();
-    model_ = tessel::create_empty_meta_model();
+    loop_.clear();
+    model_ = tessel::rules::create_watched_meta_model([this](const std::vector<tessel::IMetaBlock*>& loop) {
+        for (const auto* block : loop) loop_.push_back(path_of(*block));
+    });
     properties_ = std::make_shared<tessel::PropertiesModel>();
     model_->set_properties(properties_);
     DocumentSource source(document(), *model_);
@@ -144,12 +140,9 @@ tessel::result_t Session::load() {
     return last_result_;
 }
 
-tessel::result_t Session::compile(const std::function<void()>& on_loop) {
+tessel::result_t Session::compile() {
     const Active mine(*this);
-    at_zones_ = [&] { loop_.enter_zones(*model_, on_loop); };
     last_result_ = model_->compile();
-    at_zones_ = nullptr;
-    if (!loop().empty()) last_result_ = tessel::result_failure;
     return last_result_;
 }
 
@@ -189,7 +182,8 @@ std::shared_ptr<tessel::IExecModel> Session::build() {
     std::string without;
     for (const auto& block : *model_) {
         const bool empty = *object++ == nullptr;
-        if (!empty || block == nullptr || is_subsystem(*block)) continue;
+        // a model without links keeps the root and the subsystems among its blocks, and a run passes over them
+        if (!empty || block == nullptr || tessel::is_subsystem(*block)) continue;
         if (++found <= most)
             without += tessel::format("{}{}: no runnable form for the types {}", without.empty() ? "" : "; ",
                                       shown(*block), types_of(*block));

@@ -17,7 +17,6 @@
 #include "host/diagnose/diagnose.h"
 #include "host/document/document.h"
 #include "host/session/error.h"
-#include "host/session/limits.h"
 #include "host/session/memo.h"
 
 namespace zarn {
@@ -55,8 +54,8 @@ public:
     /// result; a load that fails has told why on the console. A file that would exhaust the memory is refused before.
     tessel::result_t load();
     /// Compiles what was loaded. A closed loop that would keep the library busy for ever gives result_failure, and
-    /// `loop` names its blocks; `on_loop` is called with the model as it is when the loop is found.
-    tessel::result_t compile(const std::function<void()>& on_loop = {});
+    /// `loop` names its blocks.
+    tessel::result_t compile();
     /// Refuses what load or compile came to, unless it is result_ok, with a text that names the blocks at fault.
     void require(tessel::result_t result, std::string_view stage) const;
     /// Checks, loads and compiles, up to the first of them that finds an error.
@@ -78,7 +77,7 @@ public:
     const std::vector<std::string>& console() const { return console_; }
     const std::vector<std::string>& log() const { return log_; }
     /// Paths of the blocks of a loop that `compile` met, each feeding the next.
-    const std::vector<std::string>& loop() const { return loop_.loop(); }
+    const std::vector<std::string>& loop() const { return loop_; }
 
     /// From here on expressions are asked anew.
     void forget_answers();
@@ -110,8 +109,7 @@ private:
     std::filesystem::path file_;
     std::unique_ptr<Document> document_;
     std::vector<finding_t> findings_;
-    LoopGuard loop_;  // outlives the model, whose inputs it may feed
-    std::function<void()> at_zones_;
+    std::vector<std::string> loop_;
     std::shared_ptr<tessel::PropertiesModel> properties_;
     std::shared_ptr<tessel::IMetaModel> model_;
     std::vector<std::string> console_;

@@ -22,11 +22,15 @@ Census::Census(lineup_t blocks) : blocks_(blocks), index_(blocks), subsystems_(b
                 all_enables_.push_back(i);
                 enables_.try_emplace(block->parent_id(), i);
                 break;
-            case hash_inport: inports_.try_emplace({block->parent_id(), port_number(*block)}, i); break;
-            case hash_outport: outports_.try_emplace({block->parent_id(), port_number(*block)}, i); break;
+            case hash_inport: note(inports_, *block, i); break;
+            case hash_outport: note(outports_, *block, i); break;
             default: break;
         }
     }
+}
+
+void Census::note(ports_t& ports, IMetaBlock& block, std::size_t position) {
+    if (const auto number = port_number(block)) ports.try_emplace({block.parent_id(), *number}, position);
 }
 
 end_t Census::destination(const wire_t& wire) const { return end(wire.dst, wire.dst_port, false); }

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
@@ -44,6 +45,7 @@ public:
 private:
     using key_t = std::pair<std::uint64_t, std::int16_t>;
     using ports_t = std::map<key_t, std::size_t>;
+    static void note(ports_t& ports, IMetaBlock& block, std::size_t position);
     end_t end(std::uint64_t id, std::int16_t port, bool is_source) const;
     std::size_t inner(std::uint64_t subsystem, std::int16_t port, bool is_source) const;
 
@@ -56,9 +58,11 @@ private:
     ports_t outports_;
 };
 
-/// The number by which an inport or outport stands for a port of its subsystem.
-inline std::int16_t port_number(IMetaBlock& block) {
-    return static_cast<std::int16_t>(block.param("portNumber").payload<int>());
+/// The number by which an inport or outport stands for a port of its subsystem. A text stands for none.
+inline std::optional<std::int16_t> port_number(IMetaBlock& block) {
+    const var_t& number = block.param("portNumber");
+    if (number.is_text()) return std::nullopt;
+    return static_cast<std::int16_t>(number.payload<int>());
 }
 
 }  // namespace tessel::rules

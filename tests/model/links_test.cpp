@@ -9,6 +9,29 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
+// A host's block may count inputs and have none: the link ends at it all the same.
+TEST(CreateLinks, InputThatIsNoneIsPassedOver) {
+    ModelBuilder b;
+    b.root();
+    b.add("constant", 1);
+    b.add("strange", 2, 0, 1, 0).no_ports = true;
+    b.link(1, 2);
+    EXPECT_EQ(b.model.create_links(), result_ok);
+    EXPECT_THAT(ModelBuilder::ids(b.model.subsystems), testing::ElementsAre(0)) << "the link counts";
+    EXPECT_THAT(b.links(), testing::ElementsAre("1:0>2:0"));
+}
+
+TEST(CreateLinks, PortNumberThatIsATextStandsForNoPort) {
+    ModelBuilder b;
+    b.add("constant", 1);
+    b.add("subsys", 10);
+    b.add("inport", 11, 10).param("portNumber") = var_t("0");
+    b.link(1, 10);
+    b.model.create_links();
+    EXPECT_EQ(b.source(11), -1);
+    EXPECT_EQ(b.model.find_inport(10, 0), nullptr);
+}
+
 TEST(Links, FlagsAreCleared) {
     ModelBuilder b;
     b.link(1, 2).link(2, 3);

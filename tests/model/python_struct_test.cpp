@@ -1,5 +1,9 @@
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <map>
+#include <random>
+
 #include "tests/support/LogCapture.h"
 #include "tests/support/ModelBuilder.h"
 #include "tests/support/RecordingWrap.h"
@@ -144,6 +148,29 @@ TEST(PythonStruct, LogsEnterAndLeave) {
     const LogCapture log;
     b.model.build_python_struct();
     EXPECT_THAT(log.lines, ElementsAre("build_python_struct [enter]", "build_python_struct [leave]"));
+}
+
+// From any level to any other, and past subsystems that lead nowhere.
+TEST(PythonStruct, PathsDoNotHangOnTheOrderOfTheBlocks) {
+    const std::map<std::uint64_t, std::uint64_t> parents{{1, 0}, {2, 1},  {3, 2}, {4, 1},   {5, 4},   {6, 0},
+                                                         {7, 6}, {8, 99}, {9, 8}, {10, 11}, {11, 10}, {12, 11}};
+    std::vector<std::uint64_t> order;
+    for (const auto& [id, parent] : parents) order.push_back(id);
+    std::mt19937 random(1);
+    for (int round = 0; round < 50; ++round) {
+        ModelBuilder m;
+        std::ranges::shuffle(order, random);
+        for (const std::uint64_t id : order) named(m, "subsys", id, parents.at(id), ("s" + std::to_string(id)).c_str());
+        m.root();
+        const RecordingWrap python;
+        m.model.build_python_struct();
+        for (const std::uint64_t id : order) {
+            std::string path;
+            std::uint64_t at = id;
+            for (; at != 0 && at < 8; at = parents.at(at)) path = ".s" + std::to_string(at) + path;
+            EXPECT_EQ(m.at(id).path(), at == 0 ? "mainsys" + path : "") << id;
+        }
+    }
 }
 
 }  // namespace

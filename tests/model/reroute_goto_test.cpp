@@ -195,6 +195,34 @@ TEST(RerouteGoto, ChainOfGotosIsJoinedAgainstListOrder) {
     EXPECT_THAT(m.links(), ElementsAre("1:0>2:0 x#y#z"));
 }
 
+// Labels are put together at the end: those between would take the square of the chain.
+TEST(RerouteGoto, LongChainTakesRoomInItsLengthOnly) {
+    ModelBuilder m;
+    constexpr std::uint64_t count = 100000;
+    m.add("constant", 1);
+    for (std::uint64_t i = 0; i < count; ++i) {
+        const std::string target = std::to_string(i);
+        m.tagged("goto", 1000000 + i, target.c_str());
+        m.tagged("from", 2000000 + i, target.c_str());
+        m.link(i == 0 ? 1 : 2000000 + i - 1, 1000000 + i);
+    }
+    m.add("abs", 2);
+    m.link(2000000 + count - 1, 2);
+    EXPECT_EQ(m.model.reroute_due_to_goto(), result_ok);
+    ASSERT_EQ(m.properties->links.size(), 1u);
+    EXPECT_EQ(m.properties->links[0].label, std::string(count, '#'));
+}
+
+TEST(RerouteGoto, RingThatComesBackToItselfIsUnresolved) {
+    ModelBuilder m;
+    m.tagged("from", 20, "T");
+    m.tagged("goto", 10, "T");
+    m.link(20, 10);
+    EXPECT_EQ(m.model.reroute_due_to_goto(), result_from_unresolved);
+    EXPECT_THAT(m.links(), ElementsAre("20:0>10:0 #"));
+    EXPECT_THAT(m.failed(), ElementsAre(20));
+}
+
 TEST(RerouteGoto, SourceEndIsTestedBeforeTheTargetEnd) {
     ModelBuilder m;
     m.tagged("from", f, "T");

@@ -132,9 +132,11 @@ TEST(Types, InputBoundToNoPortStaysUntyped) {
     EXPECT_EQ(b.model.calculate_types(), result_types_unresolved);
 }
 
-// The interpreter can see how often a class evaluates its texts: once in every sweep that finds the block incomplete.
+// The interpreter can see how often a class evaluates its texts, and a host how often its own class is asked: once in
+// every sweep that finds the block incomplete.
 TEST(Types, EvaluatingClassesAreCalledInEverySweep) {
-    for (const char* class_name : {"debounce", "hysteresis", "lerp", "lut1d", "lut2d", "poly1st", "unpack"}) {
+    for (const char* class_name :
+         {"constant", "debounce", "hysteresis", "lerp", "lut1d", "lut2d", "poly1st", "unpack", "a host's own"}) {
         ModelBuilder b;
         b.add(class_name, 50, 0, 1, 1);
         b.link(4, 50);

@@ -157,6 +157,80 @@ TEST(ZonesDeathTest, BlockBehindOneThatStaysAtMinusOneDoesNotEnd) {
     EXPECT_EXIT(zones_within_a_second(b), testing::KilledBySignal(SIGALRM), "");
 }
 
+TEST(Zones, WatchedModelTellsALoopAndEnds) {
+    ModelBuilder b;
+    b.add("constant", 9);
+    b.add("display", 4);  // behind the loop
+    b.add("abs", 1);
+    b.add("add", 2);
+    b.add("abs", 3);
+    b.link(9, 0, 2, 0).link(1, 0, 2, 1).link(2, 3).link(3, 1).link(3, 4);
+    b.model.create_links();
+    std::vector<std::uint64_t> loop;
+    b.model.take_loop = [&loop](const std::vector<IMetaBlock*>& blocks) {
+        for (const IMetaBlock* block : blocks) loop.push_back(block->id());
+    };
+    EXPECT_EQ(b.model.calculate_zones(), result_failure);
+    EXPECT_THAT(loop, ElementsAre(1, 2, 3)) << "each feeds the next";
+    EXPECT_EQ(b.at(9).zone(), 0);
+    EXPECT_EQ(b.at(4).zone(), -1);
+}
+
+TEST(Zones, WatchedModelEndsWhereAWaitEndsInNothing) {
+    ModelBuilder b;
+    b.add("strange", 1, 0, 0, 1).zone_rule = [](TestBlock&) { return std::int8_t{-1}; };
+    b.add("abs", 2);
+    b.link(1, 2);
+    b.model.create_links();
+    bool told = false;
+    b.model.take_loop = [&told](const std::vector<IMetaBlock*>& blocks) { told = blocks.empty(); };
+    EXPECT_EQ(b.model.calculate_zones(), result_failure);
+    EXPECT_TRUE(told);
+}
+
+TEST(Zones, WatchedModelWithoutALoopIsLikeAnother) {
+    const auto model = rules::create_watched_meta_model([](const auto&) { FAIL(); });
+    model->set_properties(std::make_shared<PropertiesModel>());
+    EXPECT_EQ(model->compile(), result_ok);
+}
+
+// A host's block can wait for a block that no link leads from.
+TEST(Zones, WaitForSomethingThatIsNoLinkEnds) {
+    ModelBuilder b;
+    constexpr std::uint64_t count = 100;
+    TestBlock& waits = b.add("strange", 1000, 0, 0, 1);
+    for (std::uint64_t id = count; id > 1; --id) b.add("abs", id);  // against the links, so that sweeps are slow
+    b.add("constant", 1);
+    b.add("abs", 1001);
+    for (std::uint64_t id = 2; id <= count; ++id) b.link(id - 1, id);
+    b.link(1000, 1001);
+    b.model.create_links();
+    waits.zone_rule = [&b](TestBlock& own) {
+        if (b.at(count).zone() < 0) return std::int8_t{-1};
+        own.set_zone(b.at(count).zone() + 1);
+        return std::int8_t{0};
+    };
+    alarm(20);
+    EXPECT_EQ(b.model.calculate_zones(), result_ok);
+    alarm(0);
+    EXPECT_EQ(b.at(1001).zone(), static_cast<std::int32_t>(count) + 1);
+}
+
+// One that answers in the end is waited for, however many sweeps that takes.
+TEST(Zones, WaitForSomeCallsEnds) {
+    ModelBuilder b;
+    TestBlock& late = b.add("strange", 1, 0, 0, 1);
+    late.zone_rule = [](TestBlock& own) {
+        if (own.zone_calls < 50) return std::int8_t{-1};
+        own.set_zone(7);
+        return std::int8_t{0};
+    };
+    alarm(20);
+    EXPECT_EQ(b.model.calculate_zones(), result_ok);
+    alarm(0);
+    EXPECT_EQ(late.zone(), 7);
+}
+
 TEST(Zones, LongChainAgainstFileOrderTakesTimeInItsLengthOnly) {
     ModelBuilder b;
     constexpr std::uint64_t count = 100000;
