@@ -146,19 +146,36 @@ void check_memories(const analysis_t& analysis, Report& report) {
 
 }  // namespace
 
+// A gate is itself a block that may never run, so the answer for a block comes of that for its gate, each once.
 std::vector<bool> never_run(const analysis_t& analysis) {
     const auto ranks = ranks_of(analysis);
     const std::size_t count = analysis.order.size();
-    std::vector<bool> never(count);
+    std::vector<bool> never(count), known(count), open(count);
+    std::vector<std::size_t> way;  // up through the gates
     for (std::size_t i = 0; i < count; ++i) {
-        // up through the gates, from the block's own to the outermost
+        bool answer = false;
         std::size_t at = i;
-        for (std::size_t level = 0; level <= count && !never[i]; ++level) {
+        while (true) {
+            if (known[at] || open[at]) {
+                answer = open[at] || never[at];  // gates that gate each other never open
+                break;
+            }
             const std::uint64_t gate = analysis.gate_of(analysis.order[at]);
             const auto rank = gate != 0 ? ranks.find(gate) : ranks.end();
-            if (rank == ranks.end()) break;
-            never[i] = at < rank->second;
+            if (rank == ranks.end() || rank->second == at) {
+                known[at] = true;
+                break;
+            }
+            way.push_back(at);
+            open[at] = true;
             at = rank->second;
+        }
+        for (; !way.empty(); way.pop_back()) {
+            const std::size_t own = way.back();
+            answer = answer || own < ranks.at(analysis.gate_of(analysis.order[own]));
+            never[own] = answer;
+            known[own] = true;
+            open[own] = false;
         }
     }
     return never;
