@@ -91,7 +91,7 @@ void Explanation::note_raises(std::size_t node, stepped_t& block) const {
         block.raises.push_back({i, source.path, source.block->zone(), by, lifted});
         zone = lifted;
     }
-    block.fixed_zone = block.raises.empty() || zone != block.zone;
+    block.fixed_zone = block.raises.empty() || analysis_->graph.nodes[node].row->traits().steps_first;
     if (block.fixed_zone) block.raises.clear();
 }
 

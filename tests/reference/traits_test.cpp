@@ -79,12 +79,13 @@ TEST_F(Traits, ScopesAreThoseOfTheRequests) {
     }
 }
 
-// one call types a block without inputs
+// one call types a block without inputs, but for a constant whose expression has no type
 TEST_F(Traits, ClassesWithInputsAskEachTimeWhereTheyAsk) {
     for (const class_row_t& row : factory::class_rows()) {
         const auto block = make(row);
         const bool asks = !ask(*block).empty();
-        EXPECT_EQ(asks && block->input_count() != 0, row.traits().asks_each_time) << row.name;
+        const bool again = block->input_count() != 0 || std::string_view(row.name) == "constant";
+        EXPECT_EQ(asks && again, row.traits().asks_each_time) << row.name;
     }
 }
 

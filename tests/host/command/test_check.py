@@ -302,7 +302,7 @@ class Alarms(CheckTest):
         "null_entry": ({"Z108"}, False),
         "parent_is_no_subsystem": ({"Z218"}, False),
         "parent_missing": ({"Z218"}, False),
-        "parent_ring": ({"Z219", "Z410"}, False),
+        "parent_ring": ({"Z219", "Z409"}, False),
         "series_of_nothing": ({"Z412"}, True),
         "short_id_reference": ({"Z113"}, True),
         "single_breakpoints": ({"Z413"}, False),
