@@ -160,6 +160,24 @@ TEST_F(ReferenceTest, AMissingFileLeavesItsMessageAndTheLoadGoesOn) {
               std::vector{"cannot open '" + (temp.path() / "part.json").string() + "': No such file or directory"});
 }
 
+TEST_F(ReferenceTest, AFolderLeavesItsMessageAndTheLoadGoesOn) {
+    const nlohmann::json file = {
+        {"blocks", {{{"refsys", {{"name", "R"}, {"path", temp.path().string()}}}}, {{"abs", {{"name", "B"}}}}}}};
+    EXPECT_EQ(load(file.dump()), result_ok);
+    EXPECT_EQ(names(), "mainsys R B");
+    EXPECT_EQ(console.texts, std::vector{"cannot read '" + temp.path().string() + "': Is a directory"});
+}
+
+TEST_F(ReferenceTest, AFileThatTellsNoSizeIsEmpty) {
+    constexpr const char* endless = "/proc/self/pagemap";
+    if (!std::filesystem::exists(endless)) GTEST_SKIP() << "no file without an end";
+    const nlohmann::json file = {{"blocks", {{{"refsys", {{"name", "R"}, {"path", endless}}}}}}};
+    EXPECT_EQ(load(file.dump()), result_ok);
+    EXPECT_EQ(names(), "mainsys R");
+    ASSERT_EQ(console.texts.size(), 1u);
+    EXPECT_TRUE(console.texts[0].starts_with("[json.exception.parse_error.101]"));
+}
+
 TEST_F(ReferenceTest, AFileThatIsNotJsonLeavesItsMessageAndTheLoadGoesOn) {
     EXPECT_EQ(load(main_with("{")), result_ok);
     EXPECT_EQ(names(), "mainsys A R B");
