@@ -6,25 +6,19 @@
 //                                                integers beyond 2^53 are rounded on the way
 // Output     0: y                                type of u
 // State      none
-#include <cmath>
-
 #include "blocks/unary.h"
 #include "framework/entry.h"
 
 namespace tessel {
 namespace {
 
-// ---- what it computes
-struct Magnitude {
-    static double of(double u) noexcept { return std::fabs(u); }
-    static float of(float u) noexcept { return std::fabs(u); }
+// ---- what it computes, at run time
+template <class T>
+struct Magnitude : Unary<T> {
+    static T eval(T u) noexcept { return like(u, absolute(real(u))); }
 };
 
-// ---- run time
-template <class T>
-using AbsOf = Unary<Magnitude, T>;
-
-constexpr auto table = kernel_table<AbsOf, value_types>();
+constexpr auto table = kernel_table<Magnitude, value_types>();
 static_assert(table.size() == 11);
 
 // ---- design level: runnable, generated text
@@ -33,7 +27,7 @@ public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("abs"); }
     const char* class_name() const noexcept override { return "abs"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    form_t form() override { return {row_in(table)}; }
     result_t code_step_c(sys::File& file, const char* prefix) override {
         write_step_c(file, 0, "{:s} = std::abs({:s});\n", own_port(prefix), in_value(prefix, 0));
         return result_ok;

@@ -6,28 +6,21 @@
 // Inputs     0: u   1: reset value   2: reset      any type; 1 has the type of u, 2 is bool
 // Output     0: y                                  type of u
 // State      the output                            y as above; 0 at the head of a run
-#include "blocks/arithmetic.h"
 #include "blocks/occasions.h"
+#include "blocks/table.h"
 #include "framework/entry.h"
 
 namespace tessel {
 namespace {
 
 // ---- what it computes
-struct Sum {
-    template <class C>
-    static C of(C a, C b) noexcept {
-        return static_cast<C>(a + b);
-    }
-};
-
 template <class T>
 struct Accumulate {
-    using in = inputs<T, T, bool>;
+    using in = inputs<T, T, with<T, bool>>;
     using out = outputs<T>;
-    void start(double, T& y) const noexcept { y = T{0}; }
-    T eval(double, T y, T u, T reset_value, bool reset) const noexcept {
-        return reset ? reset_value : narrowed<T>(apply<Sum>(y, u));
+    void start(with<T, double>, T& y) const noexcept { y = like(y, 0); }
+    T eval(with<T, double>, T y, T u, T reset_value, with<T, bool> reset) const noexcept {
+        return select(reset, reset_value, like(u, sum(y, u)));
     }
 };
 
@@ -50,7 +43,7 @@ public:
         return result;
     }
 
-    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    form_t form() override { return {row_in(table)}; }
 
     // at the indent of step code, unlike other classes
     result_t code_init_c(sys::File& file, const char* prefix) override {

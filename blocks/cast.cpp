@@ -66,8 +66,6 @@ public:
         outputs_[0].set_type_if_unset(type_named(class_hash_of(param_text("type"))));
         return result_ok;
     }
-
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
 };
 
 // ---- what others know of it

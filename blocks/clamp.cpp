@@ -9,25 +9,21 @@
 // State      none
 #include "blocks/occasions.h"
 #include "blocks/table.h"
-#include "core/convert.h"
 #include "framework/entry.h"
 
 namespace tessel {
 namespace {
 
-// ---- what it computes
-template <class T>
-T limit(T u, T lo, T hi) noexcept {
-    return u > hi ? hi : lo > u ? lo : u;
-}
-
-// ---- run time
+// ---- what it computes, at run time
 template <class T, class Lo, class Hi>
 struct Limit {
     using in = inputs<T, Lo, Hi>;
     using out = outputs<T>;
     static constexpr bool accepted = type_of<Lo> <= type_of<T> && type_of<Hi> <= type_of<T>;
-    static T eval(T u, Lo lo, Hi hi) noexcept { return limit<T>(u, convert<T>(lo), convert<T>(hi)); }
+    static T eval(T u, Lo lo, Hi hi) noexcept {
+        const T low = like(u, lo), high = like(u, hi);
+        return select(u > high, high, low > u, low, u);
+    }
 };
 
 constexpr auto table = kernel_table<Limit, value_types, value_types, value_types>();
@@ -39,7 +35,7 @@ public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("clamp"); }
     const char* class_name() const noexcept override { return "clamp"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    form_t form() override { return {row_in(table)}; }
 
     result_t calculate_type() override {
         const result_t result = MetaBlock::calculate_type();

@@ -2,12 +2,31 @@
 #pragma once
 
 #include "blocks/parameters.h"
+#include "blocks/table.h"
 
 namespace tessel {
 
 struct coefficients_t {
     double a = 0.0;
     double b = 0.0;
+};
+
+/// Ports and parameters of a kernel with two coefficients.
+template <class T>
+struct Coefficients {
+    using in = inputs<T>;
+    using out = outputs<T>;
+
+    with<T, double> a = 0.0, b = 0.0;
+
+    void configure(const void* record) noexcept {
+        a = static_cast<const coefficients_t*>(record)->a;
+        b = static_cast<const coefficients_t*>(record)->b;
+    }
+    void members(auto& visit) {
+        visit.parameter("a", a);
+        visit.parameter("b", b);
+    }
 };
 
 class CoefficientBlock : public ParameterBlock {

@@ -16,25 +16,21 @@
 namespace tessel {
 namespace {
 
-// ---- run time: the value is put into the output cell, a step has nothing to do
+// ---- what it computes, at run time: the value is put into the output cell, a step has nothing to do
 template <class T>
-class ConstantExec final : public Ports<inputs<>, outputs<T>> {
-public:
-    void configure(const void* record) noexcept override { this->out0.value = *static_cast<const T*>(record); }
-    void step() noexcept override {}
-    const lowering_t* lowering() const noexcept override { return &lowered; }
+struct Value {
+    using in = inputs<>;
+    using out = outputs<T>;
+    static constexpr bool holds = true;
 
-private:
-    static constexpr lowering_t lowered{nullptr, 0, false, true};
+    T value{0};
+
+    void configure(const void* record) noexcept { value = loaded_like(value, record); }
+    T eval(with<T, double>, T) const noexcept { return value; }
+    void members(auto& visit) { visit.parameter("value", value); }
 };
 
-template <class T>
-struct ConstantRule {
-    static constexpr bool accepted = true;
-    static constexpr signature_t row() { return detail::row_of<ConstantExec<T>, inputs<>, outputs<T>>(); }
-};
-
-constexpr auto table = signature_table<ConstantRule, value_types>();
+constexpr auto table = kernel_table<Value, value_types>();
 static_assert(table.size() == 11);
 
 /// The value in the port's type; bool goes the way of int8, so that 256 is false.
@@ -44,16 +40,11 @@ T value_as(const var_t& value) noexcept {
     else return static_cast<T>(value);
 }
 
-template <class T>
-bool configure_as(ExecBlock& exec, const var_t& value) noexcept {
-    const T converted = value_as<T>(value);
-    exec.configure(&converted);
-    return true;
-}
-
-template <class... T>
-void configure_typed(ExecBlock& exec, type_t type, const var_t& value, type_list<T...>) noexcept {
-    static_cast<void>(((type == type_of<T> && configure_as<T>(exec, value)) || ...));
+/// The bytes of the value in a port's type.
+std::uint64_t bytes_as(type_t type, const var_t& value) noexcept {
+    std::uint64_t bytes = 0;
+    with_type(type, [&]<class T>(T) { bytes = bits_of(value_as<T>(value)); });
+    return bytes;
 }
 
 // ---- parameters
@@ -80,11 +71,7 @@ public:
         return result;
     }
 
-    std::unique_ptr<ExecBlock> create_exec() override {
-        auto exec = create_from(table, *this);
-        if (exec != nullptr) configure_typed(*exec, outputs_[0].type(), value_, value_types{});
-        return exec;
-    }
+    form_t form() override { return {row_in(table), bytes_as(outputs_[0].type(), value_)}; }
 
     result_t code_init_c(sys::File& file, const char* prefix) override {
         write_indented(1, file, "{} = {};\n", own_port(prefix), value_.to_string());

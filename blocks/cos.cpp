@@ -5,8 +5,6 @@
 // Inputs     0: u                                any type; integers and bool are computed in double and cut back
 // Output     0: y                                type of u
 // State      none
-#include <cmath>
-
 #include "blocks/occasions.h"
 #include "blocks/unary.h"
 #include "framework/entry.h"
@@ -14,17 +12,13 @@
 namespace tessel {
 namespace {
 
-// ---- what it computes
-struct Cosine {
-    static double of(double u) noexcept { return std::cos(u); }
-    static float of(float u) noexcept { return std::cos(u); }
+// ---- what it computes, at run time
+template <class T>
+struct Cosine : Unary<T> {
+    static T eval(T u) noexcept { return like(u, cosine(real(u))); }
 };
 
-// ---- run time
-template <class T>
-using CosOf = Unary<Cosine, T>;
-
-constexpr auto table = kernel_table<CosOf, value_types>();
+constexpr auto table = kernel_table<Cosine, value_types>();
 static_assert(table.size() == 11);
 
 // ---- design level: runnable, generated text
@@ -33,7 +27,7 @@ public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("cos"); }
     const char* class_name() const noexcept override { return "cos"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    form_t form() override { return {row_in(table)}; }
     result_t code_step_c(sys::File& file, const char* prefix) override {
         write_step_c(file, 0, "{:s} = cos({:s});\n", own_port(prefix), in_value(prefix, 0));
         return result_ok;

@@ -13,9 +13,8 @@
 //                            has been false down; y = as above; count 0 and y false at creation, last the current
 //                            time at the head of a run
 #include "blocks/parameters.h"
-#include "blocks/stateful.h"
+#include "blocks/table.h"
 #include "blocks/text.h"
-#include "core/convert.h"
 #include "framework/entry.h"
 
 namespace tessel {
@@ -27,70 +26,56 @@ struct delays_t {
     double rise_s;
 };
 
-struct Counter {
-    delays_t delays{};
-    double count = 0.0;
-    double last_s = 0.0;
+enum class edges { rise, fall, both };
 
-    void configure(const void* record) noexcept { delays = *static_cast<const delays_t*>(record); }
-    void start(double t, bool&) noexcept { last_s = t; }
-
-    /// Time since the last step.
-    double advance(double t) noexcept {
-        const double dt = t - last_s;
-        last_s = t;
-        return dt;
-    }
-    bool rising(bool y, double dt) noexcept {
-        if (count >= delays.rise_s) return true;
-        count += dt;
-        return y;
-    }
-    bool falling(bool y, double dt) noexcept {
-        if (delays.fall_s >= count) return false;
-        count -= dt;
-        return y;
-    }
-};
-
-template <class T>
-struct DelayRise : Counter {
+template <class T, edges Delayed>
+struct Delay {
+    using flag = with<T, bool>;
+    using seconds = with<T, double>;
     using in = inputs<T>;
-    using out = outputs<bool>;
-    bool eval(double t, bool y, T u) noexcept {
-        const double dt = advance(t);
-        if (convert<bool>(u)) return rising(y, dt);
-        count = 0.0;
-        return false;
-    }
-};
+    using out = outputs<flag>;
 
-template <class T>
-struct DelayFall : Counter {
-    using in = inputs<T>;
-    using out = outputs<bool>;
-    bool eval(double t, bool y, T u) noexcept {
-        const double dt = advance(t);
-        if (!convert<bool>(u)) return falling(y, dt);
-        count = 0.0;
-        return true;
-    }
-};
+    seconds fall = 0.0, rise = 0.0;
+    seconds count = 0.0, last = 0.0;
 
-template <class T>
-struct DelayBoth : Counter {
-    using in = inputs<T>;
-    using out = outputs<bool>;
-    bool eval(double t, bool y, T u) noexcept {
-        const double dt = advance(t);
-        if (convert<bool>(u)) {
-            if (count < 0.0) count = 0.0;
-            return rising(y, dt);
+    void configure(const void* record) noexcept {
+        fall = static_cast<const delays_t*>(record)->fall_s;
+        rise = static_cast<const delays_t*>(record)->rise_s;
+    }
+    void start(seconds t, flag&) noexcept { last = t; }
+    flag eval(seconds t, flag y, T u) noexcept {
+        const seconds dt = named("dt", t - last);
+        const flag on = named("on", truth(u));
+        last = t;
+        if constexpr (Delayed == edges::rise) {
+            const flag done = named("done", count >= rise);
+            count = select(!on, 0.0, done, count, count + dt);
+            return on && (done || y);
+        } else if constexpr (Delayed == edges::fall) {
+            const flag done = named("done", fall >= count);
+            count = select(on, 0.0, done, count, count - dt);
+            return on || (!done && y);
+        } else {
+            const flag turned = named("turned", select(on, count<0.0, count> 0.0));
+            const seconds held = named("held", select(turned, 0.0, count));
+            const flag done = named("done", select(on, held >= rise, fall >= held));
+            count = select(done, held, on, held + dt, held - dt);
+            return select(done, on, y);
         }
-        if (count > 0.0) count = 0.0;
-        return falling(y, dt);
+    }
+    void members(auto& visit) {
+        visit.parameter("fall", fall);
+        visit.parameter("rise", rise);
+        visit.state("count", count);
+        visit.state("last", last);
     }
 };
+template <class T>
+using DelayRise = Delay<T, edges::rise>;
+template <class T>
+using DelayFall = Delay<T, edges::fall>;
+template <class T>
+using DelayBoth = Delay<T, edges::both>;
 
 // ---- run time
 constexpr auto rise_table = kernel_table<DelayRise, value_types>();
@@ -134,11 +119,10 @@ public:
         return result != result_ok ? result : MetaBlock::calculate_type();
     }
 
-    std::unique_ptr<ExecBlock> create_exec() override {
+    form_t form() override {
         const double fall = double(fall_), rise = double(rise_);
-        const delays_t record{-fall, rise};
-        if (fall == 0.0) return create_configured(rise_table, *this, &record);
-        return create_configured(rise != 0.0 ? both_table : fall_table, *this, &record);
+        const signatures_t table = fall == 0.0 ? rise_table : rise != 0.0 ? both_table : fall_table;
+        return {row_in(table), delays_t{-fall, rise}};
     }
 
     result_t code_struct_c(sys::File& file) override {

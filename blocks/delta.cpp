@@ -5,8 +5,8 @@
 // Inputs     0: u      any type
 // Output     0: y      type of u
 // State      last      y = u - last, then last = u; 0 at creation, kept from run to run
-#include "blocks/arithmetic.h"
 #include "blocks/occasions.h"
+#include "blocks/table.h"
 #include "blocks/text.h"
 #include "framework/entry.h"
 
@@ -14,13 +14,6 @@ namespace tessel {
 namespace {
 
 // ---- what it computes
-struct Difference {
-    template <class C>
-    static C of(C a, C b) noexcept {
-        return static_cast<C>(a - b);
-    }
-};
-
 template <class T>
 struct Delta {
     using in = inputs<T>;
@@ -28,11 +21,12 @@ struct Delta {
 
     T last{0};
 
-    T eval(double, T, T u) noexcept {
-        const T y = narrowed<T>(apply<Difference>(u, last));
+    T eval(with<T, double>, T, T u) noexcept {
+        const T y = like(u, difference(u, last));
         last = u;
         return y;
     }
+    void members(auto& visit) { visit.state("last", last); }
 };
 
 // ---- run time
@@ -45,7 +39,7 @@ public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("delta"); }
     const char* class_name() const noexcept override { return "delta"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    form_t form() override { return {row_in(table)}; }
 
     result_t code_struct_c(sys::File& file) override {
         const std::string type = c_type(outputs_[0]);

@@ -11,7 +11,7 @@ namespace tessel {
 namespace {
 
 // ---- run time
-constexpr auto table = signature_table<HoldRule, value_types>();
+constexpr auto table = kernel_table<Hold, value_types>();
 static_assert(table.size() == 11);
 
 // ---- design level: runnable, generated text
@@ -20,7 +20,7 @@ public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("display"); }
     const char* class_name() const noexcept override { return "display"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    form_t form() override { return {row_in(table)}; }
     result_t code_step_c(sys::File& file, const char* prefix) override;
     result_t code_step_py(sys::File& file, const char* prefix) override;
 };

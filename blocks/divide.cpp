@@ -15,25 +15,12 @@
 namespace tessel {
 namespace {
 
-// ---- what it computes
-template <class C>
-C quotient(C a, C b) noexcept {
-    if constexpr (std::is_integral_v<C>) {
-        if (b == 0) return 0;
-    }
-    return a / b;
-}
-
-// ---- run time
-template <class A, class B>
-struct Divide2 {
-    using in = inputs<A, B>;
-    using out = outputs<highest<A, B>>;
-    static highest<A, B> eval(A a, B b) noexcept {
-        using C = common<A, B>;
-        return narrowed<highest<A, B>>(quotient<C>(operand<C>(a), operand<C>(b)));
-    }
+// ---- what it computes, at run time
+struct Quotient {
+    static auto of(auto a, auto b) noexcept { return quotient(a, b); }
 };
+template <class A, class B>
+using Divide2 = Fold2<Quotient, A, B>;
 
 constexpr auto table = kernel_table<Divide2, value_types, value_types>();
 static_assert(table.size() == 121);
@@ -44,7 +31,7 @@ public:
     using Arithmetic::Arithmetic;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("divide"); }
     const char* class_name() const noexcept override { return "divide"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    form_t form() override { return {row_in(table)}; }
     result_t code_step_c(sys::File& file, const char* prefix) override { return write_terms_c(file, prefix, " /"); }
     result_t code_step_py(sys::File& file, const char* prefix) override { return write_terms_py(file, prefix, " /"); }
 };

@@ -15,7 +15,7 @@ namespace tessel {
 namespace {
 
 // ---- run time
-constexpr auto table = signature_table<HoldRule, value_types>();
+constexpr auto table = kernel_table<Hold, value_types>();
 static_assert(table.size() == 11);
 
 // ---- design level: type rule, runnable
@@ -25,7 +25,7 @@ public:
     std::uint32_t class_hash() const noexcept override { return class_hash_of("enable"); }
     const char* class_name() const noexcept override { return "enable"; }
     result_t calculate_type() override;
-    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    form_t form() override { return {row_in(table)}; }
 };
 
 result_t Enable::calculate_type() {

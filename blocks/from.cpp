@@ -29,7 +29,6 @@ public:
     const char* class_name() const noexcept override { return "from"; }
     result_t calculate_type() override { return result_ok; }
     std::int8_t calculate_zone() noexcept override;
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
 };
 
 std::int8_t From::calculate_zone() noexcept {

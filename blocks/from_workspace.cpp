@@ -12,7 +12,6 @@
 #include <algorithm>
 
 #include "blocks/table.h"
-#include "core/convert.h"
 #include "core/python.h"
 #include "framework/entry.h"
 
@@ -30,20 +29,27 @@ struct Playback {
     using in = inputs<>;
     using out = outputs<T>;
 
-    void configure(const void* record) {
-        samples = *static_cast<const samples_t*>(record);
-        count = std::min(samples.times.count, samples.values.count);
-        if (samples.values.data == nullptr) samples.values.data = &nothing;
-    }
-    T eval(double t, T) noexcept {
-        while (index < count && t > samples.times.data[index]) ++index;
-        return convert<T>(samples.values.data[index]);  // the element behind the last is there, see array_t
-    }
-
-    static constexpr double nothing = 0.0;
     samples_t samples;
-    std::uint64_t count = 0;
-    std::uint64_t index = 0;
+    with<T, list_view> times, values;
+    with<T, std::uint64_t> index = std::uint64_t{0};
+
+    // the element behind the last is there, see array_t
+    void configure(const void* record) {
+        static constexpr double nothing = 0.0;
+        samples = *static_cast<const samples_t*>(record);
+        const auto& [x, y] = samples;
+        times = list_view{x.data, std::min(x.count, y.count)};
+        values = list_view{y.data != nullptr ? y.data : &nothing, y.count};
+    }
+    T eval(with<T, double> t, T y) noexcept {
+        index = advance(times, index, t);
+        return like(y, element(values, index));
+    }
+    void members(auto& visit) {
+        visit.list("times", times);
+        visit.list("values", values);
+        visit.state("index", index);
+    }
 };
 
 // ---- run time
@@ -69,7 +75,7 @@ public:
     const char* class_name() const noexcept override { return "from_workspace"; }
     result_t calculate_type() override;
     std::int8_t calculate_zone() noexcept override;
-    std::unique_ptr<ExecBlock> create_exec() override;
+    form_t form() override;
 
 private:
     std::shared_ptr<python::ISeries> find_series() const {
@@ -93,17 +99,16 @@ std::int8_t FromWorkspace::calculate_zone() noexcept {
     return 0;
 }
 
-std::unique_ptr<ExecBlock> FromWorkspace::create_exec() {
-    auto exec = create_from(table, *this);
-    if (exec == nullptr) return nullptr;
+form_t FromWorkspace::form() {
+    const signature_t* row = row_in(table);
+    if (row == nullptr) return {};
     if (samples_.times.count == 0) {
         if (const auto series = find_series(); series != nullptr) {
             series->load();
             samples_ = {series->time_data(), series->value_data()};
         }
     }
-    exec->configure(&samples_);
-    return exec;
+    return {row, record_t::of(samples_)};
 }
 
 // ---- what others know of it

@@ -27,7 +27,6 @@ public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("goto"); }
     const char* class_name() const noexcept override { return "goto"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return nullptr; }
 };
 
 // ---- what others know of it

@@ -5,12 +5,13 @@
 
 namespace tessel {
 
+/// takes in0
 template <class T>
-struct HoldRule {
-    static constexpr bool accepted = true;
-    static constexpr signature_t row() {
-        return detail::row_of<HoldExec<inputs<T>, outputs<>>, inputs<T>, outputs<>>();
-    }
+struct Hold {
+    using in = inputs<T>;
+    using out = outputs<>;
+    static constexpr bool holds = true;
+    static T taken(T u) noexcept { return u; }
 };
 
 }  // namespace tessel

@@ -11,9 +11,8 @@
 // State      state          as above; y = state; false at creation, kept from run to run
 #include "blocks/occasions.h"
 #include "blocks/parameters.h"
-#include "blocks/stateful.h"
+#include "blocks/table.h"
 #include "blocks/text.h"
-#include "core/convert.h"
 #include "framework/entry.h"
 
 namespace tessel {
@@ -27,22 +26,27 @@ struct thresholds_t {
 
 template <class T>
 struct Switch {
+    using flag = with<T, bool>;
     using in = inputs<T>;
-    using out = outputs<bool>;
+    using out = outputs<flag>;
 
     T off{0};
     T on{0};
-    bool state = false;
+    flag state = false;
 
     void configure(const void* record) noexcept {
         const auto& thresholds = *static_cast<const thresholds_t*>(record);
-        off = convert<T>(thresholds.off);
-        on = convert<T>(thresholds.on);
+        off = like(off, thresholds.off);
+        on = like(on, thresholds.on);
     }
-    bool eval(double, bool, T u) noexcept {
-        if (u > on) state = true;
-        else if (u < off) state = false;
+    flag eval(with<T, double>, flag, T u) noexcept {
+        state = select(u > on, true, u < off, false, state);
         return state;
+    }
+    void members(auto& visit) {
+        visit.parameter("off", off);
+        visit.parameter("on", on);
+        visit.state("state", state);
     }
 };
 
@@ -84,10 +88,7 @@ public:
         return result != result_ok ? result : MetaBlock::calculate_type();
     }
 
-    std::unique_ptr<ExecBlock> create_exec() override {
-        const thresholds_t record{double(value_off_), double(value_on_)};
-        return create_configured(table, *this, &record);
-    }
+    form_t form() override { return {row_in(table), thresholds_t{double(value_off_), double(value_on_)}}; }
 
     // The thresholds are of the input's type, so that type is part of the name.
     std::string struct_name() const override {

@@ -17,9 +17,9 @@ namespace {
 // ---- what it computes, at run time
 template <class T>
 struct Choice {
-    using in = inputs<bool, T, T>;
+    using in = inputs<with<T, bool>, T, T>;
     using out = outputs<T>;
-    static T eval(bool condition, T first, T second) noexcept { return condition ? first : second; }
+    static T eval(with<T, bool> condition, T first, T second) noexcept { return select(condition, first, second); }
 };
 
 constexpr auto table = kernel_table<Choice, value_types>();
@@ -31,7 +31,7 @@ public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("if"); }
     const char* class_name() const noexcept override { return "if"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    form_t form() override { return {row_in(table)}; }
     result_t code_step_c(sys::File& file, const char* prefix) override {
         const std::string condition = in_value(prefix, 0), second = in_value(prefix, 2);
         write_step_c(file, 0, "{} = {} ? {} : {};\n", own_port(prefix), condition, second, second);

@@ -40,7 +40,7 @@ public:
     bool has_all_sources() const noexcept override { return parent_id() == 0 || is_fed(); }
     result_t calculate_type() override;
     std::int8_t calculate_zone() noexcept override;
-    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    form_t form() override { return {row_in(table)}; }
     result_t code_struct_c(sys::File& file) override;
     result_t code_struct_py(sys::File& file) override;
     result_t code_init_c(sys::File& file, const char* prefix) override;

@@ -10,36 +10,16 @@
 // Parameters coeffA
 //            coeffB
 // State      none
-#include <cmath>
-
 #include "blocks/coefficients.h"
-#include "blocks/stateful.h"
-#include "core/convert.h"
 #include "framework/entry.h"
 
 namespace tessel {
 namespace {
 
 // ---- what it computes
-double between(double a, double b, double x) noexcept {
-    if ((a <= 0.0 && b >= 0.0) || (a >= 0.0 && b <= 0.0)) return (1.0 - x) * a + b * x;
-    if (x == 1.0) return b;
-    const double y = std::fma(x, b - a, a);
-    if ((x > 1.0) == (b > a)) return y < b ? b : y;
-    return y > b ? b : y;
-}
-
 template <class T>
-struct Between {
-    using in = inputs<T>;
-    using out = outputs<T>;
-
-    coefficients_t coefficients;
-
-    void configure(const void* record) noexcept { coefficients = *static_cast<const coefficients_t*>(record); }
-    T eval(double, T, T u) const noexcept {
-        return convert<T>(between(coefficients.a, coefficients.b, convert<double>(u)));
-    }
+struct Between : Coefficients<T> {
+    T eval(with<T, double>, T, T u) const noexcept { return like(u, between(this->a, this->b, flt64(u))); }
 };
 
 // ---- run time
@@ -74,10 +54,7 @@ public:
     const char* class_name() const noexcept override { return "lerp"; }
     result_t calculate_type() override { return type_by(parameters); }
 
-    std::unique_ptr<ExecBlock> create_exec() override {
-        const coefficients_t record = coefficients();
-        return create_configured(table, *this, &record);
-    }
+    form_t form() override { return {row_in(table), coefficients()}; }
 
     result_t code_step_c(sys::File& file, const char* prefix) override {
         const auto [a, b] = coefficients();

@@ -16,10 +16,10 @@ namespace {
 
 // ---- what it computes
 struct And {
-    static bool of(bool a, bool b) noexcept { return a && b; }
+    static auto of(auto a, auto b) noexcept { return a && b; }
 };
 struct Or {
-    static bool of(bool a, bool b) noexcept { return a || b; }
+    static auto of(auto a, auto b) noexcept { return a || b; }
 };
 
 // ---- run time: one instance per number of inputs
@@ -31,17 +31,18 @@ using counts = type_list<count_t<2>, count_t<3>, count_t<4>, count_t<5>, count_t
 
 template <class Op, bool negated>
 struct Combine {
-    template <class Count>
+    template <class T, class Count>
     struct kernel {
-        using in = same_inputs<bool, Count::value>;
-        using out = outputs<bool>;
-        static bool eval(const std::array<const bool*, Count::value>& u) noexcept {
-            bool all = *u[0];
+        using in = same_inputs<T, Count::value>;
+        using out = outputs<T>;
+        static T eval(const std::array<const T*, Count::value>& u) noexcept {
+            T all = *u[0];
             for (std::size_t i = 1; i < Count::value; ++i) all = Op::of(all, *u[i]);
-            return all != negated;
+            if constexpr (negated) return !all;
+            else return all;
         }
     };
-    static constexpr auto table = kernel_table<kernel, counts>();
+    static constexpr auto table = kernel_table<kernel, type_list<bool>, counts>();
     static_assert(table.size() == 7);
 };
 
@@ -78,7 +79,7 @@ public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("logical"); }
     const char* class_name() const noexcept override { return "logical"; }
-    std::unique_ptr<ExecBlock> create_exec() override;
+    form_t form() override;
     result_t calculate_type() override;
     result_t code_step_c(sys::File& file, const char* prefix) override;
     result_t code_step_py(sys::File& file, const char* prefix) override;
@@ -93,9 +94,9 @@ const operator_t* Logical::chosen() {
     return found != std::ranges::end(operators) ? found : nullptr;
 }
 
-std::unique_ptr<ExecBlock> Logical::create_exec() {
+form_t Logical::form() {
     const operator_t* op = chosen();
-    return op != nullptr ? create_from(op->table, *this) : nullptr;
+    return op != nullptr ? form_t{row_in(op->table)} : form_t{};
 }
 
 result_t Logical::calculate_type() {

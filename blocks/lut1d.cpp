@@ -13,10 +13,8 @@
 #include <memory>
 
 #include "blocks/lookup.h"
-#include "blocks/stateful.h"
+#include "blocks/table.h"
 #include "blocks/text.h"
-#include "core/convert.h"
-#include "core/num.h"
 #include "framework/entry.h"
 
 namespace tessel {
@@ -50,21 +48,20 @@ struct Lookup1d {
     using out = outputs<T>;
 
     std::shared_ptr<const points_t> points;
-    const double* bp = nullptr;
-    const double* values = nullptr;
-    std::size_t count = 0;
+    with<T, list_view> bp, values;
 
     // a table without points is 0 everywhere
     void configure(const void* record) noexcept {
         const auto& given = *static_cast<const points_t*>(record);
-        count = std::min(given.bp.size(), given.out.size());
+        const std::size_t count = std::min(given.bp.size(), given.out.size());
         points = shared_copy(count != 0 ? given : points_t{{0.0}, {0.0}});
-        count = std::max<std::size_t>(count, 1);
-        bp = points->bp.data();
-        values = points->out.data();
+        bp = list_view{points->bp.data(), std::max<std::size_t>(count, 1)};
+        values = list_view{points->out.data(), std::max<std::size_t>(count, 1)};
     }
-    T eval(double, T, T u) const noexcept {
-        return convert<T>(num::interpolate1d_clip(convert<double>(u), bp, values, count));
+    T eval(with<T, double>, T, T u) const noexcept { return like(u, interpolate(flt64(u), bp, values)); }
+    void members(auto& visit) {
+        visit.list("bp", bp);
+        visit.list("out", values);
     }
 };
 
@@ -113,7 +110,7 @@ public:
         return MetaBlock::calculate_type();
     }
 
-    std::unique_ptr<ExecBlock> create_exec() override { return create_configured(table, *this, &points_); }
+    form_t form() override { return {row_in(table), record_t::of(points_)}; }
 
     result_t code_struct_c(sys::File& file) override {
         write_struct_c(file, struct_name(),

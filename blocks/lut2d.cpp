@@ -13,10 +13,8 @@
 //            out                list of rows
 // State      none
 #include "blocks/lookup.h"
-#include "blocks/stateful.h"
+#include "blocks/table.h"
 #include "blocks/text.h"
-#include "core/convert.h"
-#include "core/num.h"
 #include "framework/entry.h"
 
 namespace tessel {
@@ -35,16 +33,23 @@ struct Lookup2d {
     using out = outputs<highest<A, B>>;
 
     grid_t grid;
+    with<A, list_view> bp1, bp2, values;
 
     // a table without points is 0 everywhere
     void configure(const void* record) noexcept {
         grid = *static_cast<const grid_t*>(record);
         if (grid.out.empty() || grid.out.size() != grid.bp1.size() * grid.bp2.size()) grid = {{0.0}, {0.0}, {0.0}};
+        bp1 = list_view{grid.bp1.data(), grid.bp1.size()};
+        bp2 = list_view{grid.bp2.data(), grid.bp2.size()};
+        values = list_view{grid.out.data(), grid.out.size()};
     }
-    highest<A, B> eval(double, highest<A, B>, A u0, B u1) const noexcept {
-        return convert<highest<A, B>>(num::interpolate2d_clip(convert<double>(u0), convert<double>(u1), grid.bp1.data(),
-                                                              grid.bp2.data(), grid.out.data(), grid.bp1.size(),
-                                                              grid.bp2.size()));
+    highest<A, B> eval(with<A, double>, highest<A, B> y, A u0, B u1) const noexcept {
+        return like(y, interpolate(flt64(u0), flt64(u1), bp1, bp2, values));
+    }
+    void members(auto& visit) {
+        visit.list("bp1", bp1);
+        visit.list("bp2", bp2);
+        visit.list("out", values);
     }
 };
 
@@ -103,7 +108,7 @@ public:
         return MetaBlock::calculate_type();
     }
 
-    std::unique_ptr<ExecBlock> create_exec() override { return create_configured(table, *this, &grid_); }
+    form_t form() override { return {row_in(table), record_t::of(grid_)}; }
 
     result_t code_struct_c(sys::File& file) override {
         write_struct_c(

@@ -8,8 +8,6 @@
 //            and is never reset
 //
 // A float signal that stays negative leaves y at that tiny positive number. Generated code starts lower.
-#include <limits>
-
 #include "blocks/occasions.h"
 #include "blocks/table.h"
 #include "framework/entry.h"
@@ -22,8 +20,8 @@ template <class T>
 struct Largest {
     using in = inputs<T>;
     using out = outputs<T>;
-    T initial() const noexcept { return std::numeric_limits<T>::min(); }
-    T eval(double, T y, T u) const noexcept { return u > y ? u : y; }
+    T initial(T y) const noexcept { return smallest_like(y); }
+    T eval(with<T, double>, T y, T u) const noexcept { return select(u > y, u, y); }
 };
 
 constexpr auto table = kernel_table<Largest, value_types>();
@@ -52,7 +50,7 @@ public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("max"); }
     const char* class_name() const noexcept override { return "max"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    form_t form() override { return {row_in(table)}; }
 
     result_t code_init_c(sys::File& file, const char* prefix) override {
         const char* start = start_value_c(outputs_[0].type());

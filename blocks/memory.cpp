@@ -30,7 +30,7 @@ public:
         return 0;
     }
 
-    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    form_t form() override { return {row_in(table)}; }
 
     result_t code_init_c(sys::File& file, const char* prefix) override {
         write_indented(1, file, "{} = 0;\n", own_port(prefix));

@@ -5,8 +5,6 @@
 // Inputs     0: u                                any type
 // Output     0: y                                type of u
 // State      y: starts at the largest value of its type and is never reset
-#include <limits>
-
 #include "blocks/occasions.h"
 #include "blocks/table.h"
 #include "framework/entry.h"
@@ -19,8 +17,8 @@ template <class T>
 struct Smallest {
     using in = inputs<T>;
     using out = outputs<T>;
-    T initial() const noexcept { return std::numeric_limits<T>::max(); }
-    T eval(double, T y, T u) const noexcept { return u < y ? u : y; }
+    T initial(T y) const noexcept { return largest_like(y); }
+    T eval(with<T, double>, T y, T u) const noexcept { return select(u < y, u, y); }
 };
 
 constexpr auto table = kernel_table<Smallest, value_types>();
@@ -49,7 +47,7 @@ public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("min"); }
     const char* class_name() const noexcept override { return "min"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    form_t form() override { return {row_in(table)}; }
 
     result_t code_init_c(sys::File& file, const char* prefix) override {
         const char* start = start_value_c(outputs_[0].type());

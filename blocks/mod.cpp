@@ -9,32 +9,22 @@
 // State      none
 //
 // The lowest int32 or int64 modulo -1 is the processor's divide fault and ends the process.
-#include <cmath>
+#include <type_traits>
 
-#include "blocks/arithmetic.h"
 #include "blocks/occasions.h"
+#include "blocks/table.h"
 #include "framework/entry.h"
 
 namespace tessel {
 namespace {
 
-// ---- what it computes
-template <class C>
-auto remainder_of(C a, C b) noexcept {
-    if constexpr (std::is_floating_point_v<C>) return std::fmod(a, b);
-    else return b == 0 ? 0.0 : convert<double>(static_cast<C>(a % b));
-}
-
-// ---- run time
+// ---- what it computes, at run time
 template <class A, class B>
 struct Mod2 {
     using in = inputs<A, B>;
     using out = outputs<highest<A, B>>;
     static constexpr bool accepted = !std::is_same_v<A, bool> && !std::is_same_v<B, bool>;
-    static highest<A, B> eval(A a, B b) noexcept {
-        using C = common<A, B>;
-        return narrowed<highest<A, B>>(remainder_of<C>(operand<C>(a), operand<C>(b)));
-    }
+    static highest<A, B> eval(A a, B b) noexcept { return like(highest_of(a, b), real(remainder(a, b))); }
 };
 
 constexpr auto table = kernel_table<Mod2, value_types, value_types>();
@@ -50,7 +40,7 @@ public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("mod"); }
     const char* class_name() const noexcept override { return "mod"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    form_t form() override { return {row_in(table)}; }
 
     result_t calculate_type() override {
         const result_t result = MetaBlock::calculate_type();

@@ -15,10 +15,7 @@ namespace {
 
 // ---- what it computes
 struct Product {
-    template <class C>
-    static C of(C a, C b) noexcept {
-        return static_cast<C>(a * b);
-    }
+    static auto of(auto a, auto b) noexcept { return product(a, b); }
 };
 
 // ---- run time
@@ -38,7 +35,7 @@ public:
     using Arithmetic::Arithmetic;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("multiply"); }
     const char* class_name() const noexcept override { return "multiply"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    form_t form() override { return {row_in(table)}; }
     result_t code_step_c(sys::File& file, const char* prefix) override { return write_terms_c(file, prefix, " *"); }
     result_t code_step_py(sys::File& file, const char* prefix) override { return write_terms_py(file, prefix, " *"); }
 };

@@ -17,7 +17,7 @@ template <class T>
 struct Negation {
     using in = inputs<T>;
     using out = outputs<T>;
-    static T eval(T u) noexcept { return u == T{0} ? T{1} : T{0}; }
+    static T eval(T u) noexcept { return select(u == like(u, 0), like(u, 1), like(u, 0)); }
 };
 
 constexpr auto table = kernel_table<Negation, value_types>();
@@ -29,7 +29,7 @@ public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("not"); }
     const char* class_name() const noexcept override { return "not"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    form_t form() override { return {row_in(table)}; }
     result_t code_step_c(sys::File& file, const char* prefix) override {
         write_step_c(file, 0, "{} = !{};\n", own_port(prefix), in_value(prefix, 0));
         return result_ok;

@@ -36,7 +36,7 @@ public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("outport"); }
     const char* class_name() const noexcept override { return "outport"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    form_t form() override { return {row_in(table)}; }
     result_t code_struct_c(sys::File& file) override;
     result_t code_struct_py(sys::File& file) override;
     result_t code_init_c(sys::File& file, const char* prefix) override;

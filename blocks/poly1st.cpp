@@ -8,8 +8,6 @@
 //            coeffB
 // State      none
 #include "blocks/coefficients.h"
-#include "blocks/stateful.h"
-#include "core/convert.h"
 #include "framework/entry.h"
 
 namespace tessel {
@@ -17,14 +15,8 @@ namespace {
 
 // ---- what it computes
 template <class T>
-struct Line {
-    using in = inputs<T>;
-    using out = outputs<T>;
-
-    coefficients_t coefficients;
-
-    void configure(const void* record) noexcept { coefficients = *static_cast<const coefficients_t*>(record); }
-    T eval(double, T, T u) const noexcept { return convert<T>(coefficients.a * convert<double>(u) + coefficients.b); }
+struct Line : Coefficients<T> {
+    T eval(with<T, double>, T, T u) const noexcept { return like(u, this->a * flt64(u) + this->b); }
 };
 
 // ---- run time
@@ -59,10 +51,7 @@ public:
     const char* class_name() const noexcept override { return "poly1st"; }
     result_t calculate_type() override { return type_by(parameters); }
 
-    std::unique_ptr<ExecBlock> create_exec() override {
-        const coefficients_t record = coefficients();
-        return create_configured(table, *this, &record);
-    }
+    form_t form() override { return {row_in(table), coefficients()}; }
 
     result_t code_step_c(sys::File& file, const char* prefix) override {
         const auto [a, b] = coefficients();

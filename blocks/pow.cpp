@@ -6,10 +6,7 @@
 //                                                back
 // Output     0: y                                type of u0
 // State      none
-#include <cmath>
-
 #include "blocks/table.h"
-#include "core/convert.h"
 #include "framework/entry.h"
 
 namespace tessel {
@@ -20,10 +17,7 @@ template <class T>
 struct Power {
     using in = inputs<T, T>;
     using out = outputs<T>;
-    static T eval(T base, T exponent) noexcept {
-        if constexpr (std::is_floating_point_v<T>) return std::pow(base, exponent);
-        else return convert<T>(std::pow(convert<double>(base), convert<double>(exponent)));
-    }
+    static T eval(T base, T exponent) noexcept { return like(base, power(real(base), real(exponent))); }
 };
 
 constexpr auto table = kernel_table<Power, value_types>();
@@ -35,7 +29,7 @@ public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("pow"); }
     const char* class_name() const noexcept override { return "pow"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    form_t form() override { return {row_in(table)}; }
     result_t code_step_c(sys::File& file, const char* prefix) override {
         write_step_c(file, 0, "{} = std::pow({}, {});\n", own_port(prefix), in_value(prefix, 0), in_value(prefix, 1));
         return result_ok;

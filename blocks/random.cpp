@@ -12,37 +12,51 @@
 // State      s                   s ^= s << 13, s ^= s >> 17, s ^= s << 5; then y; the seed at creation, kept from
 //                                run to run
 #include "blocks/parameters.h"
-#include "blocks/stateful.h"
+#include "blocks/table.h"
 #include "blocks/text.h"
-#include "core/convert.h"
 #include "framework/entry.h"
 
 namespace tessel {
 namespace {
 
 // ---- what it computes
+struct random_t {
+    double max;
+    double min;
+    double seed;
+};
+
+template <class T>
 struct RandomSteps {
+    using word = with<T, std::uint64_t>;
     using in = inputs<>;
-    using out = outputs<double>;
+    using out = outputs<T>;
 
-    std::uint64_t range = 1;
-    double offset = 0.0;
-    std::uint64_t state = 0;
+    word range = std::uint64_t{1};
+    T offset = 0.0;
+    word state = std::uint64_t{0};
 
-    static RandomSteps of(double max, double min, double seed) noexcept {
-        return {static_cast<std::uint64_t>(truncate64(max - min + 1.0)), min, to_uint64(seed)};
+    void configure(const void* record) noexcept {
+        const auto& random = *static_cast<const random_t*>(record);
+        range = static_cast<std::uint64_t>(truncate64(random.max - random.min + 1.0));
+        offset = random.min;
+        state = to_uint64(random.seed);
     }
-    void configure(const void* record) noexcept { *this = *static_cast<const RandomSteps*>(record); }
-    double eval(double, double) noexcept {
-        state ^= state << 13;
-        state ^= state >> 17;
-        state ^= state << 5;
-        return convert<double>(state % range) + offset;
+    T eval(T, T) noexcept {
+        const word a = named("a", state ^ (state << 13));
+        const word b = named("b", a ^ (a >> 17));
+        state = b ^ (b << 5);
+        return flt64(state % range) + offset;
+    }
+    void members(auto& visit) {
+        visit.parameter("range", range);
+        visit.parameter("offset", offset);
+        visit.state("state", state);
     }
 };
 
 // ---- run time
-constexpr auto table = stateful_row<RandomSteps>();
+constexpr auto table = kernel_table<RandomSteps, type_list<double>>();
 static_assert(table.size() == 1);
 
 // ---- parameters
@@ -91,10 +105,7 @@ public:
         return result != result_ok ? result : type_output(type_flt64);
     }
 
-    std::unique_ptr<ExecBlock> create_exec() override {
-        const RandomSteps record = RandomSteps::of(double(max_), double(min_), double(seed_));
-        return create_configured(table, *this, &record);
-    }
+    form_t form() override { return {row_in(table), random_t{double(max_), double(min_), double(seed_)}}; }
 
     result_t code_struct_c(sys::File& file) override {
         const std::string type = c_type(outputs_[0]);

@@ -20,8 +20,8 @@ struct Compare {
     template <class T>
     struct kernel {
         using in = inputs<T, T>;
-        using out = outputs<bool>;
-        static bool eval(T a, T b) noexcept { return Op{}(a, b); }
+        using out = outputs<with<T, bool>>;
+        static with<T, bool> eval(T a, T b) noexcept { return Op{}(a, b); }
     };
     static constexpr auto table = kernel_table<kernel, value_types>();
     static_assert(table.size() == 11);
@@ -66,9 +66,9 @@ public:
     std::uint32_t class_hash() const noexcept override { return class_hash_of("relational"); }
     const char* class_name() const noexcept override { return "relational"; }
 
-    std::unique_ptr<ExecBlock> create_exec() override {
+    form_t form() override {
         const operator_t* op = chosen();
-        return op != nullptr ? create_from(op->table, *this) : nullptr;
+        return op != nullptr ? form_t{row_in(op->table)} : form_t{};
     }
 
     result_t calculate_type() override {

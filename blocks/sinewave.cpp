@@ -7,10 +7,8 @@
 // Parameters frequency [hz]      above 0 when written as an expression
 //            phase [deg]
 // State      none
-#include <cmath>
-
 #include "blocks/parameters.h"
-#include "blocks/stateful.h"
+#include "blocks/table.h"
 #include "blocks/text.h"
 #include "framework/entry.h"
 
@@ -18,23 +16,36 @@ namespace tessel {
 namespace {
 
 // ---- what it computes
-struct SineWave {
-    using in = inputs<>;
-    using out = outputs<double>;
+struct wave_t {
+    double freq_rad_s;
+    double phase_rad;
 
-    double freq_rad_s = 0.0;
-    double phase_rad = 0.0;
-
-    static SineWave of(double frequency_hz, double phase_deg) noexcept {
+    static wave_t of(double frequency_hz, double phase_deg) noexcept {
         constexpr double pi = 3.141592653589793;
         return {2.0 * (pi * frequency_hz), phase_deg * pi / 180.0};
     }
-    void configure(const void* record) noexcept { *this = *static_cast<const SineWave*>(record); }
-    double eval(double t, double) const noexcept { return std::sin(freq_rad_s * t + phase_rad); }
+};
+
+template <class T>
+struct SineWave {
+    using in = inputs<>;
+    using out = outputs<T>;
+
+    T freq = 0.0, phase = 0.0;
+
+    void configure(const void* record) noexcept {
+        freq = static_cast<const wave_t*>(record)->freq_rad_s;
+        phase = static_cast<const wave_t*>(record)->phase_rad;
+    }
+    T eval(T t, T) const noexcept { return sine(freq * t + phase); }
+    void members(auto& visit) {
+        visit.parameter("freq", freq);
+        visit.parameter("phase", phase);
+    }
 };
 
 // ---- run time
-constexpr auto table = stateful_row<SineWave>();
+constexpr auto table = kernel_table<SineWave, type_list<double>>();
 static_assert(table.size() == 1);
 
 // ---- parameters
@@ -72,10 +83,7 @@ public:
         return type_output(type_flt64);
     }
 
-    std::unique_ptr<ExecBlock> create_exec() override {
-        const SineWave record = wave();
-        return create_configured(table, *this, &record);
-    }
+    form_t form() override { return {row_in(table), wave()}; }
 
     result_t code_struct_c(sys::File& file) override {
         write_struct_c(file, struct_name(),
@@ -117,7 +125,7 @@ public:
     }
 
 private:
-    SineWave wave() const noexcept { return SineWave::of(double(frequency_), double(phase_)); }
+    wave_t wave() const noexcept { return wave_t::of(double(frequency_), double(phase_)); }
 
     var_t frequency_;
     var_t phase_;

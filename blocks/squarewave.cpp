@@ -13,7 +13,7 @@
 // State      on, last change     where t >= last change + time of the state: state turns, last change = t;
 //                                y = value of the state; off, the current time and valueOff at the head of a run
 #include "blocks/parameters.h"
-#include "blocks/stateful.h"
+#include "blocks/table.h"
 #include "blocks/text.h"
 #include "framework/entry.h"
 
@@ -21,33 +21,54 @@ namespace tessel {
 namespace {
 
 // ---- what it computes
+struct square_t {
+    double time_off_s;
+    double time_on_s;
+    double value_off;
+    double value_on;
+};
+
+template <class T>
 struct SquareWave {
+    using flag = with<T, bool>;
     using in = inputs<>;
-    using out = outputs<double>;
+    using out = outputs<T>;
 
-    double time_off_s = 0.0;
-    double time_on_s = 0.0;
-    double value_off = 0.0;
-    double value_on = 0.0;
-    double last_change_s = 0.0;
-    std::int32_t state = 0;  // 1 is on
+    T time_off = 0.0, time_on = 0.0;
+    T value_off = 0.0, value_on = 0.0;
+    T last_change = 0.0;
+    flag on = false;
 
-    void configure(const void* record) noexcept { *this = *static_cast<const SquareWave*>(record); }
-    void start(double t, double& y) noexcept {
-        last_change_s = t;
-        state = 0;
+    void configure(const void* record) noexcept {
+        const auto& square = *static_cast<const square_t*>(record);
+        time_off = square.time_off_s;
+        time_on = square.time_on_s;
+        value_off = square.value_off;
+        value_on = square.value_on;
+    }
+    void start(T t, T& y) noexcept {
+        last_change = t;
+        on = false;
         y = value_off;
     }
-    double eval(double t, double y) noexcept {
-        if (!(t >= last_change_s + (state != 0 ? time_on_s : time_off_s))) return y;
-        last_change_s = t;
-        state = 1 - state;
-        return state != 0 ? value_on : value_off;
+    T eval(T t, T y) noexcept {
+        const flag turns = named("turns", t >= last_change + select(on, time_on, time_off));
+        last_change = select(turns, t, last_change);
+        on = on != turns;
+        return select(turns, select(on, value_on, value_off), y);
+    }
+    void members(auto& visit) {
+        visit.parameter("time_off", time_off);
+        visit.parameter("time_on", time_on);
+        visit.parameter("value_off", value_off);
+        visit.parameter("value_on", value_on);
+        visit.state("last_change", last_change);
+        visit.state("on", on);
     }
 };
 
 // ---- run time
-constexpr auto table = stateful_row<SquareWave>();
+constexpr auto table = kernel_table<SquareWave, type_list<double>>();
 static_assert(table.size() == 1);
 
 // ---- parameters
@@ -112,13 +133,8 @@ public:
         return type_output(type_flt64);
     }
 
-    std::unique_ptr<ExecBlock> create_exec() override {
-        SquareWave record;
-        record.time_off_s = double(time_off_);
-        record.time_on_s = double(time_on_);
-        record.value_off = double(value_off_);
-        record.value_on = double(value_on_);
-        return create_configured(table, *this, &record);
+    form_t form() override {
+        return {row_in(table), square_t{double(time_off_), double(time_on_), double(value_off_), double(value_on_)}};
     }
 
     result_t code_struct_c(sys::File& file) override {

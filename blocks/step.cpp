@@ -12,7 +12,7 @@
 //            stepTime [sec]
 // State      none
 #include "blocks/parameters.h"
-#include "blocks/stateful.h"
+#include "blocks/table.h"
 #include "blocks/text.h"
 #include "framework/entry.h"
 
@@ -20,20 +20,35 @@ namespace tessel {
 namespace {
 
 // ---- what it computes
+struct step_t {
+    double before;
+    double after;
+    double time_s;
+};
+
+template <class T>
 struct StepAt {
     using in = inputs<>;
-    using out = outputs<double>;
+    using out = outputs<T>;
 
-    double before = 0.0;
-    double after = 0.0;
-    double time_s = 0.0;
+    T before = 0.0, after = 0.0, time = 0.0;
 
-    void configure(const void* record) noexcept { *this = *static_cast<const StepAt*>(record); }
-    double eval(double t, double) const noexcept { return t > time_s ? after : before; }
+    void configure(const void* record) noexcept {
+        const auto& step = *static_cast<const step_t*>(record);
+        before = step.before;
+        after = step.after;
+        time = step.time_s;
+    }
+    T eval(T t, T) const noexcept { return select(t > time, after, before); }
+    void members(auto& visit) {
+        visit.parameter("before", before);
+        visit.parameter("after", after);
+        visit.parameter("time", time);
+    }
 };
 
 // ---- run time
-constexpr auto table = stateful_row<StepAt>();
+constexpr auto table = kernel_table<StepAt, type_list<double>>();
 static_assert(table.size() == 1);
 
 // ---- parameters
@@ -81,9 +96,8 @@ public:
         return result != result_ok ? result : type_output(type_flt64);
     }
 
-    std::unique_ptr<ExecBlock> create_exec() override {
-        const StepAt record{double(value_init_), double(value_final_), double(step_time_)};
-        return create_configured(table, *this, &record);
+    form_t form() override {
+        return {row_in(table), step_t{double(value_init_), double(value_final_), double(step_time_)}};
     }
 
     result_t code_struct_c(sys::File& file) override {

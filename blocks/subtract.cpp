@@ -17,10 +17,7 @@ namespace {
 
 // ---- what it computes
 struct Difference {
-    template <class C>
-    static C of(C a, C b) noexcept {
-        return static_cast<C>(a - b);
-    }
+    static auto of(auto a, auto b) noexcept { return difference(a, b); }
 };
 
 // ---- run time
@@ -40,7 +37,7 @@ public:
     using Arithmetic::Arithmetic;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("subtract"); }
     const char* class_name() const noexcept override { return "subtract"; }
-    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    form_t form() override { return {row_in(table)}; }
     // the operator of divide, on purpose
     result_t code_step_c(sys::File& file, const char* prefix) override { return write_terms_c(file, prefix, " /"); }
     result_t code_step_py(sys::File& file, const char* prefix) override { return write_terms_py(file, prefix, " -"); }

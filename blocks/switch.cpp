@@ -10,7 +10,6 @@
 // Generated C takes the selector as int, not cut to int8.
 #include "blocks/occasions.h"
 #include "blocks/table.h"
-#include "core/convert.h"
 #include "framework/entry.h"
 
 namespace tessel {
@@ -31,11 +30,7 @@ struct Select {
     static constexpr bool accepted = !std::is_same_v<T, bool>;
     using in = same_inputs<T, N>;
     using out = outputs<T>;
-    static T eval(const std::array<const T*, N>& u) noexcept {
-        const int index = convert<std::int8_t>(*u[0]);
-        const bool chosen = index >= 0 && index < static_cast<int>(N) - 2;
-        return *u[chosen ? static_cast<std::size_t>(index) + 2 : 1];
-    }
+    static T eval(const std::array<const T*, N>& u) noexcept { return choose(u, int8(*u[0]), 2, 1); }
 };
 
 constexpr auto table = kernel_table<Select, value_types, counts>();
@@ -47,7 +42,7 @@ public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("switch"); }
     const char* class_name() const noexcept override { return "switch"; }
-    std::unique_ptr<ExecBlock> create_exec() override;
+    form_t form() override;
     result_t code_step_c(sys::File& file, const char* prefix) override;
     result_t code_step_py(sys::File& file, const char* prefix) override;
 
@@ -57,16 +52,13 @@ private:
 };
 
 // The object is told by the output's type and the number of inputs; the selector's own type does not matter.
-std::unique_ptr<ExecBlock> Switch::create_exec() {
+form_t Switch::form() {
     const type_t type = outputs_[0].type();
     for (std::size_t i = 1; i < inputs_.size(); ++i) inputs_[i].set_type_if_unset(type);
     const auto row = std::ranges::find_if(table, [this, type](const signature_t& candidate) {
         return candidate.types[0] == type && candidate.inputs == inputs_.size();
     });
-    if (row == table.end()) return nullptr;
-    auto exec = row->make();
-    exec->set_identity(id(), zone());
-    return exec;
+    return row != table.end() ? form_t{&*row} : form_t{};
 }
 
 result_t Switch::code_step_c(sys::File& file, const char* prefix) {

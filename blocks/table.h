@@ -1,4 +1,4 @@
-// The table of a block class's runnable objects, computed from its kernel template.
+// The table of a block class's runnable objects and formulas, computed from its kernel template.
 #pragma once
 
 #include <array>
@@ -7,6 +7,8 @@
 #include <utility>
 
 #include "exec/Exec.h"
+#include "formula/trace.h"
+#include "formula/value.h"
 #include "framework/MetaBlock.h"
 #include "framework/signature.h"
 
@@ -32,38 +34,42 @@ constexpr void put_types(signature_t& row, outputs<T...>) {
     ((row.types[i++] = type_of<T>), ...);
 }
 
-/// The row of a runnable class with the ports In and Out.
-template <class Run, class In, class Out>
-constexpr signature_t row_of() {
-    signature_t row;
-    put_types(row, In{});
-    put_types(row, Out{});
-    const std::span<const type_t> types(row.types);
-    row.key = signature_hash(types.first(row.inputs), types.subspan(row.inputs, row.outputs));
-    row.make = &make_exec<Run>;
-    return row;
-}
-
 template <class K>
 consteval bool is_accepted() {
     if constexpr (requires { K::accepted; }) return K::accepted;
     else return true;
 }
 
+/// The runnable class of a kernel. One that holds its value says so; one is pure when its `eval` is static.
+template <class K>
+struct exec_of {
+    static constexpr bool stateful = std::is_member_function_pointer_v<decltype(&K::eval)>;
+    using type = std::conditional_t<stateful, StatefulExec<K>, Exec<K>>;
+};
+template <class K>
+requires K::holds struct exec_of<K> {
+    using type = HoldExec<K>;
+};
+
 }  // namespace detail
 
-/// A kernel is pure when its `eval` is static. One without members of its own can still need its last output.
-template <class K>
-using exec_of = std::conditional_t<std::is_member_function_pointer_v<decltype(&K::eval)>, StatefulExec<K>, Exec<K>>;
-
-/// Table of the kernels `K<T...>` for one type picked from each list, without those that say `accepted = false`.
+/// Table of the kernels `K<T...>` for one type picked from each list, without those that say `accepted = false`. All
+/// rows have the formula of the one kernel that is instantiated with symbols.
 template <template <class...> class K>
 struct kernel_rule {
     template <class... T>
     struct rule {
-        static constexpr bool accepted = detail::is_accepted<K<T...>>();
+        using kernel = K<T...>;
+        static constexpr bool accepted = detail::is_accepted<kernel>();
         static constexpr signature_t row() {
-            return detail::row_of<exec_of<K<T...>>, typename K<T...>::in, typename K<T...>::out>();
+            signature_t row;
+            detail::put_types(row, typename kernel::in{});
+            detail::put_types(row, typename kernel::out{});
+            const std::span<const type_t> types(row.types);
+            row.key = signature_hash(types.first(row.inputs), types.subspan(row.inputs, row.outputs));
+            row.make = &make_exec<typename detail::exec_of<kernel>::type>;
+            row.trace = &trace<K<symbolic<T>...>>;
+            return row;
         }
     };
 };
@@ -79,8 +85,5 @@ consteval auto join_tables(const std::array<signature_t, N>& a, const std::array
     std::ranges::merge(a, b, all.begin(), {}, &signature_t::key, &signature_t::key);
     return all;
 }
-
-/// The runnable object of `table` for the block's port types, with its id and zone; empty when there is none.
-std::unique_ptr<ExecBlock> create_from(signatures_t table, const IMetaBlock& block);
 
 }  // namespace tessel

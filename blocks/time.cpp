@@ -6,21 +6,22 @@
 // Output     0: y      flt64
 // State      none
 #include "blocks/parameters.h"
-#include "blocks/stateful.h"
+#include "blocks/table.h"
 #include "framework/entry.h"
 
 namespace tessel {
 namespace {
 
 // ---- what it computes
+template <class T>
 struct Now {
     using in = inputs<>;
-    using out = outputs<double>;
-    static double eval(double t, double) noexcept { return t; }
+    using out = outputs<T>;
+    T eval(T t, T) const noexcept { return t; }
 };
 
 // ---- run time
-constexpr auto table = stateful_row<Now>();
+constexpr auto table = kernel_table<Now, type_list<double>>();
 static_assert(table.size() == 1);
 
 // ---- design level: type rule, runnable, generated text
@@ -30,7 +31,7 @@ public:
     std::uint32_t class_hash() const noexcept override { return class_hash_of("time"); }
     const char* class_name() const noexcept override { return "time"; }
     result_t calculate_type() override { return type_output(type_flt64); }
-    std::unique_ptr<ExecBlock> create_exec() override { return create_from(table, *this); }
+    form_t form() override { return {row_in(table)}; }
 
     result_t code_step_c(sys::File& file, const char* prefix) override {
         write_step_c(file, 0, "{} = {};\n", own_port(prefix), now_value_c);

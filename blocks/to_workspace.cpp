@@ -14,7 +14,6 @@
 #include <vector>
 
 #include "blocks/table.h"
-#include "core/convert.h"
 #include "core/format.h"
 #include "core/python.h"
 #include "framework/entry.h"
@@ -52,9 +51,10 @@ struct Record {
     using out = outputs<>;
 
     void configure(const void* target) { recording.target = *static_cast<const std::string*>(target); }
+    static with<T, double> taken(T u) noexcept { return flt64(u); }
     void eval(double t, T u) {
         recording.times.push_back(t);
-        recording.values.push_back(convert<double>(u));
+        recording.values.push_back(taken(u));
     }
     void finish() const { store(recording); }
 
@@ -71,14 +71,8 @@ public:
     using MetaBlock::MetaBlock;
     std::uint32_t class_hash() const noexcept override { return class_hash_of("to_workspace"); }
     const char* class_name() const noexcept override { return "to_workspace"; }
-    std::unique_ptr<ExecBlock> create_exec() override;
+    form_t form() override { return {row_in(table), record_t::of(properties_->python_path)}; }
 };
-
-std::unique_ptr<ExecBlock> ToWorkspace::create_exec() {
-    auto exec = create_from(table, *this);
-    if (exec != nullptr) exec->configure(&properties_->python_path);
-    return exec;
-}
 
 // ---- what others know of it
 constexpr text_note_t notes[] = {

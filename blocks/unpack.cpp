@@ -13,9 +13,8 @@
 // State      none
 #include "blocks/occasions.h"
 #include "blocks/parameters.h"
-#include "blocks/stateful.h"
+#include "blocks/table.h"
 #include "blocks/text.h"
-#include "core/convert.h"
 #include "framework/entry.h"
 
 namespace tessel {
@@ -29,11 +28,6 @@ struct field_t {
     std::int32_t msb = 0;
 
     std::uint32_t mask() const noexcept { return (1u << ((static_cast<std::uint32_t>(msb) + 1u) % 32u)) - 1u; }
-    double of(std::int32_t v) const noexcept {
-        const auto masked = static_cast<std::int32_t>(static_cast<std::uint32_t>(v) & mask());
-        const std::int32_t bits = masked >> (static_cast<std::uint32_t>(lsb) % 32u);
-        return static_cast<double>(bits) * coeff_a + coeff_b;
-    }
 };
 
 template <class T>
@@ -41,10 +35,26 @@ struct Unpack {
     using in = inputs<T>;
     using out = outputs<T>;
 
-    field_t field;
+    with<T, std::uint32_t> mask = 0u, shift = 0u;
+    with<T, double> a = 0.0, b = 0.0;
 
-    void configure(const void* record) noexcept { field = *static_cast<const field_t*>(record); }
-    T eval(double, T, T u) const noexcept { return convert<T>(field.of(convert<std::int32_t>(u))); }
+    void configure(const void* record) noexcept {
+        const auto& field = *static_cast<const field_t*>(record);
+        mask = field.mask();
+        shift = static_cast<std::uint32_t>(field.lsb) % 32u;
+        a = field.coeff_a;
+        b = field.coeff_b;
+    }
+    T eval(with<T, double>, T, T u) const noexcept {
+        const with<T, std::uint32_t> bits = (uint32(int32(u)) & mask) >> shift;
+        return like(u, flt64(bits) * a + b);
+    }
+    void members(auto& visit) {
+        visit.parameter("mask", mask);
+        visit.parameter("shift", shift);
+        visit.parameter("a", a);
+        visit.parameter("b", b);
+    }
 };
 
 // ---- run time
@@ -102,10 +112,7 @@ public:
         return MetaBlock::calculate_type();
     }
 
-    std::unique_ptr<ExecBlock> create_exec() override {
-        const field_t record = field();
-        return create_configured(table, *this, &record);
-    }
+    form_t form() override { return {row_in(table), field()}; }
 
     result_t code_struct_c(sys::File& file) override {
         write_struct_c(file, struct_name(),

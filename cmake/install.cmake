@@ -9,7 +9,7 @@ install(TARGETS blocks EXPORT blocksTargets COMPONENT blocks
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/blocks COMPONENT blocks
     FILES_MATCHING PATTERN "*.h")
 # format_fmt.h stays: with it a host would need the formatting library in the version that this one was built with
-set(core_headers convert export file format hash id_index large_array literal_bridge log num python result str thread_pool type var)
+set(core_headers convert exact export file format hash id_index large_array literal_bridge log num python result str thread_pool type var)
 list(TRANSFORM core_headers PREPEND ${PROJECT_SOURCE_DIR}/core/)
 list(TRANSFORM core_headers APPEND .h)
 install(FILES ${core_headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/blocks/core COMPONENT blocks)

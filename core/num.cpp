@@ -1,9 +1,8 @@
 #include "core/num.h"
 
-#include <algorithm>
 #include <atomic>
-#include <cmath>
 
+#include "core/exact.h"
 #include "core/random.h"
 
 namespace tessel::num {
@@ -15,21 +14,6 @@ constexpr std::uint64_t id_count = 8'000'000'000'000'000;
 
 // An odd step prime to id_count visits every id once before one comes again, and keeps neighbours far apart.
 constexpr std::uint64_t id_step = 2'236'067'977'499'789;
-
-struct axis_t {
-    std::size_t first;
-    std::size_t second;
-    double weight;
-};
-
-axis_t locate(double x, const double* bp, std::size_t n) noexcept {
-    if (n == 1) return {0, 0, std::isnan(x) ? x : 0.0};
-    if (x <= bp[0]) return {0, 1, 0.0};
-    if (x >= bp[n - 1]) return {n - 2, n - 1, 1.0};
-    const auto above = static_cast<std::size_t>(std::upper_bound(bp, bp + n, x) - bp);
-    const std::size_t second = std::clamp<std::size_t>(above, 1, n - 1);  // not-a-number compares false everywhere
-    return {second - 1, second, (x - bp[second - 1]) / (bp[second] - bp[second - 1])};
-}
 
 }  // namespace
 
@@ -43,25 +27,12 @@ std::uint64_t create_id() {
 }
 
 double interpolate1d_clip(double x, const double* __restrict bp, const double* __restrict out, std::size_t n) noexcept {
-    if (x <= bp[0]) return out[0];
-    if (x >= bp[n - 1]) return out[n - 1];
-    if (n == 1) return x;  // only not-a-number passes both tests of a single point
-    // at most n - 1, so that not-a-number reads inside the table
-    const auto above = static_cast<std::size_t>(std::upper_bound(bp, bp + n, x) - bp);
-    const std::size_t i = std::clamp<std::size_t>(above, 1, n - 1);
-    return (x - bp[i - 1]) / (bp[i] - bp[i - 1]) * (out[i] - out[i - 1]) + out[i - 1];
+    return exact_interpolate1d(x, bp, out, n);
 }
 
 double interpolate2d_clip(double x1, double x2, const double* __restrict bp1, const double* __restrict bp2,
                           const double* __restrict out, std::size_t n1, std::size_t n2) noexcept {
-    const axis_t a = locate(x1, bp1, n1);
-    const axis_t b = locate(x2, bp2, n2);
-    const double o1 = out[a.first * n2 + b.first];
-    const double o2 = out[a.first * n2 + b.second];
-    const double o3 = out[a.second * n2 + b.first];
-    const double o4 = out[a.second * n2 + b.second];
-    return (1.0 - a.weight) * ((1.0 - b.weight) * o1 + b.weight * o2) +
-           a.weight * ((1.0 - b.weight) * o3 + b.weight * o4);
+    return exact_interpolate2d(x1, x2, bp1, bp2, out, n1, n2);
 }
 
 }  // namespace tessel::num

@@ -1,8 +1,9 @@
 // From a kernel to a runnable class.
 //
-// A kernel is what one accepted combination of types computes: a struct with the aliases `in` and `out` (the port
-// lists of exec/ports.h) and an operation `eval`. Exec<K> makes the runnable class of a pure kernel, StatefulExec<K> of
-// one with parameters, memory or a need for time. `step` and the lowered run call the same `eval`.
+// A kernel is what one accepted combination of types computes: a struct with the aliases `in` and `out` (port lists)
+// and an operation `eval` over values (formula/value.h), so that it also tells its formula (formula/trace.h). Exec<K>
+// makes the runnable class of a pure kernel, StatefulExec<K> of one with parameters, memory or a need for time,
+// HoldExec<K> of one with nothing to do in a step. `step` and the lowered run call the same `eval`.
 #pragma once
 
 #include <array>
@@ -204,9 +205,9 @@ private:
 /// Runnable class of a kernel with state and at most three inputs. The kernel is a member of the object and has
 ///   O eval(double t, O y, I... u)   the new output from time, last output and inputs; for a sink void eval(t, u...)
 /// and, where it needs them,
-///   O initial() const               the output at creation
+///   O initial(O) const              the output at creation
 ///   void configure(const void*)     takes the class's record
-///   void start(double t, O& y)      at the head of a run; for a sink start(t)
+///   void start(double t, O& y)      at the head of a run
 ///   void finish()                   at its end
 template <class K, class In = typename K::in>
 class StatefulExec;
@@ -220,18 +221,14 @@ class StatefulExec<K, inputs<In...>> final : public Ports<inputs<In...>, typenam
 
 public:
     StatefulExec() noexcept {
-        if constexpr (requires(K & k) { k.initial(); }) this->out0.value = kernel.initial();
+        if constexpr (requires(K & k) { k.initial(O{}); }) this->out0.value = kernel.initial(O{});
     }
     void configure(const void* record) noexcept override {
         if constexpr (requires(K & k) { k.configure(record); }) kernel.configure(record);
     }
     void start() noexcept override {
-        if constexpr (sink) {
-            if constexpr (requires(K & k) { k.start(0.0); }) kernel.start(this->time());
-        } else {
-            if constexpr (requires(K & k, StatefulExec & b) { k.start(0.0, b.out0.value); })
-                kernel.start(this->time(), this->out0.value);
-        }
+        if constexpr (requires(K & k, StatefulExec & b) { k.start(0.0, b.out0.value); })
+            kernel.start(this->time(), this->out0.value);
     }
     void finish() noexcept override {
         if constexpr (requires(K & k) { k.finish(); }) kernel.finish();
@@ -299,16 +296,25 @@ private:
         &StatefulExec::run, static_cast<std::uint8_t>(count), true, !sink, false, links()};
 };
 
-/// Runnable class of a block whose step does nothing: it only holds what it samples, or what was put into its output.
-template <class In, class Out>
-class HoldExec final : public Ports<In, Out> {
+/// Runnable class of a block whose step does nothing: it only holds what it samples, or the output that its kernel has
+/// once it is configured.
+template <class K>
+class HoldExec final : public Ports<typename K::in, typename K::out> {
 public:
+    void configure([[maybe_unused]] const void* record) noexcept override {
+        if constexpr (has_output) {
+            K kernel;
+            kernel.configure(record);
+            this->out0.value = kernel.eval(0.0, this->out0.value);
+        }
+    }
     void step() noexcept override {}
     const lowering_t* lowering() const noexcept override { return &lowered; }
 
 private:
-    static constexpr lowering_t lowered{nullptr, static_cast<std::uint8_t>(detail::inputs_of<In>::count), false,
-                                        detail::has_output<Out>};
+    static constexpr bool has_output = detail::has_output<typename K::out>;
+    static constexpr lowering_t lowered{nullptr, static_cast<std::uint8_t>(detail::inputs_of<typename K::in>::count),
+                                        false, has_output};
 };
 
 // `new` and not make_unique: naming unique_ptr<Run> for thousands of Runs multiplies the build time.

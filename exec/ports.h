@@ -9,13 +9,9 @@
 
 #include "ExecBlock.h"
 #include "exec/Port.h"
+#include "formula/port_lists.h"
 
 namespace tessel {
-
-template <class... T>
-struct inputs {};
-template <class... T>
-struct outputs {};
 
 /// Runnable block with the ports In and Out: inputs as members in0, in1, in2, the output as out0.
 template <class In, class Out>
@@ -74,10 +70,6 @@ public:
     Port<C> in2;
     Port<O> out0;
 };
-
-/// N inputs of one type, as for `switch` and `logical`.
-template <class T, std::size_t N>
-struct same_inputs {};
 
 template <class T, std::size_t N, class O>
 class Ports<same_inputs<T, N>, outputs<O>> : public ExecBlock {

@@ -4,6 +4,10 @@
 #include <new>
 #include <nlohmann/json.hpp>
 
+#include "ExecBlock.h"
+#include "formula/formula.h"
+#include "framework/classes.h"
+#include "framework/entry.h"
 #include "framework/signature.h"
 #include "framework/zone.h"
 
@@ -224,6 +228,30 @@ std::string MetaBlock::param_text(const char* key) const {
     if (found == properties_->parameters.end()) return {};
     const var_t& value = found->second.value;
     return value.is_text() ? std::string(value.text()) : value.to_string();
+}
+
+std::unique_ptr<ExecBlock> MetaBlock::create_exec() {
+    const form_t form = this->form();
+    if (form.row == nullptr) return nullptr;
+    auto exec = form.row->make();
+    exec->set_identity(id(), zone());
+    if (form.record.data() != nullptr) exec->configure(form.record.data());
+    return exec;
+}
+
+std::optional<formula_t> MetaBlock::formula() {
+    const form_t form = this->form();
+    if (form.row == nullptr) return std::nullopt;
+    const std::span<const type_t> types(form.row->types);
+    const type_t out = form.row->outputs != 0 ? types[form.row->inputs] : type_unknown;
+    formula_t formula = form.row->trace(types.first(form.row->inputs), out, form.record.data());
+    // the class knows its inputs by names of their own
+    if (const class_row_t* row = factory::find_class(class_hash()); row != nullptr) {
+        auto input = formula.inputs.begin();
+        for (const port_traits_t& port : row->traits().inputs)
+            if (input != formula.inputs.end()) (input++)->name = port.name;
+    }
+    return formula;
 }
 
 }  // namespace tessel

@@ -3,24 +3,27 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "IMetaBlock.h"
 #include "PropertiesBlock.h"
+#include "core/export.h"
 #include "core/file.h"
 #include "core/format.h"
 #include "core/hash.h"
 #include "core/result.h"
 #include "core/var.h"
 #include "framework/PortList.h"
+#include "framework/form.h"
 #include "port.h"
 
 namespace tessel {
 
-/// Implements `IMetaBlock` over a shared `PropertiesBlock`. A class derives, answers `class_hash`, `class_name` and
-/// `create_exec`, and overrides what differs.
+/// Implements `IMetaBlock` over a shared `PropertiesBlock`. A class derives, answers `class_hash`, `class_name` and, if
+/// it has a step, `form`, and overrides what differs.
 class MetaBlock : public IMetaBlock {
 public:
     explicit MetaBlock(std::shared_ptr<PropertiesBlock> properties);
@@ -67,6 +70,11 @@ public:
     std::string struct_name_py() const override;
     std::string_view path() const noexcept override { return properties_->path; }
     std::string_view python_path() const noexcept override { return properties_->python_path; }
+    std::unique_ptr<ExecBlock> create_exec() override;
+
+    /// What the block computes in a step for its port types, nothing where it does not run: the formula of the kernel
+    /// from which `create_exec` makes the object, with the same parameters.
+    BLOCKS_API std::optional<formula_t> formula();
 
     /// Forces the port counts: fewer drops ports at the end, more adds untyped ones. A negative count keeps the
     /// vector. Only before links exist.
@@ -78,6 +86,11 @@ public:
     const PropertiesBlock& properties() const noexcept { return *properties_; }
 
 protected:
+    /// The kernel that the block runs as, for its port types.
+    virtual form_t form() { return {}; }
+    /// The row of the block's port types, null for none.
+    const signature_t* row_in(signatures_t table) const { return find_signature(table, signature()); }
+
     /// Writes `units` * 4 blanks, then the formatted text.
     template <class... Args>
     static void write_indented(std::uint64_t units, sys::File& file, format_string<Args...> text, Args&&... args) {

@@ -14,13 +14,17 @@
 
 namespace tessel {
 
-/// One accepted combination: the hash of its signature text, its port types (inputs, then outputs) and its maker.
+struct formula_t;
+
+/// One accepted combination: the hash of its signature text, its port types (inputs, then outputs), and, of one kernel,
+/// the maker of its objects and its formula for types of inputs, type of the output (unknown for none) and record.
 struct signature_t {
     std::uint32_t key = 0;
     std::uint8_t inputs = 0;
     std::uint8_t outputs = 0;
     std::array<type_t, 9> types{};
     std::unique_ptr<ExecBlock> (*make)() = nullptr;
+    formula_t (*trace)(std::span<const type_t> in, type_t out, const void* record) = nullptr;
 };
 
 /// The accepted combinations of a class, sorted by key.

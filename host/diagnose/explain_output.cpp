@@ -6,6 +6,9 @@
 #include <ostream>
 
 #include "core/format.h"
+#include "formula/words.h"
+#include "framework/MetaBlock.h"
+#include "host/diagnose/analysis.h"
 #include "host/diagnose/explain.h"
 #include "host/diagnose/source.h"
 
@@ -83,6 +86,20 @@ nlohmann::json to_json(const stepped_t& block) {
             {"raisedBy", std::move(raises)}};
 }
 
+/// What the block computes, and with which parameters.
+void print_formula(tessel::IMetaBlock& block, std::ostream& out) {
+    const auto formula = static_cast<tessel::MetaBlock&>(block).formula();
+    if (!formula) return;
+    const auto print = [&out](const char* title, const std::vector<std::string>& lines) {
+        for (const std::string& line : lines) {
+            out << tessel::format("  {:<9} {}\n", title, line);
+            title = "";
+        }
+    };
+    print("formula", tessel::lines_of(*formula));
+    print("with", tessel::parameters_of(*formula));
+}
+
 }  // namespace
 
 void Explanation::print_table(std::ostream& out) const {
@@ -136,6 +153,7 @@ void Explanation::print_block(const stepped_t& block, std::ostream& out) const {
     }
     for (std::size_t i = 0; i < block.outputs.size(); ++i)
         out << tessel::format("  output {}  {}\n", i, block.outputs[i]);
+    print_formula(*analysis_->graph.nodes[analysis_->order[block.position]].block, out);
     for (const stepped_t& other : order_)
         for (std::size_t i = 0; i < other.inputs.size(); ++i)
             if (other.inputs[i].source_id == block.id && !other.inputs[i].source.empty())

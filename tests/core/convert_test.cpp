@@ -252,8 +252,11 @@ void compare_truncation() {
     std::mt19937_64 random(7);
     for (std::size_t i = 0; i < random_count; ++i) values.push_back(random_value<F>(random));
     for (const F v : values) {
-        ASSERT_EQ(truncate64(v), portable::truncate64(v)) << v;
-        ASSERT_EQ(truncate32(v), portable::truncate32(v)) << v;
+        const auto wide = static_cast<double>(v);
+        ASSERT_EQ(truncate64(v), exact_f64_to_i64(wide)) << v;
+        ASSERT_EQ(truncate32(v), exact_f64_to_i32(wide)) << v;
+        ASSERT_EQ(to_uint64(v), exact_f64_to_u64(wide)) << v;
+        ASSERT_EQ(convert<std::uint32_t>(v), exact_f64_to_u32(wide)) << v;
     }
 }
 

@@ -127,6 +127,7 @@ TEST(Explain, OneBlockInDetail) {
               "  input 0   flt64 from output 0 of mainsys.sub.in\n"
               "  input 1   flt64 from output 0 of mainsys.sub.m\n"
               "  output 0  flt64\n"
+              "  formula   y = u0 + u1\n"
               "  read by   input 0 of mainsys.sub.m (memory), at position 0, one step late\n"
               "  read by   input 0 of mainsys.sub.out (outport), at position 4\n"
               "  within a zone blocks stand in the order of the hashes of their classes, then of the file\n");

@@ -12,6 +12,7 @@
 #include "exec/Exec.h"
 #include "tests/exec/OwnPort.h"
 #include "tests/support/ExecBuilder.h"
+#include "tests/support/Held.h"
 
 namespace tessel::test {
 namespace {
@@ -90,8 +91,8 @@ struct Tape {
         taken = (taken * 31 + std::bit_cast<std::uint64_t>(t)) * 31 + bits;
     }
 };
-using Display = HoldExec<inputs<double>, outputs<>>;
-using Enable = HoldExec<inputs<bool>, outputs<>>;
+using Display = HeldExec<inputs<double>, outputs<>>;
+using Enable = HeldExec<inputs<bool>, outputs<>>;
 
 /// A host's object whose output is of a class of its own, with a lowering or without.
 class OwnHalf final : public ExecBlock {
@@ -350,7 +351,7 @@ TEST(Engines, AgreeWhereTheFlagIsAnInputOfAnObjectThatComputes) {
 TEST(Engines, AgreeWhereTheFlagIsAnOutput) {
     for (const std::int32_t first : {0x101, 0x100}) {
         expect_agreement_on([first](ExecBuilder& b) {
-            auto number = make_exec<HoldExec<inputs<>, outputs<std::int32_t>>>();
+            auto number = make_exec<HeldExec<inputs<>, outputs<std::int32_t>>>();
             static_cast<Port<std::int32_t>*>(number->output(0))->value = first;
             put(b, 1, std::move(number), 9);
             put(b, 2, make_exec<Exec<Round>>());

@@ -12,9 +12,9 @@
 #include <stdexcept>
 #include <utility>
 
-#include "exec/Exec.h"
 #include "factory.h"
 #include "framework/classes.h"
+#include "tests/support/Held.h"
 
 namespace tessel::test {
 namespace {
@@ -31,7 +31,7 @@ std::shared_ptr<PropertiesBlock> named(std::string name, std::uint64_t id) {
 
 template <class T>
 std::unique_ptr<ExecBlock> make_feed_of() {
-    return make_exec<HoldExec<inputs<>, outputs<T>>>();
+    return make_exec<HeldExec<inputs<>, outputs<T>>>();
 }
 
 }  // namespace
