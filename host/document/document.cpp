@@ -18,6 +18,9 @@ ModelFile::ModelFile(std::string text, std::filesystem::path path, std::string s
     content_.text.append(tessel::json::padding, ' ');
 }
 
+ModelFile::ModelFile(content_t content, std::filesystem::path path, std::string shown)
+    : path_(std::move(path)), shown_(std::move(shown)), content_(std::move(content)) {}
+
 bool ModelFile::is_same(const ModelFile& other) const noexcept {
     return content_.identity == other.content_.identity && content_.identity != content_t{}.identity;
 }
@@ -69,7 +72,9 @@ std::unordered_map<std::string, place_t> ModelFile::places(const std::vector<std
     return lines_of(text(), std::move(found));
 }
 
-Document::Document(const std::filesystem::path& model) : main_(model, model.string()) {}
+Document::Document(const std::filesystem::path& model)
+    : main_(handed_over(model) < 0 ? ModelFile(model, model.string())
+                                   : ModelFile(read_to_end(handed_over(model)), "-", model.string())) {}
 
 Document::Document(std::string text, const std::filesystem::path& model)
     : main_(std::move(text), model, model.string()) {}

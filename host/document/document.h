@@ -22,6 +22,8 @@ public:
     ModelFile(std::filesystem::path path, std::string shown);
     /// Stands for a file whose text is at hand.
     ModelFile(std::string text, std::filesystem::path path, std::string shown);
+    /// Stands for what was read.
+    ModelFile(content_t content, std::filesystem::path path, std::string shown);
 
     const std::filesystem::path& path() const noexcept { return path_; }
     /// The file as messages name it.
@@ -62,6 +64,8 @@ private:
 /// when it is first asked for.
 class Document {
 public:
+    /// "-" is standard input; it and other pipes that are handed over open are read to their end, and their references
+    /// are relative to the current folder.
     explicit Document(const std::filesystem::path& model);
     /// A model whose text is at hand. References are relative to the folder of `model`, which need not exist.
     Document(std::string text, const std::filesystem::path& model);

@@ -4,7 +4,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <charconv>
+#include <string_view>
 #include <system_error>
 
 #include "core/format.h"
@@ -31,6 +34,8 @@ private:
     int number_;
 };
 
+constexpr const char* folder = "a folder, not a file";
+
 std::string last_error() { return std::generic_category().message(errno); }
 
 /// Reads until the text is full or the file has ended.
@@ -45,7 +50,47 @@ std::string fill(int descriptor, content_t& content) {
     return {};
 }
 
+/// The number behind a prefix, -1 when there is none.
+int number_behind(std::string_view text, std::string_view prefix) {
+    if (!text.starts_with(prefix)) return -1;
+    int number = -1;
+    const char* const end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data() + prefix.size(), end, number);
+    return error == std::errc{} && rest == end && number >= 0 ? number : -1;
+}
+
+/// What hinders reading until an end comes, "" when nothing does.
+std::string endless(int descriptor) {
+    struct stat facts {};
+    if (fstat(descriptor, &facts) != 0) return last_error();
+    if (S_ISDIR(facts.st_mode)) return folder;
+    if (S_ISBLK(facts.st_mode) || (S_ISCHR(facts.st_mode) && isatty(descriptor) == 0)) return not_regular;
+    return {};
+}
+
 }  // namespace
+
+int handed_over(const std::filesystem::path& name) {
+    const std::string& text = name.native();
+    if (text == "-" || text == "/dev/stdin") return STDIN_FILENO;
+    return std::max(number_behind(text, "/dev/fd/"), number_behind(text, "/proc/self/fd/"));
+}
+
+content_t read_to_end(int descriptor) {
+    content_t content;
+    content.problem = endless(descriptor);
+    for (std::size_t room = std::size_t{1} << 16; content.problem.empty(); room *= 2) {
+        content.problem = too_large(memory_of_text(room));
+        content.too_large = !content.problem.empty();
+        if (content.too_large) break;
+        content.text.resize(room);
+        content.problem = fill(descriptor, content);
+        if (content.length < room) break;
+    }
+    content.text.resize(content.length);
+    content.text.append(tessel::json::padding, ' ');
+    return content;
+}
 
 content_t read_file(const std::filesystem::path& path) {
     content_t content;
@@ -61,7 +106,7 @@ content_t read_file(const std::filesystem::path& path) {
     }
     content.identity = {facts.st_dev, facts.st_ino};
     if (!S_ISREG(facts.st_mode)) {
-        content.problem = S_ISDIR(facts.st_mode) ? "a folder, not a file" : not_regular;
+        content.problem = S_ISDIR(facts.st_mode) ? folder : not_regular;
         return content;
     }
     const auto size = static_cast<std::size_t>(facts.st_size);

@@ -25,4 +25,12 @@ inline constexpr const char* not_regular = "not a regular file";
 /// text alone is more than the machine's memory is not read.
 content_t read_file(const std::filesystem::path& path);
 
+/// The open file that a name stands for: standard input for "-", and what a shell hands over as "/dev/stdin",
+/// "/dev/fd/N" or "/proc/self/fd/N"; -1 for a name of any other kind.
+int handed_over(const std::filesystem::path& name);
+
+/// Reads an open file to its end, as far as the machine's memory can hold a model of that length. A pipe ends when its
+/// writer closes it, a terminal with Ctrl-D; a device of another kind may have no end and is not read.
+content_t read_to_end(int descriptor);
+
 }  // namespace zarn

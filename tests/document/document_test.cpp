@@ -6,8 +6,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
+#include <string>
+#include <string_view>
+#include <thread>
 
 #include "host/document/limits.h"
 #include "host/document/members.h"
@@ -55,6 +59,61 @@ TEST(Document, KnowsItsOwnFileByAnyName) {
     EXPECT_TRUE(document.reference("n.json").is_same(document.main()));
     EXPECT_FALSE(document.reference("o.json").is_same(document.main()));
     EXPECT_FALSE(document.reference("none.json").is_same(document.reference("nowhere.json")));
+}
+
+/// An open pipe with that text in it, under the name by which a shell would hand it over.
+class Pipe {
+public:
+    explicit Pipe(std::string_view text) {
+        int ends[2];
+        EXPECT_EQ(pipe(ends), 0);
+        read_end_ = ends[0];
+        writer_ = std::thread([text = std::string(text), end = ends[1]] {
+            for (std::size_t at = 0; at < text.size();) {
+                const auto written = write(end, text.data() + at, text.size() - at);
+                if (written <= 0) break;
+                at += static_cast<std::size_t>(written);
+            }
+            close(end);
+        });
+    }
+    ~Pipe() {
+        close(read_end_);
+        writer_.join();
+    }
+    std::string name(const char* prefix) const { return prefix + std::to_string(read_end_); }
+
+private:
+    int read_end_ = -1;
+    std::thread writer_;
+};
+
+TEST(Document, APipeThatIsHandedOverIsReadToItsEnd) {
+    std::string large = model;
+    large.append(300'000, ' ');
+    for (const std::string& text : {std::string(), std::string("{}"), std::string(model), large})
+        for (const char* prefix : {"/dev/fd/", "/proc/self/fd/"}) {
+            const Pipe pipe(text);
+            Document document(pipe.name(prefix));
+            EXPECT_EQ(document.main().problem(), "");
+            EXPECT_EQ(document.main().text(), text);
+            EXPECT_EQ(document.main().shown(), pipe.name(prefix));
+            EXPECT_EQ(document.reference("part.json").shown(), "part.json") << "in the current folder";
+        }
+}
+
+TEST(Document, WhatIsHandedOverMustHaveAnEnd) {
+    const int zero = open("/dev/zero", O_RDONLY), folder = open("/", O_RDONLY);
+    EXPECT_EQ(Document("/dev/fd/" + std::to_string(zero)).main().problem(), "not a regular file");
+    EXPECT_EQ(Document("/dev/fd/" + std::to_string(folder)).main().problem(), "a folder, not a file");
+    EXPECT_EQ(Document("/dev/fd/9999").main().problem(), "Bad file descriptor");
+    EXPECT_EQ(Document("/dev/fd/-1").main().problem(), "No such file or directory");
+    EXPECT_EQ(handed_over("-"), 0);
+    EXPECT_EQ(handed_over("/dev/stdin"), 0);
+    for (const char* name : {"", "m.json", "./-", "/dev/fd/", "/dev/fd/1x", "/dev/fd/ 1", "/dev/fd/99999999999"})
+        EXPECT_EQ(handed_over(name), -1) << name;
+    close(zero);
+    close(folder);
 }
 
 TEST(Document, OnlyRegularFilesAreRead) {
