@@ -10,6 +10,7 @@
 #include "host/cli/command.h"
 #include "host/cli/verbs.h"
 #include "host/diagnose/diagnose.h"
+#include "host/document/read.h"
 
 namespace zarn {
 namespace {
@@ -34,7 +35,8 @@ int explain(const check_arguments_t& arguments) {
 
 int check(const check_arguments_t& arguments) {
     Call call(arguments.common, bridge_t::literal);
-    auto findings = call.session().check(call.evaluates(), true);
+    // to confirm, the library reads the file for itself: a pipe is read once
+    auto findings = call.session().check(call.evaluates(), handed_over(arguments.common.model) < 0);
     const bool failed = has_errors(findings);
     if (arguments.common.quiet)
         std::erase_if(findings, [](const finding_t& f) { return f.severity != severity_t::error; });
