@@ -185,10 +185,13 @@ tessel::result_t Call::library_result() {
     return result != tessel::result_ok ? result : tessel::result_failure;
 }
 
+std::string Call::findings_json(const std::vector<finding_t>& findings) const {
+    return nlohmann::json::parse(to_json(options_.model, findings))["findings"].dump();
+}
+
 void Call::out_failure(const SessionError& error, tessel::result_t result, std::string_view rest) const {
-    const auto findings = nlohmann::json::parse(to_json(options_.model, error.findings()))["findings"].dump();
     out(tessel::format("{{\"result\": {}, \"error\": {}, \"findings\": {}{}}}\n", static_cast<int>(result),
-                       json_string(error.what()), findings, rest));
+                       json_string(error.what()), findings_json(error.findings()), rest));
 }
 
 void Call::tell_findings() const {

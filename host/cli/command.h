@@ -71,6 +71,9 @@ public:
     void prepare();
     /// What the library comes to with a model that is refused, never result_ok, without a word on the console.
     tessel::result_t library_result();
+    /// The findings of the last checks, or those given, as a JSON array.
+    std::string findings_json() const { return findings_json(session_->findings()); }
+    std::string findings_json(const std::vector<finding_t>& findings) const;
     /// One JSON object to standard output: the result, the text of the error, and findings; then `rest`, as members.
     void out_failure(const SessionError& error, tessel::result_t result, std::string_view rest = {}) const;
     /// While set, console texts are kept by the session and not written to standard error.

@@ -102,7 +102,7 @@ int generate(const generate_options_t& options) {
 
     const auto notes = notes_for(session.model(), c ? dialect_t::c : dialect_t::python);
     try {
-        const DeferInterrupts deferred;
+        const DeferInterrupts deferred(true);
         Project project(folder, name);
         project.write([&](const std::string& place) {
             return c ? coder_c::generate_code(place, &session.model())
@@ -110,6 +110,7 @@ int generate(const generate_options_t& options) {
         });
         if (interrupted()) {
             project.remove();
+            end_as_noted();
             message("interrupted");
             return status_interrupted;
         }

@@ -13,12 +13,12 @@
 namespace zarn {
 namespace {
 
-volatile std::sig_atomic_t noted = 0;
-volatile std::sig_atomic_t deferring = 0;
+volatile std::sig_atomic_t noted = 0;      // a signal
+volatile std::sig_atomic_t deferring = 0;  // 1: Ctrl-C, 2: ends too
 
 void on_interrupt(int) {
     if (deferring != 0 && noted == 0) {
-        noted = 1;
+        noted = SIGINT;
         return;
     }
     remove_files_in_the_making();
@@ -28,6 +28,10 @@ void on_interrupt(int) {
 }
 
 void on_end(int signal) {
+    if (deferring == 2 && noted == 0) {
+        noted = signal;
+        return;
+    }
     remove_files_in_the_making();
     std::signal(signal, SIG_DFL);
     std::raise(signal);
@@ -73,9 +77,13 @@ void install_interrupts() {
     handle(SIGHUP, on_end);
 }
 
-DeferInterrupts::DeferInterrupts() { deferring = 1; }
+DeferInterrupts::DeferInterrupts(bool ends_too) { deferring = ends_too ? 2 : 1; }
 DeferInterrupts::~DeferInterrupts() { deferring = 0; }
 
 bool interrupted() noexcept { return noted != 0; }
+
+void end_as_noted() {
+    if (noted != 0 && noted != SIGINT) on_end(noted);
+}
 
 }  // namespace zarn

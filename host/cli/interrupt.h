@@ -7,16 +7,19 @@ namespace zarn {
 /// Where the command was started with Ctrl-C ignored, it stays ignored.
 void install_interrupts();
 
-/// While one is alive, the first Ctrl-C is only noted.
+/// While one is alive, the first Ctrl-C is only noted; so are, with `ends_too`, the signals that end the process.
 class DeferInterrupts {
 public:
-    DeferInterrupts();
+    explicit DeferInterrupts(bool ends_too = false);
     DeferInterrupts(const DeferInterrupts&) = delete;
     DeferInterrupts& operator=(const DeferInterrupts&) = delete;
     ~DeferInterrupts();
 };
 
-/// Whether a Ctrl-C has been noted.
+/// Whether a Ctrl-C, or an end, has been noted.
 bool interrupted() noexcept;
+
+/// Ends the process by the signal that has been noted, unless that is a Ctrl-C.
+void end_as_noted();
 
 }  // namespace zarn

@@ -134,7 +134,9 @@ int RunVerb::go() {
         write_output();
     }
     draw_plot();  // Ctrl-C ends this at once
-    if (options_.json) write_json_results(out, tessel::result_ok, run_->times(), run_->signals());
+    if (options_.json)
+        write_json_results(out, tessel::result_ok, run_->times(), run_->signals(),
+                           tessel::format(", \"findings\": {}", call_->findings_json()));
     else if (!options_.quiet) print_table();
     flush_out();  // a terminal shows results before what is said of them
     const auto& clock = run_->clock();

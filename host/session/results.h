@@ -48,8 +48,8 @@ private:
 void write_csv(OutputFile& file, const times_t& times, const std::vector<signal_t>& signals);
 
 /// One JSON object, piece by piece: the result; "series" with times, values and type of each signal "ID:PORT", and
-/// "signals" with its name, path, class and type.
+/// "signals" with its name, path, class and type; then `rest`, as members.
 void write_json_results(const std::function<void(std::string_view)>& out, tessel::result_t result, const times_t& times,
-                        const std::vector<signal_t>& signals);
+                        const std::vector<signal_t>& signals, std::string_view rest = {});
 
 }  // namespace zarn
