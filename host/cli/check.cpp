@@ -10,6 +10,7 @@
 #include "host/cli/command.h"
 #include "host/cli/verbs.h"
 #include "host/diagnose/diagnose.h"
+#include "host/diagnose/source.h"
 #include "host/document/read.h"
 
 namespace zarn {
@@ -48,7 +49,7 @@ int check(const check_arguments_t& arguments) {
         std::ostringstream text;
         print(findings, text, takes_colors(STDOUT_FILENO));
         out(text.str());
-        if (!arguments.common.quiet) out(arguments.common.model + ": " + summary(findings) + "\n");
+        if (!arguments.common.quiet) out(printable(arguments.common.model) + ": " + summary(findings) + "\n");
     }
     return failed ? status_model : status_ok;
 }

@@ -69,6 +69,7 @@ void analyse(analysis_t& analysis, Report& report, Document& document, const che
 
     sort_for_run(analysis);
     check_behaviour(analysis, report);
+    check_surprises(analysis, report);
     check_names(analysis, report);
 }
 

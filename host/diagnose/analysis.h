@@ -39,6 +39,8 @@ void check_settings(const graph_t& graph, Report& report);
 void check_parameters(const analysis_t& analysis, Report& report, const check_options_t& options);
 /// What will not run, or not as drawn: gates, and divisions that the processor refuses.
 void check_behaviour(const analysis_t& analysis, Report& report);
+/// What the system does on purpose and people do not expect.
+void check_surprises(const analysis_t& analysis, Report& report);
 /// Names: what they become in the workspace and in generated code.
 void check_names(const analysis_t& analysis, Report& report);
 

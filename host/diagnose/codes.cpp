@@ -46,10 +46,12 @@ constexpr std::array codes{
            "error; a warning in a referenced file, where the block is passed over",
            "The key of an element of \"blocks\" is no class name. Class names are told apart by case.",
            "Write one of the names that 'zarn blocks' lists."},
-    code_t{"Z109", "unknown-key", "A key means nothing, and one like it is missing", "warning",
-           "The key is none that this class reads, and it is very like one that is absent: most likely a "
-           "slip. What stands under it is not read.",
-           "Write the key that the message names."},
+    code_t{"Z109", "unknown-key", "A key means nothing",
+           "warning when a key like it, or one that is meant by it, is missing; else a note",
+           "Nobody reads the key, and what stands under it is lost. Either it is a slip, or a name from elsewhere "
+           "(\"gain\" is \"coeffA\" here, \"value\" is \"expression\", \"dt\" is \"ts\"), or an editor has left it for "
+           "itself.",
+           "Write the key that the message names, or take it out."},
     code_t{"Z110", "reference-unreadable", "A reference leads nowhere",
            "warning; an error when links need what it should bring",
            "The file that a refsys block names cannot be read, is not JSON or has no \"blocks\". The loader "
@@ -99,6 +101,21 @@ constexpr std::array codes{
            "machine, the ports of all blocks, and the paths of blocks, which hold the names of all subsystems "
            "around them.",
            "Make the model smaller; shorten names, or nest less deeply."},
+    code_t{"Z122", "link-end-missing", "A link leaves an end out",
+           "warning; an error when an input stays without a source",
+           "A link without \"srcId\" or \"dstId\" is read as one with the id 0, that of the root, and carries nothing.",
+           "Write the ids of both blocks."},
+    code_t{"Z123", "count-missing", "A block leaves out how many inputs it has", "error",
+           "Blocks with a choice of inputs have as many as \"inportCount\" says, and none without it.",
+           "Write \"inportCount\"."},
+    code_t{"Z124", "last-step", "Rounding drops the last step", "note",
+           "The time is a sum of steps. Where its rounding adds up to more than the end, the step at the end "
+           "itself is not made: from 0 to 2 by 0.01 a run ends at 1.99.",
+           "Write an end half a step later."},
+    code_t{"Z125", "default-stands-in", "A default stands in for a parameter", "note",
+           "The block has some of its parameters in the file, or is known by a word such as an operator, and "
+           "what is missing has the default of its class.",
+           "Write the parameter, if only for the reader."},
     code_t{"Z201", "input-without-source", "An input has no source", "error",
            "Every input of every block needs a link, but for that of an inport in the root. The compile ends"
            " with result_source_missing, without saying where.",
@@ -204,10 +221,12 @@ constexpr std::array codes{
     code_t{"Z401", "expression-refused", "An expression cannot be evaluated", "error",
            "The interpreter refused the text of a parameter.",
            "Give the workspace what it names (-w FILE.py, -e CODE), or mend the expression."},
-    code_t{"Z402", "expression-not-evaluated", "An expression was not evaluated", "warning",
-           "A check executes nothing unless it is told to, so it reads literal values only. What lies behind"
-           " such a value, such as the type of a constant, is not checked.",
-           "Check with --python, -w FILE.py or -e CODE."},
+    code_t{
+        "Z402", "expression-not-evaluated", "An expression was not evaluated", "warning",
+        "A check executes nothing unless it is told to, so it reads literal values only; three or more are told in one "
+        "finding. What lies behind"
+        " such a value, such as the type of a constant, is not checked.",
+        "Check with --python, -w FILE.py or -e CODE."},
     code_t{"Z403", "random-range", "A random block has no range", "error when the range is 0, else a warning",
            "The range is the whole part of max - min + 1. Dividing by a range of 0 is a fault that ends the "
            "program; a negative one is taken for a huge one.",
@@ -217,7 +236,7 @@ constexpr std::array codes{
            " as many elements as \"bp2\" has.",
            "Write the missing elements."},
     code_t{"Z405", "breakpoints-not-rising", "Breakpoints do not rise", "warning",
-           "Each breakpoint must be above the one before it; between others the table gives numbers without "
+           "Each breakpoint must be finite and above the one before it; between others the table gives numbers without "
            "meaning, or none.",
            "Sort the breakpoints, and the table with them."},
     code_t{"Z406", "squarewave-times", "A time of a squarewave is negative",
@@ -261,6 +280,17 @@ constexpr std::array codes{
         "All memory blocks have zone 0. Which of two is stepped first comes of the order of the file: the second one "
         "reads what the first has just put out, and delays nothing, or what it put out in the step before.",
         "Put another block between them: then each delays by a step."},
+    code_t{"Z421", "third-input", "A subtract block has three inputs", "note",
+           "The second difference is taken first: input 0 - (input 1 - input 2), which is input 0 - input 1 + "
+           "input 2.",
+           "Put two blocks in a row where both are to be taken off."},
+    code_t{"Z422", "quotient-cut", "A quotient is cut to 0", "note",
+           "In an expression // leaves the whole part of a quotient, and 1 // 2 is 0.",
+           "Write / where the fraction counts."},
+    code_t{"Z423", "text-for-number", "A text stands where a number belongs", "warning",
+           "The expression gives a text. The block works with numbers, and takes the text for the one that it "
+           "begins with, or for 0.",
+           "Write an expression that gives a number."},
     code_t{"Z501", "no-identifier", "A name is no identifier in generated code",
            "warning; a note for letters beyond ASCII",
            "Generated C and Python use the block's name, with its id behind it, as the name of a variable, "

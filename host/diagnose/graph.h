@@ -53,6 +53,7 @@ struct edge_t {
     std::int16_t src_port = 0, dst_port = 0;
     std::size_t file = 0;
     std::string pointer;
+    std::size_t finding = none;  // the finding that an end of it is not written
 };
 
 /// A reference that was followed.

@@ -196,6 +196,7 @@ void Loader::main_file() {
             refer(before);
         }
     }
+    if (file.is_object()) check_file_keys(*report_, file, 0);
     links(0, none, {}, severity_t::error);
     settings(0);
 }
@@ -227,7 +228,8 @@ void Loader::links(std::size_t file, std::size_t reference, const fresh_ids& ids
         tessel::PropertiesModel one;
         one.import_json(json{{"links", json::array({kept})}}, true);
         const auto& link = one.links.front();
-        graph_.edges.push_back({fresh(link.srcId), fresh(link.dstId), link.srcPort, link.dstPort, file, pointer});
+        graph_.edges.push_back({fresh(link.srcId), fresh(link.dstId), link.srcPort, link.dstPort, file, pointer,
+                                check_link_ends(*report_, *value, file, pointer)});
     }
 }
 

@@ -16,7 +16,9 @@ namespace {
 
 using nlohmann::json;
 
-std::string dumped(const json& value) { return value.dump(2, ' ', false, json::error_handler_t::replace) + "\n"; }
+std::string dumped(const json& value) {
+    return plain_json(value.dump(2, ' ', false, json::error_handler_t::replace)) + "\n";
+}
 
 std::array<std::size_t, 3> count(std::span<const finding_t> findings) {
     std::array<std::size_t, 3> counts{};

@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <set>
 
 #include "core/convert.h"
 #include "core/str.h"
 #include "host/diagnose/analysis.h"
 #include "host/diagnose/nearest.h"
 #include "host/diagnose/source.h"
+#include "host/diagnose/workspace.h"
 
 namespace zarn {
 namespace {
@@ -19,6 +21,13 @@ using tessel::var_t;
 using tessel::str::shortest;
 
 bool is_blank(std::string_view text) { return text.find_first_not_of(" \t\r\n") == std::string_view::npos; }
+
+/// An expression that the bridge at hand cannot evaluate, and another workspace may.
+struct waiting_t {
+    const node_t* node;
+    std::string key;
+    const evaluation_t* evaluation;
+};
 
 class Parameters {
 public:
@@ -33,7 +42,9 @@ public:
             check_result(node, evaluations, analysis_.typing.results[i]);
             check_mixture(node);
             if (analysis_.typing.results[i] == tessel::result_ok) check_values(node, evaluations);
+            check_kinds(node, evaluations);
         }
+        tell_waiting();
     }
 
 private:
@@ -46,16 +57,68 @@ private:
             told.push_back(key);
             const bool series = evaluation.kind == evaluation_t::kind_t::series;
             const bool hopeless = is_blank(evaluation.text) || evaluation.text == "[]";
+            if (!hopeless && waits_for_workspace(evaluation)) {
+                waiting_.push_back({&node, key, &evaluation});
+                continue;
+            }
             if (hopeless)
                 report_.at_block(series ? "Z412" : "Z401", severity_t::error, node,
                                  tessel::format("\"{}\" is empty{}", key, series ? ", and names no series" : ""),
                                  series ? "write an expression that gives a series" : "write an expression");
-            else if (!options_.final_bridge)
-                report_.at_block("Z402", severity_t::warning, node,
-                                 tessel::format("\"{}\" is the expression {}, which is not evaluated here", key,
-                                                in_quotes(evaluation.text)),
-                                 "check with --python, -w FILE.py or -e CODE to have it evaluated");
             else tell_refused(node, evaluation, key, series);
+            point_at(node, key);
+        }
+    }
+
+    /// Whether an expression may be fine once the workspace has been made.
+    bool waits_for_workspace(const evaluation_t& evaluation) const {
+        if (!options_.final_bridge) return true;
+        return evaluation.kind != evaluation_t::kind_t::series && evaluation.told.ends_with("is not defined");
+    }
+
+    /// What waits for a workspace, in one finding where there are many.
+    void tell_waiting() {
+        std::vector<std::string> names;
+        std::set<std::string> known;
+        for (const waiting_t& waiting : waiting_)
+            for (std::string& name : names_in(waiting.evaluation->text))
+                if (known.insert(name).second) names.push_back(std::move(name));
+        if (waiting_.size() < most_single || names.empty()) {
+            for (const waiting_t& waiting : waiting_) tell_single(waiting);
+            return;
+        }
+        const finding_id id = report_.at_place(
+            options_.final_bridge ? "Z401" : "Z402", options_.final_bridge ? severity_t::error : severity_t::warning, 0,
+            "", tessel::format("{} need {}: -w FILE.py", counted(waiting_.size(), "expression"), few_of(names)),
+            "name the file that makes them with -w FILE.py");
+        for (const waiting_t& waiting : waiting_)
+            report_[id].steps.push_back(tessel::format("{}: \"{}\" is {}", waiting.node->path, waiting.key,
+                                                       in_quotes(waiting.evaluation->text)));
+    }
+
+    void tell_single(const waiting_t& waiting) {
+        if (options_.final_bridge)
+            tell_refused(*waiting.node, *waiting.evaluation, waiting.key,
+                         waiting.evaluation->kind == evaluation_t::kind_t::series);
+        else
+            report_.at_block("Z402", severity_t::warning, *waiting.node,
+                             tessel::format("\"{}\" is the expression {}, which is not evaluated here", waiting.key,
+                                            in_quotes(waiting.evaluation->text)),
+                             "check with --python, -w FILE.py or -e CODE to have it evaluated");
+        point_at(*waiting.node, waiting.key);
+    }
+
+    /// Texts where blocks work with numbers.
+    void check_kinds(const node_t& node, const evaluations_t& evaluations) {
+        if (node.is(hash_constant)) return;  // of which the signal itself is a text
+        for (const evaluation_t& evaluation : evaluations) {
+            if (evaluation.kind != evaluation_t::kind_t::value || evaluation.result != tessel::result_ok) continue;
+            if (!evaluation.value.is_text()) continue;
+            const std::string key = key_of(node, evaluation);
+            report_.at_block("Z423", severity_t::warning, node,
+                             tessel::format("\"{}\" is the text {} where a number belongs; it counts as {}", key,
+                                            in_quotes(evaluation.value.text()), shortest(double(evaluation.value))),
+                             "write an expression that gives a number");
             point_at(node, key);
         }
     }
@@ -168,6 +231,15 @@ private:
                              "write at least two breakpoints");
             point_at(node, parameter.key);
         }
+        if (std::ranges::any_of(values, [](const var_t& value) { return !std::isfinite(double(value)); })) {
+            report_.at_block("Z405", severity_t::warning, node,
+                             tessel::format("the breakpoints in \"{}\" are not all finite, and between others the table "
+                                            "gives no number",
+                                            parameter.key),
+                             "write finite breakpoints that rise");
+            point_at(node, parameter.key);
+            return;
+        }
         for (std::size_t i = 1; i < values.size(); ++i) {
             if (double(values[i - 1]) < double(values[i])) continue;
             report_.at_block(
@@ -279,9 +351,12 @@ private:
         if (!key.empty() && finding.pointer == node.pointer) finding.pointer += segment(key);
     }
 
+    static constexpr std::size_t most_single = 3;  // as many expressions are not told one by one
+
     const analysis_t& analysis_;
     Report& report_;
     const check_options_t& options_;
+    std::vector<waiting_t> waiting_;
 };
 
 }  // namespace

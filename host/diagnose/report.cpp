@@ -1,6 +1,7 @@
 #include "host/diagnose/report.h"
 
 #include <algorithm>
+#include <array>
 #include <numeric>
 #include <tuple>
 #include <unordered_map>
@@ -24,8 +25,38 @@ finding_id Report::at_place(const char* code, severity_t severity, std::size_t f
     return findings_.size() - 1;
 }
 
+finding_id Report::follow(finding_id cause, severity_t severity, std::string_view what) {
+    finding_t& finding = findings_[cause];
+    if (severity != severity_t::error) return cause;
+    constexpr std::string_view starving = " stays without a source";
+    if (finding.severity != severity_t::error && what.ends_with(starving))
+        finding.what += what.substr(std::min(what.rfind("; "), what.size()));
+    finding.severity = severity_t::error;
+    return cause;
+}
+
+finding_id Report::omission_at(const char* code, const node_t& node) const {
+    constexpr std::array<std::string_view, 5> due{"Z201", "Z301", "Z302", "Z303", "Z304"};
+    const auto found = uncounted_.find(node.id());
+    return found != uncounted_.end() && std::ranges::find(due, code) != due.end() ? found->second.finding : none;
+}
+
+finding_id Report::count_missing(const edge_t& edge, const node_t& node) {
+    uncounted_t& known = uncounted_[node.id()];
+    if (known.finding == none) known.finding = at_block("Z123", severity_t::warning, node, "", "");
+    finding_t& finding = findings_[known.finding];
+    known.needed = std::max(known.needed, static_cast<std::size_t>(edge.dst_port) + 1);
+    finding.steps.push_back(edge.pointer);
+    finding.what = tessel::format("\"inportCount\" is missing, so the block has {} inputs, and {} into it {} nowhere",
+                                  node.inputs(), counted(finding.steps.size(), "link"),
+                                  finding.steps.size() == 1 ? "leads" : "lead");
+    finding.mend = tessel::format("write \"inportCount\": {}", known.needed);
+    return known.finding;
+}
+
 finding_id Report::at_block(const char* code, severity_t severity, const node_t& node, std::string what,
                             std::string mend) {
+    if (const finding_id omission = omission_at(code, node); omission != none) return follow(omission, severity, what);
     if (node.reference != none && graph_.references[node.reference].garbled) {
         const finding_id cause = graph_.references[node.reference].finding;
         if (severity == severity_t::error) findings_[cause].severity = severity_t::error;
@@ -39,6 +70,10 @@ finding_id Report::at_block(const char* code, severity_t severity, const node_t&
 
 finding_id Report::at_link(const char* code, severity_t severity, const edge_t& edge, const node_t* node,
                            std::string what, std::string mend) {
+    if (edge.finding != none) return follow(edge.finding, severity, what);
+    if (node != nullptr && std::string_view(code) == "Z203" && edge.dst == node->id() && node->row != nullptr &&
+        node->row->inputs < 0 && node->properties->inportCount == 0 && edge.dst_port >= 0)
+        return follow(count_missing(edge, *node), severity, what);
     if (node == nullptr) return at_place(code, severity, edge.file, edge.pointer, std::move(what), std::move(mend));
     const finding_id id = at_block(code, severity, *node, std::move(what), std::move(mend));
     if (findings_[id].code != code) return id;  // told of the reference instead

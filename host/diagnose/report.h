@@ -3,6 +3,8 @@
 
 #include <span>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -51,6 +53,14 @@ public:
     std::vector<finding_t> take();
 
 private:
+    /// The finding that an object leaves out what another finding comes from, which then is told there; `none` when
+    /// there is no such.
+    finding_id omission_at(const char* code, const node_t& node) const;
+    /// Lets a finding take in another that follows from it.
+    finding_id follow(finding_id cause, severity_t severity, std::string_view what);
+    /// A link into a port that is missing because the number of ports is not written.
+    finding_id count_missing(const edge_t& edge, const node_t& node);
+
     /// The finding about the reference to which a block's faults are due.
     std::size_t cause_at(const node_t& node) const;
     /// Lines and columns of the findings in a file.
@@ -59,6 +69,11 @@ private:
     const graph_t& graph_;
     std::vector<finding_t> findings_;
     std::vector<std::size_t> files_;  // of each finding, its file
+    struct uncounted_t {
+        finding_id finding = none;
+        std::size_t needed = 0;  // inputs that links lead to
+    };
+    std::unordered_map<std::uint64_t, uncounted_t> uncounted_;  // by id, blocks without the "inportCount" they need
 };
 
 }  // namespace zarn

@@ -48,6 +48,24 @@ std::string in_quotes(std::string_view text) {
     return clean + "'";
 }
 
+std::string plain_json(std::string_view json) {
+    std::string plain;
+    plain.reserve(json.size());
+    while (!json.empty()) {
+        const std::size_t length = std::max<std::size_t>(character_length(json), 1);
+        const std::string_view character = json.substr(0, length);
+        if (const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(character[i]) & 0x3Fu; };
+            length == 2 && is_control(character))
+            plain += tessel::format("\\u{:04x}", (byte(0) & 0x1Fu) << 6u | byte(1));
+        else if (length == 3 && is_control(character))
+            plain += tessel::format("\\u{:04x}", (byte(0) & 0x0Fu) << 12u | byte(1) << 6u | byte(2));
+        else if (character == "\x7F") plain += "\\u007f";
+        else plain += character;
+        json.remove_prefix(length);
+    }
+    return plain;
+}
+
 std::string printable(std::string_view text) {
     std::string clean;
     clean.reserve(text.size());

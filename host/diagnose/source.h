@@ -14,6 +14,9 @@ std::string counted(std::size_t count, std::string_view noun);
 /// Text for a message: cut where it is long, without line ends.
 std::string in_quotes(std::string_view text);
 
+/// JSON with its control characters beyond ASCII, and the marks that turn the direction of a text, as escapes.
+std::string plain_json(std::string_view json);
+
 /// Text that does to a terminal nothing but appear, on one line: control characters are blanks, and bytes that are no
 /// UTF-8 the mark for such.
 std::string printable(std::string_view text);

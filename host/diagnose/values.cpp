@@ -8,6 +8,7 @@
 
 #include "PropertiesModel.h"
 #include "core/convert.h"
+#include "host/diagnose/everyday.h"
 #include "host/diagnose/nearest.h"
 #include "host/diagnose/source.h"
 
@@ -137,20 +138,55 @@ public:
     void check_keys() {
         std::vector<std::string> known(block_keys.begin(), block_keys.end());
         for (const auto& parameter : row_->traits().parameters) known.emplace_back(parameter.key);
-        std::ranges::sort(known);
+        check_names(known, row_->name);
+        check_members("geometry", {"x", "y", "width", "height", "rotation"});
+        for (const char* color : {"bg", "backgroundColor"}) check_members(color, {"red", "green", "blue", "alpha"});
         for (const auto& [key, value] : object_.items()) {
-            if (!std::ranges::binary_search(known, key)) {
-                const std::string near = nearest_name(key, known);
-                if (near.empty() || object_.contains(near)) continue;
-                tell("Z109", severity_t::warning, segment(key),
-                     tessel::format("the key \"{}\" means nothing here, and \"{}\" is missing", key, near),
-                     tessel::format("write \"{}\"", near));
-            } else if (key == "id" || key == "parent") {
+            if (key == "id" || key == "parent") {
                 check_integer<std::uint64_t>(key, value, mend_id);
             } else if (is_parameter(key)) {
                 check_integer<int>(key, value, "write the number as a text, in quotes");
             }
         }
+    }
+
+    /// Parameters for which a default stands in although it looks as if all were written.
+    void check_defaults() {
+        if (row_->defaults == nullptr) return;
+        std::string missing, values;
+        std::size_t count = 0, keywords = 0, given = 0;
+        for (const auto& [key, parameter] : *row_->defaults) {
+            if (object_.contains(key)) {
+                ++given;
+                continue;
+            }
+            if (parameter.value.is_text() && std::string_view(parameter.value.text()) == "0.0")
+                continue;  // adds nothing
+            missing += (count == 0 ? "\"" : ", \"") + key + "\"";
+            values += (count == 0 ? "" : ", ") +
+                      (parameter.value.is_text() ? std::string(parameter.value.text()) : parameter.value.to_string());
+            ++count;
+            if (key == "operator" || key == "type") ++keywords;
+        }
+        if (count == 0 || (given == 0 && keywords == 0)) return;
+        tell("Z125", severity_t::note, "",
+             tessel::format("{} {} missing, and {} {} in", missing, count == 1 ? "is" : "are", values,
+                            count == 1 ? "stands" : "stand"),
+             "write what is meant");
+    }
+
+    /// Keys that nobody reads. `owner` is what the object is, for messages.
+    void check_names(const std::vector<std::string>& known, std::string_view owner) {
+        for (const auto& [key, value] : object_.items())
+            if (std::ranges::find(known, key) == known.end()) tell_unread(key, "", object_, known, owner);
+    }
+
+    /// The same in an object inside this one.
+    void check_members(const char* key, const std::vector<std::string>& known) {
+        const auto found = object_.find(key);
+        if (found == object_.end() || !found->is_object()) return;
+        for (const auto& [inner, value] : found->items())
+            if (std::ranges::find(known, inner) == known.end()) tell_unread(inner, key, *found, known, key);
     }
 
     /// The object without the values that `read` refuses.
@@ -166,6 +202,26 @@ public:
     }
 
 private:
+    /// A slip is told with the key that is missing, a name from elsewhere with what it means here, any other as what
+    /// an editor may have left for itself.
+    void tell_unread(const std::string& key, const std::string& within, const json& object,
+                     const std::vector<std::string>& known, std::string_view owner) {
+        const std::string place = (within.empty() ? "" : segment(within)) + segment(key);
+        std::string meant = everyday_key(key, known);
+        if (meant.empty()) meant = nearest_name(key, known);
+        if (!meant.empty() && !object.contains(meant)) {
+            tell("Z109", severity_t::warning, place,
+                 tessel::format("the key \"{}\" means nothing here, and \"{}\" is missing", key, meant),
+                 tessel::format("write \"{}\"", meant));
+            return;
+        }
+        std::string list;
+        for (const std::string& name : known) list += (list.empty() ? "\"" : ", \"") + name + "\"";
+        tell("Z109", severity_t::note, place,
+             tessel::format("the key \"{}\" means nothing in {}, and what stands under it is not read", key, owner),
+             tessel::format("take it out; {} has the keys {}", owner, list));
+    }
+
     bool is_parameter(const std::string& key) const {
         return row_ != nullptr && std::ranges::any_of(row_->traits().parameters,
                                                       [&key](const auto& parameter) { return key == parameter.key; });
@@ -212,6 +268,7 @@ json check_block_values(Report& report, const json& object, const tessel::class_
     Values values(report, object, file, pointer, weight);
     values.about(row);
     values.check_keys();
+    values.check_defaults();
     refused = values.check_port_count();
     json kept = object;
     try {
@@ -238,12 +295,26 @@ json check_link_values(Report& report, const json& link, std::size_t file, const
     }
     refused = false;
     Values values(report, link, file, pointer, weight);
+    values.check_names({"srcId", "dstId", "srcPort", "dstPort", "label", "breakpoints"}, "a link");
     json kept = values.without_refused(read, refused);
     for (const auto& [key, value] : kept.items()) {
         if (key == "srcId" || key == "dstId") values.check_integer<std::uint64_t>(key, value, mend_id);
         else if (key == "srcPort" || key == "dstPort") values.check_port(key, value);
     }
     return kept;
+}
+
+finding_id check_link_ends(Report& report, const json& link, std::size_t file, const std::string& pointer) {
+    const bool source = link.contains("srcId"), target = link.contains("dstId");
+    if (source && target) return none;
+    const std::string missing = source ? "\"dstId\"" : target ? "\"srcId\"" : "\"srcId\" and no \"dstId\"";
+    return report.at_place("Z122", severity_t::warning, file, pointer, "this link has no " + missing,
+                           "write the ids of the blocks at its ends, or take the link out");
+}
+
+void check_file_keys(Report& report, const json& root, std::size_t file) {
+    Values(report, root, file, "", severity_t::warning)
+        .check_names({"blocks", "links", "model", "metadata"}, "a model file");
 }
 
 bool check_setting_values(Report& report, const json& settings, std::size_t file) {
@@ -258,7 +329,9 @@ bool check_setting_values(Report& report, const json& settings, std::size_t file
         properties.import_json(json{{"model", one}}, false);
     };
     bool refused = false;
-    Values(report, settings, file, "/model", severity_t::error).without_refused(read, refused);
+    Values values(report, settings, file, "/model", severity_t::error);
+    values.check_names({"ti", "tf", "ts"}, "\"model\"");
+    values.without_refused(read, refused);
     return !refused;
 }
 

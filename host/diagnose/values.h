@@ -19,6 +19,12 @@ nlohmann::json check_block_values(Report& report, const nlohmann::json& object, 
 nlohmann::json check_link_values(Report& report, const nlohmann::json& link, std::size_t file,
                                  const std::string& pointer, bool& refused, severity_t weight);
 
+/// Reports an end that a link's object leaves out. Returns the finding, `none` when both are there.
+finding_id check_link_ends(Report& report, const nlohmann::json& link, std::size_t file, const std::string& pointer);
+
+/// Reports keys of a file that nobody reads.
+void check_file_keys(Report& report, const nlohmann::json& root, std::size_t file);
+
 /// The same for the "model" object. Returns whether the library can read it.
 bool check_setting_values(Report& report, const nlohmann::json& settings, std::size_t file);
 

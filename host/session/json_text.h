@@ -9,12 +9,13 @@
 #include <type_traits>
 
 #include "core/str.h"
+#include "host/diagnose/source.h"
 
 namespace zarn {
 
 /// A JSON string; bytes that are no UTF-8 are replaced.
 inline std::string json_string(std::string_view text) {
-    return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    return plain_json(nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
 }
 
 /// A number that every reader of doubles reads back exactly: floats in the shortest such form, nan, inf and -inf within

@@ -27,6 +27,10 @@ TEST(Texts, PrintableHoldsNothingThatATerminalObeys) {
     EXPECT_EQ(printable(std::string_view("a\0b", 3)), "a b");
 }
 
+TEST(Texts, JsonHoldsNothingThatATerminalObeys) {
+    EXPECT_EQ(plain_json("\"a\xC2\x9B\x7F\xE2\x80\xAE\xC3\xA4\\n\""), "\"a\\u009b\\u007f\\u202e\xC3\xA4\\n\"");
+}
+
 TEST(Texts, InQuotesKeepsWholeCharacters) {
     std::string text;
     for (int i = 0; i < 40; ++i) text += "\xC3\xA4";
