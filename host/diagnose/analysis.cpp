@@ -3,11 +3,15 @@
 #include <algorithm>
 #include <tuple>
 
+#include "PropertiesModel.h"
 #include "core/python.h"
 #include "host/diagnose/source.h"
 #include "host/document/limits.h"
+#include "host/document/load.h"
 #include "model/rules/order.h"
 #include "model/rules/tree.h"
+#include "model/rules/zones.h"
+#include "port.h"
 
 namespace zarn {
 namespace {
@@ -30,7 +34,25 @@ void sort_for_run(analysis_t& analysis) {
     }
 }
 
+/// Takes the stand-in for missing sources out of a model that others will use.
+void drop_ghost(analysis_t& analysis) {
+    for (const node_t& node : analysis.graph.nodes)
+        for (std::size_t i = 0; i < node.inputs(); ++i) {
+            auto* input = node.block->input(static_cast<std::int16_t>(i));
+            if (input->source_block() != analysis.typing.ghost.get()) continue;
+            const tessel::type_t type = input->type();
+            *input = tessel::port_t();
+            input->set_type(type);
+        }
+}
+
 }  // namespace
+
+own_model_t::own_model_t(Document& document)
+    : properties(std::make_shared<tessel::PropertiesModel>()), model(tessel::rules::create_watched_meta_model([](const auto&) {})) {
+    model->set_properties(properties);
+    result = load(*model, document);
+}
 
 void analyse(analysis_t& analysis, Report& report, Document& document, const check_options_t& options) {
     graph_t& graph = analysis.graph;
@@ -39,7 +61,16 @@ void analyse(analysis_t& analysis, Report& report, Document& document, const che
         report.at_place("Z121", severity_t::error, 0, "", std::move(excess.what), std::move(excess.mend));
         return;
     }
-    load_graph(graph, report, document);
+    loaded_t loaded;
+    if (options.loaded == nullptr && document.main().sections() != nullptr) {
+        Recorder keep_silent;  // what the library says of the files is told in the findings
+        analysis.own = own_model_t(document);
+        if (analysis.own.result == tessel::result_ok)
+            loaded = {analysis.own.model.get(), analysis.own.properties.get()};
+    } else if (options.loaded != nullptr) {
+        loaded = *options.loaded;
+    }
+    load_graph(graph, report, document, loaded.model != nullptr ? &loaded : nullptr);
     for (const auto& [key, value] : options.settings)
         (key == "ti" ? graph.ti : key == "tf" ? graph.tf : graph.ts) = value;
     if (graph.files.empty() || graph.files[0].json.is_discarded() || graph.files[0].json.is_null()) return;
@@ -71,6 +102,7 @@ void analyse(analysis_t& analysis, Report& report, Document& document, const che
     check_behaviour(analysis, report);
     check_surprises(analysis, report);
     check_names(analysis, report);
+    if (graph.is_adopted) drop_ghost(analysis);
 }
 
 }  // namespace zarn

@@ -11,7 +11,18 @@
 
 namespace zarn {
 
+/// A model that the checks have loaded for themselves.
+struct own_model_t {
+    std::shared_ptr<tessel::PropertiesModel> properties;
+    std::shared_ptr<tessel::IMetaModel> model;
+    tessel::result_t result = tessel::result_failure;
+
+    own_model_t() = default;
+    explicit own_model_t(Document& document);
+};
+
 struct analysis_t {
+    own_model_t own;  // whose blocks the graph may have adopted
     graph_t graph;
     wiring_t wiring;
     typing_t typing;

@@ -9,8 +9,6 @@
 #include "framework/MetaBlock.h"
 #include "host/diagnose/analysis.h"
 #include "host/diagnose/source.h"
-#include "json.h"
-#include "model/rules/zones.h"
 
 namespace zarn {
 namespace {
@@ -35,28 +33,26 @@ constexpr const char* meaning_of(tessel::result_t result) noexcept {
 }
 
 /// Lets the library do what a run would do, but for the run, and tells when it refuses.
-void confirm(const analysis_t& analysis, Report& report) {
+void confirm(const analysis_t& analysis, Document& document, Report& report) {
     const auto disagree = [&report](const std::string& what) {
         report.at_place("Z901", severity_t::error, 0, "", what,
                         "this is a fault of the checks; please report it with the model");
     };
     Recorder keep_silent;
-    const auto model = tessel::rules::create_watched_meta_model([](const auto&) {});
-    auto properties = std::make_shared<tessel::PropertiesModel>();
-    model->set_properties(properties);
-    const std::filesystem::path& file = analysis.graph.files[0].source->path();
-    std::error_code ignored;
-    const auto before = std::filesystem::current_path(ignored);
-    if (!file.parent_path().empty()) std::filesystem::current_path(file.parent_path(), ignored);
-    tessel::result_t result = tessel::json::load(model.get(), file.filename().string());
-    std::filesystem::current_path(before, ignored);
-    if (result != tessel::result_ok) return disagree("load refuses this file: " + describe_result(result, *model));
-    properties->set("ti", analysis.graph.ti);
-    properties->set("tf", analysis.graph.tf);
-    properties->set("ts", analysis.graph.ts);
-    result = model->compile();
-    if (result != tessel::result_ok) return disagree("compile refuses this model: " + describe_result(result, *model));
-    for (const auto& block : *model) {
+    own_model_t fresh;
+    if (!analysis.graph.is_adopted) {
+        fresh = own_model_t(document);
+        if (fresh.result != tessel::result_ok)
+            return disagree("load refuses this file: " + describe_result(fresh.result, *fresh.model));
+    }
+    const own_model_t& own = analysis.graph.is_adopted ? analysis.own : fresh;
+    own.properties->set("ti", analysis.graph.ti);
+    own.properties->set("tf", analysis.graph.tf);
+    own.properties->set("ts", analysis.graph.ts);
+    const auto result = own.model->compile();
+    if (result != tessel::result_ok)
+        return disagree("compile refuses this model: " + describe_result(result, *own.model));
+    for (const auto& block : *own.model) {
         if (block == nullptr || block->class_hash() == hash_subsys || block->class_hash() == hash_refsys) continue;
         if (block->create_exec() == nullptr) disagree(tessel::format("block {} has no runnable form", block->name()));
     }
@@ -90,9 +86,9 @@ std::vector<finding_t> diagnose(Document& document, const check_options_t& optio
     const auto told = report.peek();
     const bool looked_at_all = std::ranges::none_of(told, [](const finding_t& f) { return f.code == "Z402"; });
     if (options.confirm && looked_at_all && !has_errors(told) && !analysis.graph.nodes.empty() &&
-        document.endless_reference() == nullptr) {
+        options.loaded == nullptr) {
         auto sink = tessel::log::set_sink(no_sink);
-        confirm(analysis, report);
+        confirm(analysis, document, report);
         tessel::log::set_sink(std::move(sink));
     }
     return report.take();

@@ -11,6 +11,10 @@
 #include "IMetaModel.h"
 #include "core/result.h"
 
+namespace tessel {
+class PropertiesModel;
+}
+
 namespace zarn {
 
 class Document;
@@ -38,14 +42,23 @@ struct finding_t {
     std::vector<std::string> steps;  ///< the way through the diagram, link by link, for loops and chains
 };
 
+/// A model into which a document has been loaded without a failure, and that nobody has compiled.
+struct loaded_t {
+    tessel::IMetaModel* model = nullptr;
+    tessel::PropertiesModel* properties = nullptr;
+};
+
 struct check_options_t {
     /// Whether the bridge in use is the one that a run will use: an expression that it refuses is an error then, and
     /// else one that was not looked at.
     bool final_bridge = false;
     /// Settings ("ti", "tf", "ts") that stand in for the model's own.
     std::vector<std::pair<std::string, double>> settings;
-    /// Whether a model without errors is given to the library as well, to see that both agree.
+    /// Whether a model without errors is compiled as well, to see that both agree; not one that is loaded already.
     bool confirm = false;
+    /// The model that is to be run, if it has been loaded already: the checks then work out types on its own blocks,
+    /// so that a compile finds every expression evaluated. Left out, the checks load one for themselves.
+    const loaded_t* loaded = nullptr;
 };
 
 /// Every problem of a model file, in the order of files and places. Evaluates parameter expressions through the bridge

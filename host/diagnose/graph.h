@@ -25,19 +25,29 @@ struct file_t {
     nlohmann::json json;
 };
 
+/// A share in nothing: the model owns its blocks.
+template <class T>
+std::shared_ptr<T> not_owned(T* object) {
+    return std::shared_ptr<T>(std::shared_ptr<void>(), object);
+}
+
 /// A block, as an object of the library that belongs to no model, with the ports and parameters that the loader would
 /// have given it.
 struct node_t {
-    std::unique_ptr<tessel::IMetaBlock> block;
-    std::shared_ptr<tessel::PropertiesBlock> properties;
+    std::shared_ptr<tessel::IMetaBlock> block;  // its own, or without a share in the model that owns it
+    std::shared_ptr<const tessel::PropertiesBlock> properties;
     const tessel::class_row_t* row = nullptr;
     std::uint64_t written_id = 0;  // as the file has it; blocks of references get ids of their own
     std::size_t file = 0;
     std::size_t reference = none;  // position in `references` of the one that brought the block
-    std::string pointer;           // of the block's object in its file
+    std::string pointer;           // of the block's object in its file, where `element` does not tell it
+    std::size_t element = none;    // position in its file's "blocks"
     std::string path;              // for messages; always set
     bool damaged = false;          // the file holds values for it that the library refuses
     bool hangs = true;             // whether the way up ends at the root
+
+    /// JSON pointer of the block's object in its file.
+    std::string place() const;
 
     std::uint64_t id() const noexcept { return properties->id; }
     std::uint64_t parent() const noexcept { return properties->parent; }
@@ -52,8 +62,12 @@ struct edge_t {
     std::uint64_t src = 0, dst = 0;
     std::int16_t src_port = 0, dst_port = 0;
     std::size_t file = 0;
-    std::string pointer;
+    std::string pointer;         // where `element` does not tell it
+    std::size_t element = none;  // position in its file's "links"
     std::size_t finding = none;  // the finding that an end of it is not written
+
+    /// JSON pointer of the link in its file.
+    std::string place() const;
 };
 
 /// A reference that was followed.
@@ -73,6 +87,7 @@ struct graph_t {
     std::vector<reference_t> references;
     double ti = 0.0, tf = 10.0, ts = 1.0;
     bool has_root = false;
+    bool is_adopted = false;                    // whether the blocks are those of a loaded model
     std::unordered_set<std::uint64_t> skipped;  // ids of elements that no block could be made of
 
     /// First block with that id, or null.
@@ -85,8 +100,11 @@ struct graph_t {
 
 class Report;
 struct check_options_t;
+struct loaded_t;
 
-/// Fills a graph from a document, which must outlive it, and reports what is wrong with the files themselves.
-void load_graph(graph_t& graph, Report& report, Document& document);
+/// Fills a graph from a document, which must outlive it, and reports what is wrong with the files themselves. The
+/// blocks are those of the model that the library has loaded, as far as there is one that holds what the files say;
+/// else they are made for the graph alone.
+void load_graph(graph_t& graph, Report& report, Document& document, const loaded_t* loaded);
 
 }  // namespace zarn

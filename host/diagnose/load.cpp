@@ -6,6 +6,7 @@
 #include "PropertiesModel.h"
 #include "core/hash.h"
 #include "factory.h"
+#include "framework/MetaBlock.h"
 #include "host/diagnose/classes.h"
 #include "host/diagnose/nearest.h"
 #include "host/diagnose/tree.h"
@@ -128,8 +129,9 @@ bool Loader::insert(const element_t& element, std::size_t file, std::size_t refe
     const json kept =
         check_block_values(*report_, *element.object, *element.row, file, element.pointer, refused, weight);
     node_t node;
-    node.properties = std::make_shared<tessel::PropertiesBlock>();
-    node.block = tessel::factory::create(element.row->name, node.properties);
+    const auto properties = std::make_shared<tessel::PropertiesBlock>();
+    node.properties = properties;
+    node.block = tessel::factory::create(element.row->name, properties);
     node.block->import_json(kept);
     node.row = element.row;
     node.written_id = node.properties->id;
@@ -143,18 +145,18 @@ bool Loader::insert(const element_t& element, std::size_t file, std::size_t refe
         report_->at_place("Z115", severity_t::error, file, element.pointer,
                           tessel::format("the blocks up to this one have {} inputs together", total_ports_),
                           "write the number of inputs that each block has, at most 8");
-        node.properties->inportCount = 0;
-        node.block = tessel::factory::create(element.row->name, node.properties);
+        properties->inportCount = 0;
+        node.block = tessel::factory::create(element.row->name, properties);
         total_ports_ = 0;
     }
     graph_.nodes.push_back(std::move(node));
     return !refused;
 }
 
-void Loader::insert_root() {
+void Loader::insert_root(std::shared_ptr<tessel::IMetaBlock> block) {
     node_t root;
-    root.properties = std::make_shared<tessel::PropertiesBlock>();
-    root.block = tessel::factory::create("subsys", root.properties);
+    root.properties = not_owned(&static_cast<const tessel::MetaBlock&>(*block).properties());
+    root.block = std::move(block);
     root.block->set_name("mainsys");
     root.row = tessel::factory::find_class(hash_subsys);
     graph_.nodes.push_back(std::move(root));
@@ -178,7 +180,7 @@ void Loader::main_file() {
                               : tessel::format("the file holds {}, but a model is an object", kind_of(file)),
                           "write an object with \"blocks\", \"links\" and \"model\"");
     } else {
-        insert_root();
+        insert_root(tessel::factory::create("subsys", std::make_shared<tessel::PropertiesBlock>()));
         for (auto& [pointer, value] : elements_of(file)) {
             element_t element;
             if (!check_element(pointer, *value, 0, severity_t::error, element)) {
@@ -228,7 +230,7 @@ void Loader::links(std::size_t file, std::size_t reference, const fresh_ids& ids
         tessel::PropertiesModel one;
         one.import_json(json{{"links", json::array({kept})}}, true);
         const auto& link = one.links.front();
-        graph_.edges.push_back({fresh(link.srcId), fresh(link.dstId), link.srcPort, link.dstPort, file, pointer,
+        graph_.edges.push_back({fresh(link.srcId), fresh(link.dstId), link.srcPort, link.dstPort, file, pointer, none,
                                 check_link_ends(*report_, *value, file, pointer)});
     }
 }
@@ -244,8 +246,20 @@ void Loader::settings(std::size_t file) {
     graph_.ts = double(properties.get("ts"));
 }
 
-void load_graph(graph_t& graph, Report& report, Document& document) {
-    Loader(graph, report, document).main_file();
+std::string node_t::place() const {
+    if (element == none) return pointer;
+    return "/blocks" + segment(element) + segment(std::string_view(row->name));
+}
+
+std::string edge_t::place() const { return element == none ? pointer : "/links" + segment(element); }
+
+void load_graph(graph_t& graph, Report& report, Document& document, const loaded_t* loaded) {
+    if (loaded != nullptr) graph.is_adopted = Loader(graph, report, document).adopt(*loaded);
+    if (!graph.is_adopted) {
+        report.forget();
+        graph = graph_t();
+        Loader(graph, report, document).main_file();
+    }
     for (std::size_t i = 0; i < graph.nodes.size(); ++i) graph.index.try_emplace(graph.nodes[i].id(), i);
     name_paths(graph);
     report.name_blocks();

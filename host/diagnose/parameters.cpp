@@ -348,7 +348,7 @@ private:
     /// Lets the finding told last point at a parameter.
     void point_at(const node_t& node, const std::string& key) {
         finding_t& finding = report_[report_.last()];
-        if (!key.empty() && finding.pointer == node.pointer) finding.pointer += segment(key);
+        if (!key.empty() && finding.pointer == node.place()) finding.pointer += segment(key);
     }
 
     static constexpr std::size_t most_single = 3;  // as many expressions are not told one by one

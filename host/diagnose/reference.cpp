@@ -24,7 +24,7 @@ void Loader::refer(std::size_t refsys) {
     const std::size_t file = graph_.files.size();
     const bool well = read(source, true, unread);
     graph_.references[reference].file = file;
-    const std::string pointer = held.pointer + "/path";
+    const std::string pointer = held.place() + "/path";
     if (!well) {
         std::string where;
         if (unread.place.line != 0)
@@ -144,9 +144,10 @@ bool Loader::referenced_blocks(std::size_t file, std::size_t reference, const fr
             return false;
         }
         node_t& node = graph_.nodes[before];
-        if (const auto own = fresh.find(node.id()); own != fresh.end()) node.properties->id = own->second;
+        auto& properties = const_cast<tessel::PropertiesBlock&>(*node.properties);  // of the graph's own block
+        if (const auto own = fresh.find(node.id()); own != fresh.end()) properties.id = own->second;
         const auto outer = fresh.find(node.parent());
-        node.properties->parent = outer != fresh.end() ? outer->second : graph_.references[reference].id;
+        properties.parent = outer != fresh.end() ? outer->second : graph_.references[reference].id;
         if (!node.is(hash_refsys)) continue;
         // an empty reference of a copy is told with the copy
         std::size_t nested = garbled ? graph_.references[reference].finding : graph_.references[reference].circle;

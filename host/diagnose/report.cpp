@@ -46,7 +46,7 @@ finding_id Report::count_missing(const edge_t& edge, const node_t& node) {
     if (known.finding == none) known.finding = at_block("Z123", severity_t::warning, node, "", "");
     finding_t& finding = findings_[known.finding];
     known.needed = std::max(known.needed, static_cast<std::size_t>(edge.dst_port) + 1);
-    finding.steps.push_back(edge.pointer);
+    finding.steps.push_back(edge.place());
     finding.what = tessel::format("\"inportCount\" is missing, so the block has {} inputs, and {} into it {} nowhere",
                                   node.inputs(), counted(finding.steps.size(), "link"),
                                   finding.steps.size() == 1 ? "leads" : "lead");
@@ -62,7 +62,7 @@ finding_id Report::at_block(const char* code, severity_t severity, const node_t&
         if (severity == severity_t::error) findings_[cause].severity = severity_t::error;
         return cause;
     }
-    const finding_id id = at_place(code, severity, node.file, node.pointer, std::move(what), std::move(mend));
+    const finding_id id = at_place(code, severity, node.file, node.place(), std::move(what), std::move(mend));
     findings_[id].path = node.path;
     findings_[id].block_class = node.class_name();
     return id;
@@ -74,10 +74,10 @@ finding_id Report::at_link(const char* code, severity_t severity, const edge_t& 
     if (node != nullptr && std::string_view(code) == "Z203" && edge.dst == node->id() && node->row != nullptr &&
         node->row->inputs < 0 && node->properties->inportCount == 0 && edge.dst_port >= 0)
         return follow(count_missing(edge, *node), severity, what);
-    if (node == nullptr) return at_place(code, severity, edge.file, edge.pointer, std::move(what), std::move(mend));
+    if (node == nullptr) return at_place(code, severity, edge.file, edge.place(), std::move(what), std::move(mend));
     const finding_id id = at_block(code, severity, *node, std::move(what), std::move(mend));
     if (findings_[id].code != code) return id;  // told of the reference instead
-    findings_[id].pointer = edge.pointer;
+    findings_[id].pointer = edge.place();
     findings_[id].file = graph_.files[edge.file].source->shown();
     files_[id] = edge.file;
     return id;
@@ -104,8 +104,9 @@ bool Report::blame_reference(const node_t& node, const std::string& input) {
 }
 
 void Report::name_blocks() {
+    if (findings_.empty()) return;
     std::unordered_map<std::string, const node_t*> blocks;
-    for (const node_t& node : graph_.nodes) blocks.emplace(std::to_string(node.file) + node.pointer, &node);
+    for (const node_t& node : graph_.nodes) blocks.emplace(std::to_string(node.file) + node.place(), &node);
     for (std::size_t i = 0; i < findings_.size(); ++i) {
         const std::string& pointer = findings_[i].pointer;
         if (findings_[i].code == "Z113") {  // of blocks whose names and ids are not those of the file

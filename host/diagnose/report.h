@@ -46,6 +46,13 @@ public:
     /// Names the blocks in findings about values inside them, once their paths are known.
     void name_blocks();
 
+    /// Drops all findings.
+    void forget() noexcept {
+        findings_.clear();
+        files_.clear();
+        uncounted_.clear();
+    }
+
     /// The findings so far.
     std::span<const finding_t> peek() const noexcept { return findings_; }
 

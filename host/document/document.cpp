@@ -79,12 +79,6 @@ Document::Document(const std::filesystem::path& model)
 Document::Document(std::string text, const std::filesystem::path& model)
     : main_(std::move(text), model, model.string()) {}
 
-const ModelFile* Document::endless_reference() const noexcept {
-    for (const auto& [path, file] : references_)
-        if (file->problem() == not_regular) return file.get();
-    return nullptr;
-}
-
 const ModelFile& Document::reference(const std::string& written) {
     const auto path = written.empty() ? std::filesystem::path() : main_.path().parent_path() / written;
     const std::string shown = path.lexically_normal().string();

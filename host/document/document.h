@@ -73,8 +73,6 @@ public:
     const ModelFile& main() const noexcept { return main_; }
     /// The file that a path in the main file names, relative to the main file's folder.
     const ModelFile& reference(const std::string& written);
-    /// A file among those asked for so far that is a pipe or a device; null when there is none.
-    const ModelFile* endless_reference() const noexcept;
 
 private:
     ModelFile main_;

@@ -1,7 +1,6 @@
 #include "host/document/limits.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
@@ -26,18 +25,6 @@ struct block_t {
 };
 
 bool is_text(std::string_view value) { return value.starts_with('"') && value.size() >= 2; }
-
-/// The text that a JSON string stands for, as far as it is one.
-std::string text_of(std::string_view value) {
-    const auto parsed = nlohmann::json::parse(value, nullptr, false);
-    return parsed.is_string() ? parsed.get<std::string>() : std::string();
-}
-
-std::uint64_t id_of(std::string_view value) {
-    std::uint64_t id = 0;
-    std::from_chars(value.data(), value.data() + value.size(), id);
-    return id;
-}
 
 /// The inputs that the library makes: it reads an `int`, and refuses what is below 0.
 double count_of(std::string_view value) {
@@ -210,11 +197,7 @@ private:
 excess_t find_too_large(Document& document) { return Sum(document).excess(); }
 
 std::string find_unloadable(Document& document) {
-    if (!document.main().problem().empty()) return document.main().problem();
-    std::string problem = find_too_large(document).what;
-    if (const ModelFile* endless = document.endless_reference(); problem.empty() && endless != nullptr)
-        problem = tessel::format("reference '{}': {}", endless->shown(), endless->problem());
-    return problem;
+    return document.main().problem().empty() ? find_too_large(document).what : document.main().problem();
 }
 
 }  // namespace zarn
