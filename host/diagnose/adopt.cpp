@@ -46,7 +46,9 @@ bool is_plain_member(std::string_view key, std::string_view value, const tessel:
     if (key == "inportCount" || key == "outportCount") return is_integer(value, 4);
     if (key == "geometry") return has_only(value, {"x", "y", "width", "height", "rotation"});
     if (key == "bg" || key == "backgroundColor") return has_only(value, {"red", "green", "blue", "alpha"});
-    if (row.defaults == nullptr || row.defaults->find(key) == row.defaults->end()) return false;
+    if (std::ranges::find(row.traits().parameters, key, &tessel::parameter_traits_t::key) ==
+        row.traits().parameters.end())
+        return false;
     ++parameters;
     return is_text(value) || is_integer(value, 9, true);
 }
@@ -78,7 +80,7 @@ std::string_view look_at(std::string_view element, const tessel::class_row_t*& r
         if (key == "path") look.path = value;
         look.plain = look.plain && is_plain_member(key, value, *row, look.parameters);
     });
-    if (row->defaults != nullptr && look.parameters != row->defaults->size()) look.plain = false;
+    if (look.parameters != row->traits().parameters.size()) look.plain = false;
     return name;
 }
 

@@ -232,11 +232,12 @@ private:
             point_at(node, parameter.key);
         }
         if (std::ranges::any_of(values, [](const var_t& value) { return !std::isfinite(double(value)); })) {
-            report_.at_block("Z405", severity_t::warning, node,
-                             tessel::format("the breakpoints in \"{}\" are not all finite, and between others the table "
-                                            "gives no number",
-                                            parameter.key),
-                             "write finite breakpoints that rise");
+            report_.at_block(
+                "Z405", severity_t::warning, node,
+                tessel::format("the breakpoints in \"{}\" are not all finite, and between others the table "
+                               "gives no number",
+                               parameter.key),
+                "write finite breakpoints that rise");
             point_at(node, parameter.key);
             return;
         }

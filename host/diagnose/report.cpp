@@ -72,7 +72,7 @@ finding_id Report::at_link(const char* code, severity_t severity, const edge_t& 
                            std::string what, std::string mend) {
     if (edge.finding != none) return follow(edge.finding, severity, what);
     if (node != nullptr && std::string_view(code) == "Z203" && edge.dst == node->id() && node->row != nullptr &&
-        node->row->inputs < 0 && node->properties->inportCount == 0 && edge.dst_port >= 0)
+        node->row->traits().input_count < 0 && node->properties->inportCount == 0 && edge.dst_port >= 0)
         return follow(count_missing(edge, *node), severity, what);
     if (node == nullptr) return at_place(code, severity, edge.file, edge.place(), std::move(what), std::move(mend));
     const finding_id id = at_block(code, severity, *node, std::move(what), std::move(mend));

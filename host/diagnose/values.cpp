@@ -152,21 +152,18 @@ public:
 
     /// Parameters for which a default stands in although it looks as if all were written.
     void check_defaults() {
-        if (row_->defaults == nullptr) return;
         std::string missing, values;
         std::size_t count = 0, keywords = 0, given = 0;
-        for (const auto& [key, parameter] : *row_->defaults) {
-            if (object_.contains(key)) {
+        for (const tessel::parameter_traits_t& parameter : row_->traits().parameters) {
+            if (object_.contains(parameter.key)) {
                 ++given;
                 continue;
             }
-            if (parameter.value.is_text() && std::string_view(parameter.value.text()) == "0.0")
-                continue;  // adds nothing
-            missing += (count == 0 ? "\"" : ", \"") + key + "\"";
-            values += (count == 0 ? "" : ", ") +
-                      (parameter.value.is_text() ? std::string(parameter.value.text()) : parameter.value.to_string());
+            if (parameter.value == nullptr || std::string_view(parameter.value) == "0.0") continue;  // adds nothing
+            missing += tessel::format("{}\"{}\"", count == 0 ? "" : ", ", parameter.key);
+            values += tessel::format("{}{}", count == 0 ? "" : ", ", parameter.value);
             ++count;
-            if (key == "operator" || key == "type") ++keywords;
+            if (parameter.content == tessel::content_t::word) ++keywords;
         }
         if (count == 0 || (given == 0 && keywords == 0)) return;
         tell("Z125", severity_t::note, "",
@@ -207,7 +204,9 @@ private:
     void tell_unread(const std::string& key, const std::string& within, const json& object,
                      const std::vector<std::string>& known, std::string_view owner) {
         const std::string place = (within.empty() ? "" : segment(within)) + segment(key);
-        std::string meant = everyday_key(key, known);
+        std::string meant = everyday_key(
+            key, known,
+            row_ != nullptr && within.empty() ? row_->traits().parameters : decltype(row_->traits().parameters)());
         if (meant.empty()) meant = nearest_name(key, known);
         if (!meant.empty() && !object.contains(meant)) {
             tell("Z109", severity_t::warning, place,

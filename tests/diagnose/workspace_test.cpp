@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "core/hash.h"
+#include "framework/classes.h"
 #include "host/diagnose/everyday.h"
 
 namespace zarn {
@@ -26,12 +28,15 @@ TEST(Workspace, FewOfMany) {
     EXPECT_EQ(few_of({"K", "L", "R", "S"}), "K, L, R ...");
 }
 
-TEST(Everyday, NamesMeanTheFirstKeyThatIsKnown) {
-    EXPECT_EQ(everyday_key("gain", {"coeffA", "coeffB"}), "coeffA");
+TEST(Everyday, NamesMeanAParameterOfTheClassOrAKnownKey) {
+    const auto of = [](const char* name) {
+        return tessel::factory::find_class(tessel::class_hash_of(name))->traits().parameters;
+    };
+    EXPECT_EQ(everyday_key("gain", {}, of("poly1st")), "coeffA");
+    EXPECT_EQ(everyday_key("value", {}, of("constant")), "expression");
     EXPECT_EQ(everyday_key("Stop_Time", {"ti", "tf"}), "tf");
-    EXPECT_EQ(everyday_key("value", {"finalValue"}), "finalValue");
-    EXPECT_EQ(everyday_key("gain", {"type"}), "");
-    EXPECT_EQ(everyday_key("zoom", {"type"}), "");
+    EXPECT_EQ(everyday_key("dt", {"srcId"}), "");
+    EXPECT_EQ(everyday_key("zoom", {"ts"}, of("constant")), "");
 }
 
 }  // namespace
