@@ -7,41 +7,15 @@
 #include "core/format.h"
 #include "core/literal_bridge.h"
 #include "core/log.h"
-#include "files/ids.h"
-#include "files/load.h"
 #include "host/diagnose/source.h"
 #include "host/document/limits.h"
+#include "host/document/load.h"
 #include "host/session/memo.h"
 #include "model/rules/zones.h"
 #include "port.h"
 
 namespace zarn {
 namespace {
-
-/// A document's files, for the library. Ids of referenced blocks are made of the path and the old id, so that a model
-/// is the same in every process.
-class DocumentSource final : public tessel::json::Source {
-public:
-    DocumentSource(Document& document, const tessel::IMetaModel& model) : document_(document), model_(model) {}
-
-    std::string_view reference(std::string_view path) override {
-        const ModelFile& file = document_.reference(std::string(path));
-        if (!file.problem().empty()) throw std::runtime_error(file.problem());
-        return file.text();
-    }
-    std::vector<std::uint64_t> fresh_ids(std::string_view path, std::span<const std::uint64_t> old_ids) override {
-        if (!std::exchange(knows_model_, true))
-            for (const auto& block : const_cast<tessel::IMetaModel&>(model_))
-                if (block != nullptr) ids_.take(block->id());
-        return ids_.ids_from_path(path, old_ids);
-    }
-
-private:
-    Document& document_;
-    const tessel::IMetaModel& model_;
-    tessel::json::PathIds ids_;
-    bool knows_model_ = false;
-};
 
 /// "int32, flt64 -> flt64"
 std::string types_of(tessel::IMetaBlock& block) {
@@ -134,8 +108,7 @@ tessel::result_t Session::load() {
     });
     properties_ = std::make_shared<tessel::PropertiesModel>();
     model_->set_properties(properties_);
-    DocumentSource source(document(), *model_);
-    last_result_ = tessel::json::load_text(*model_, document().main().text(), source);
+    last_result_ = zarn::load(*model_, document());
     for (const auto& [key, value] : setup_.settings) properties_->set(key, value);
     return last_result_;
 }
