@@ -21,6 +21,8 @@ struct blocks_options_t {
     bool json = false;
 };
 
+json_t json_head() { return {{"schema", json_schema}, {"result", 0}}; }
+
 json_t describe(const class_row_t& row) {
     const auto& traits = row.traits();
     json_t parameters = json_t::object();
@@ -101,35 +103,45 @@ void print_class(const class_row_t& row, bool list_types) {
 }
 
 /// What is said where no class has the name: those that people call so, or the nearest name.
-int answer_other_name(const std::string& name) {
+int answer_other_name(const std::string& name, bool json) {
     const auto called = classes_called(name);
     if (!called.empty()) {
         message(tessel::format("no block class is named '{}'; this is what people call so:", name));
-        for (const class_row_t* row : called) print_line(*row);
+        json_t all = json_head();
+        for (const class_row_t* row : called)
+            if (json) all["blocks"].push_back(describe(*row));
+            else print_line(*row);
+        if (json) out(all.dump() + "\n");
         return status_ok;
     }
     std::vector<std::string> known;
     for (const class_row_t& row : tessel::factory::class_rows()) known.emplace_back(row.name);
     const std::string near = nearest_name(name, known);
-    message(tessel::format("no block class '{}'; {}", name,
-                           near.empty() ? "'zarn blocks' lists them" : "did you mean " + near + "?"));
-    return status_usage;
+    throw SessionError(problem_t::usage,
+                       tessel::format("no block class '{}'; {}", name,
+                                      near.empty() ? "'zarn blocks' lists them" : "did you mean " + near + "?"));
 }
 
 int blocks(const blocks_options_t& options) {
     const auto rows = tessel::factory::class_rows();
     if (options.name.empty()) {
-        json_t all = json_t::array();
+        json_t all = json_head();
+        all["blocks"] = json_t::array();
         for (const class_row_t& row : rows)
-            if (options.json) all.push_back(describe(row));
+            if (options.json) all["blocks"].push_back(describe(row));
             else print_line(row);
         if (options.json) out(all.dump() + "\n");
         return status_ok;
     }
     const auto found = std::ranges::find(rows, options.name, &class_row_t::name);
-    if (found == rows.end()) return answer_other_name(options.name);
-    if (options.json) out(describe(*found).dump() + "\n");
-    else print_class(*found, options.types);
+    if (found == rows.end()) return answer_other_name(options.name, options.json);
+    if (options.json) {
+        json_t one = json_head();
+        one.update(describe(*found));
+        out(one.dump() + "\n");
+    } else {
+        print_class(*found, options.types);
+    }
     return status_ok;
 }
 
@@ -142,7 +154,7 @@ void add_blocks(CLI::App& app, int& status) {
     verb->add_flag("--types", options->types, "List all type combinations that can run");
     verb->add_flag("--json", options->json, "JSON on standard output");
     verb->footer("Example:\n  zarn blocks clamp\n  zarn blocks saturation");
-    verb->callback([options, &status] { status = guarded([&] { return blocks(*options); }); });
+    verb->callback([options, &status] { status = guarded([&] { return blocks(*options); }, "", options->json); });
 }
 
 }  // namespace zarn

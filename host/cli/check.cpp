@@ -3,7 +3,7 @@
 #include <unistd.h>
 #include <CLI/App.hpp>
 
-#include <iostream>
+#include <functional>
 #include <sstream>
 
 #include "core/format.h"
@@ -18,6 +18,7 @@ namespace {
 
 struct check_arguments_t {
     options_t common;
+    std::vector<std::string> models;
     std::string code;  // --explain
     bool markdown = false;
     bool sarif = false;
@@ -34,22 +35,49 @@ int explain(const check_arguments_t& arguments) {
     return status_ok;
 }
 
+/// Checks each model, and calls `told` with what was found. All share one interpreter and one workspace.
+void check_each(const check_arguments_t& arguments, const std::function<void(checked_t)>& told) {
+    options_t common = arguments.common;
+    common.model = arguments.models.front();
+    Call call(common, bridge_t::literal);
+    for (const std::string& model : arguments.models) {
+        if (&model == &arguments.models.front()) {
+            told({model, call.session().check(call.evaluates(), true)});
+            continue;
+        }
+        session_setup_t setup = call.session().setup();
+        setup.model = model;
+        Session other(std::move(setup));
+        told({model, other.check(call.evaluates(), true)});
+    }
+}
+
+void print_text(const checked_t& checked, bool quiet) {
+    std::ostringstream text;
+    print(checked.findings, text, takes_colors(STDOUT_FILENO));
+    out(text.str());
+    if (!quiet) out(printable(checked.model) + ": " + summary(checked.findings) + "\n");
+}
+
 int check(const check_arguments_t& arguments) {
-    Call call(arguments.common, bridge_t::literal);
-    // to confirm, the library reads the file for itself: a pipe is read once
-    auto findings = call.session().check(call.evaluates(), handed_over(arguments.common.model) < 0);
-    const bool failed = has_errors(findings);
-    if (arguments.common.quiet)
-        std::erase_if(findings, [](const finding_t& f) { return f.severity != severity_t::error; });
+    const options_t& common = arguments.common;
+    const bool as_text = !arguments.sarif && !common.json;
+    bool failed = false;
+    std::vector<checked_t> all;
+    check_each(arguments, [&](checked_t checked) {
+        failed = failed || has_errors(checked.findings);
+        if (common.quiet)
+            std::erase_if(checked.findings, [](const finding_t& f) { return f.severity != severity_t::error; });
+        if (as_text) print_text(checked, common.quiet);
+        else all.push_back(std::move(checked));
+    });
     if (arguments.sarif) {
+        std::vector<finding_t> findings;
+        for (const checked_t& checked : all)
+            findings.insert(findings.end(), checked.findings.begin(), checked.findings.end());
         out(to_sarif(findings, ZARN_VERSION));
-    } else if (arguments.common.json) {
-        out(to_json(arguments.common.model, findings));
-    } else {
-        std::ostringstream text;
-        print(findings, text, takes_colors(STDOUT_FILENO));
-        out(text.str());
-        if (!arguments.common.quiet) out(printable(arguments.common.model) + ": " + summary(findings) + "\n");
+    } else if (common.json) {
+        out(all.size() == 1 ? to_json(all[0].model, all[0].findings) : to_json(all));
     }
     return failed ? status_model : status_ok;
 }
@@ -60,21 +88,22 @@ void add_check(CLI::App& app, int& status) {
     auto* verb = app.add_subcommand("check", "Find every problem of a model");
     auto arguments = std::make_shared<check_arguments_t>();
     add_common(*verb, arguments->common);
-    auto* model = verb->get_option("MODEL");
-    model->required(false);
+    verb->remove_option(verb->get_option("MODEL"));
+    auto* model = verb->add_option("MODEL", arguments->models, "Model files; - is standard input");
     auto* page =
         verb->add_option("--explain", arguments->code, "Show the page of a code, such as Z203")->type_name("Z-CODE");
     verb->add_flag("--sarif", arguments->sarif, "A SARIF 2.1.0 log on standard output");
     verb->add_flag("--markdown", arguments->markdown)->group("");  // how docs/checks.md is made
     verb->footer(
-        "Exit status: 0 without errors, 1 with.\n"
+        "Several models share one workspace. Exit status: 0 without errors, 1 with.\n"
         "Example: zarn check motor.json\n"
+        "         zarn check models/*.json\n"
         "         zarn check motor.json -w workspace.py --sarif > motor.sarif\n"
         "         zarn check --explain Z217");
     verb->callback([=, &status] {
         if (model->count() == 0 && page->count() == 0) throw CLI::RequiredError("MODEL or --explain");
         status = guarded([&] { return page->count() != 0 ? explain(*arguments) : check(*arguments); },
-                         arguments->common.model);
+                         arguments->models.empty() ? "" : arguments->models.front(), arguments->common.json);
     });
 }
 

@@ -39,6 +39,14 @@ std::pair<std::string, double> parse_setting(const std::string& text) {
 
 constexpr std::size_t out_piece = 1u << 16;
 std::string out_buffer;
+bool any_out = false;  // whether the verb at work has printed anything
+
+/// What a verb came to that failed.
+struct failure_t {
+    tessel::result_t result = tessel::result_failure;
+    std::string text;
+    std::vector<finding_t> findings;
+};
 
 }  // namespace
 
@@ -75,6 +83,7 @@ bool takes_colors(int descriptor) {
 
 // A buffer of the command's own: the interpreter flushes that of the C library when it ends, and drops what fails.
 void out(std::string_view text) {
+    any_out = any_out || !text.empty();
     out_buffer += text;
     if (out_buffer.size() >= out_piece) flush_out();
 }
@@ -94,25 +103,42 @@ void flush_out() {
     out_buffer.clear();
 }
 
-int guarded(const std::function<int()>& work, const std::string& model) {
-    const auto status_of = [&model](const auto& attempt) -> int {
-        try {
-            return attempt();
-        } catch (const SessionError& error) {
-            message(error.what());
-            return error.status();
-        } catch (const std::bad_alloc&) {
-            message(model.empty() ? "not enough memory" : model + ": not enough memory");
-        } catch (const std::exception& error) {
-            message(error.what());
-        }
-        return status_model;
+namespace {
+
+/// Runs a piece of a verb. What it throws is told, and added to the findings of JSON.
+int status_of(const std::function<int()>& work, const std::string& model, failure_t& failure) {
+    const auto tell = [&failure](const std::string& text) {
+        message(text);
+        failure.text = text;
     };
-    const int status = status_of(work);
-    const int flushed = status_of([] {
-        flush_out();
-        return int{status_ok};
-    });
+    try {
+        return work();
+    } catch (const SessionError& error) {
+        failure = {error.result(), {}, error.findings()};
+        tell(error.what());
+        return error.status();
+    } catch (const std::bad_alloc&) {
+        tell(model.empty() ? "not enough memory" : model + ": not enough memory");
+    } catch (const std::exception& error) {
+        tell(error.what());
+    }
+    return status_model;
+}
+
+}  // namespace
+
+int guarded(const std::function<int()>& work, const std::string& model, bool json) {
+    failure_t failure;
+    any_out = false;
+    const int status = status_of(work, model, failure);
+    const int flushed = status_of(
+        [&] {
+            if (json && status != status_ok && !any_out)
+                out(failure_json(failure.result, failure.text, failure.findings));
+            flush_out();
+            return int{status_ok};
+        },
+        model, failure);
     return status != status_ok ? status : flushed;
 }
 
@@ -190,8 +216,7 @@ std::string Call::findings_json(const std::vector<finding_t>& findings) const {
 }
 
 void Call::out_failure(const SessionError& error, tessel::result_t result, std::string_view rest) const {
-    out(tessel::format("{{\"result\": {}, \"error\": {}, \"findings\": {}{}}}\n", static_cast<int>(result),
-                       json_string(error.what()), findings_json(error.findings()), rest));
+    out(failure_json(result, error.what(), error.findings(), rest));
 }
 
 void Call::tell_findings() const {

@@ -37,8 +37,9 @@ struct options_t {
 void add_common(CLI::App& verb, options_t& options);
 
 /// Calls `work`, which may throw `SessionError` or any `std::exception`, and answers the exit status. What is thrown is
-/// told. A model that the memory cannot hold is named.
-int guarded(const std::function<int()>& work, const std::string& model = {});
+/// told in one line; a model that the memory cannot hold is named. With `json`, a verb that fails with nothing printed
+/// says so as an object with the findings.
+int guarded(const std::function<int()>& work, const std::string& model = {}, bool json = false);
 
 /// Writes "zarn: TEXT" as one line to standard error, control characters as blanks.
 void message(std::string_view text);

@@ -22,6 +22,7 @@ struct diff_options_t {
     std::string a, b;
     double rtol = 0.0, atol = 0.0;
     bool quiet = false;
+    bool json = false;
 };
 
 /// Works on a file; what goes wrong ends the verb with a message that names it.
@@ -102,9 +103,11 @@ std::string first_difference(const diff_options_t& options) {
 
 int diff(const diff_options_t& options) {
     const std::string difference = first_difference(options);
-    if (difference.empty()) return status_ok;
-    if (!options.quiet) out(difference + "\n");
-    return status_model;
+    const bool same = difference.empty();
+    if (options.json && same) out(tessel::format("{{\"schema\": {}, \"result\": 0}}\n", json_schema));
+    else if (options.json) out(failure_json(tessel::result_failure, difference, {}));
+    else if (!same && !options.quiet) out(difference + "\n");
+    return same ? status_ok : status_model;
 }
 
 }  // namespace
@@ -123,12 +126,13 @@ void add_diff(CLI::App& app, int& status) {
         ->check(tolerance);
     verb->add_option("--atol", options->atol, "Allowed difference on top of it")->type_name("NUMBER")->check(tolerance);
     verb->add_flag("-q,--quiet", options->quiet, "Exit status only");
+    verb->add_flag("--json", options->json, "One JSON object on standard output");
     verb->footer(
         "Numbers compare by value, not-a-number equals itself, columns are found by name. A .csv and an .npz\n"
         "compare by what a run writes into them: a signal without a sample in a row is an empty cell.\n"
         "Exit status: 0 no difference, 1 a difference, 2 a file that cannot be compared.\n\n"
         "Example:\n  zarn diff expected.csv speed.csv --rtol 1e-9");
-    verb->callback([options, &status] { status = guarded([&] { return diff(*options); }); });
+    verb->callback([options, &status] { status = guarded([&] { return diff(*options); }, "", options->json); });
 }
 
 }  // namespace zarn

@@ -102,10 +102,9 @@ int run(draw_options_t& options) {
     const std::string svg = draw::write_svg(diagram, pages);
     write(options, svg);
     if (options.json && options.output != "-") {
-        const nlohmann::json summary{{"blocks", diagram.blocks.size() - 1},
-                                     {"links", diagram.links.size()},
-                                     {"pages", pages.size()},
-                                     {"notes", diagram.notes}};
+        const nlohmann::json summary{
+            {"schema", json_schema},         {"result", 0},           {"blocks", diagram.blocks.size() - 1},
+            {"links", diagram.links.size()}, {"pages", pages.size()}, {"notes", diagram.notes}};
         out(summary.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
     }
     return status_ok;
@@ -130,7 +129,8 @@ void add_draw(CLI::App& app, int& status) {
         "Wires carry their types as far as the model compiles. Nothing is evaluated unless --python, -w or -e is\n"
         "given. A model that is not in order is drawn as far as it can be read, with its faults in red.\n\n"
         "Example:\n  zarn draw pump.json -o pump.svg --depth 1");
-    verb->callback([options, &status] { status = guarded([&] { return run(*options); }, options->model); });
+    verb->callback(
+        [options, &status] { status = guarded([&] { return run(*options); }, options->model, options->json); });
 }
 
 }  // namespace zarn

@@ -65,7 +65,9 @@ void add_explain(CLI::App& app, int& status) {
     verb->footer(
         "Example: zarn explain motor.json\n"
         "         zarn explain motor.json mainsys.pump.gain");
-    verb->callback([=, &status] { status = guarded([&] { return explain(*arguments); }, arguments->common.model); });
+    verb->callback([=, &status] {
+        status = guarded([&] { return explain(*arguments); }, arguments->common.model, arguments->common.json);
+    });
 }
 
 }  // namespace zarn

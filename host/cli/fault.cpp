@@ -76,9 +76,7 @@ void on_fault(int) {
         [[maybe_unused]] const auto written = write(descriptor, line.data(), line.size());
     };
     if (answers_json)
-        put(STDOUT_FILENO,
-            tessel::format("{{\"result\": {}, \"error\": {}, \"findings\": [], \"series\": {{}}, \"signals\": {{}}}}\n",
-                           static_cast<int>(tessel::result_failure), json_string(text)));
+        put(STDOUT_FILENO, failure_json(tessel::result_failure, text, {}, ", \"series\": {}, \"signals\": {}"));
     put(STDERR_FILENO, tessel::format("zarn: {}\n", printable(text)));
     remove_files_in_the_making();
     _exit(status_model);

@@ -121,7 +121,8 @@ int generate(const generate_options_t& options) {
     }
     const auto project = (path_t(options.folder) / name).string();
     if (options.json) {
-        const nlohmann::ordered_json answer{{"result", 0}, {"project", project}, {"notes", notes}};
+        const nlohmann::ordered_json answer{
+            {"schema", json_schema}, {"result", 0}, {"project", project}, {"notes", notes}};
         out(answer.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
         return status_ok;
     }
@@ -143,7 +144,8 @@ void add_generate(CLI::App& app, int& status) {
     verb->footer(
         "Tells on standard error what the project does not do as a run of the model does.\n\n"
         "Example:\n  zarn generate c pump.json build && cmake -S build/zarn-ccoder -B build/pump");
-    verb->callback([options, &status] { status = guarded([&] { return generate(*options); }, options->model); });
+    verb->callback(
+        [options, &status] { status = guarded([&] { return generate(*options); }, options->model, options->json); });
 }
 
 }  // namespace zarn

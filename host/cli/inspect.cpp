@@ -78,8 +78,8 @@ std::string describe(const Session& session) {
 
 void print_json(const Session& session, tessel::result_t result, const std::string& state) {
     const char* name = tessel::result_name(result);
-    out(tessel::format("{{\"result\": {}, \"result_name\": {}, \"console\": {}, \"log\": {}, ",
-                       static_cast<int>(result), text_of(text_or_null(name)), text_of(session.console()),
+    out(tessel::format("{{\"schema\": {}, \"result\": {}, \"result_name\": {}, \"console\": {}, \"log\": {}, ",
+                       json_schema, static_cast<int>(result), text_of(text_or_null(name)), text_of(session.console()),
                        text_of(session.log())));
     out(state);
     out("}\n");
@@ -139,7 +139,8 @@ void add_inspect(CLI::App& app, int& status) {
     verb->footer(
         "Nothing is evaluated unless --python, -w or -e is given.\n\n"
         "Example:\n  zarn inspect --json pump.json");
-    verb->callback([options, &status] { status = guarded([&] { return inspect(*options); }, options->model); });
+    verb->callback(
+        [options, &status] { status = guarded([&] { return inspect(*options); }, options->model, options->json); });
 }
 
 }  // namespace zarn

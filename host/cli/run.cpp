@@ -274,7 +274,9 @@ void add_run(CLI::App& app, int& status) {
         "Without --probe the root's outports, displays and to_workspace blocks are recorded. A file has a column\n"
         "'time' in seconds and one of each signal; a cell is empty where the block did not run.\n\n"
         "Example:\n  zarn run pump.json -w gains.py --set tf=20 --probe mainsys.motor.speed -o speed.csv");
-    verb->callback([options, &status] { status = guarded([&] { return RunVerb(*options).go(); }, options->model); });
+    verb->callback([options, &status] {
+        status = guarded([&] { return RunVerb(*options).go(); }, options->model, options->json);
+    });
 }
 
 }  // namespace zarn

@@ -2,12 +2,12 @@
 
 #include <CLI/App.hpp>
 #include <limits>
-#include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
 
 #include "core/format.h"
 #include "framework/classes.h"
+#include "framework/entry.h"
 #include "host/cli/command.h"
 #include "host/cli/verbs.h"
 
@@ -89,34 +89,24 @@ json_t settings() {
                    {"ts", std::move(step)}});
 }
 
-/// The parameters of a class by name.
-std::map<std::string, const tessel::param_t*> parameters_of(const tessel::class_row_t& row) {
-    std::map<std::string, const tessel::param_t*> sorted;
-    if (const auto* defaults = tessel::factory::defaults_of(row.name); defaults != nullptr)
-        for (const auto& [key, parameter] : *defaults) sorted.emplace(key, &parameter);
-    return sorted;
+/// "Time of the step, in seconds"
+std::string described_in_words(const tessel::parameter_traits_t& parameter) {
+    std::string text = parameter.meaning;
+    if (*parameter.unit.words != '\0') text += tessel::format(", in {}", parameter.unit.words);
+    return text;
 }
 
-/// " [sec]" as "sec"
-std::string unit_of(const tessel::param_t& parameter) {
-    const std::string& suffix = parameter.suffix;
-    return suffix.size() > 3 ? suffix.substr(2, suffix.size() - 3) : std::string();
-}
-
-json_t describe_parameter(const tessel::param_t& parameter) {
-    json_t schema;
-    if (parameter.value.is_text()) {
-        schema = {{"type", {"string", "integer"}}, {"default", parameter.value.text()}};
-    } else {
-        schema = {{"type", {"integer", "string"}}, {"default", static_cast<int>(parameter.value)}};
-    }
-    if (const std::string unit = unit_of(parameter); !unit.empty()) schema["description"] = "In " + unit;
+json_t describe_parameter(const tessel::parameter_traits_t& parameter) {
+    json_t schema{{"type", {"string", "integer"}}, {"description", described_in_words(parameter)}};
+    if (parameter.value != nullptr) schema["default"] = parameter.value;
+    else schema["default"] = tessel::no_port_number;
+    for (const auto& word : parameter.words) schema["examples"].push_back(word.word);
     return schema;
 }
 
 json_t describe_class(const tessel::class_row_t& row) {
     json_t properties = json_t::object();
-    for (const auto& [key, parameter] : parameters_of(row)) properties[key] = describe_parameter(*parameter);
+    for (const auto& parameter : row.traits().parameters) properties[parameter.key] = describe_parameter(parameter);
     return {{"$ref", "#/$defs/block"}, {"properties", std::move(properties)}, {"unevaluatedProperties", false}};
 }
 
@@ -148,13 +138,11 @@ json_t model_schema() {
 
 /// The parameters of all classes as a table of docs/model-file.md.
 std::string parameter_table() {
-    std::string table = "| class | parameter | unit | default |\n|---|---|---|---|\n";
+    std::string table = "| class | parameter | meaning | default |\n|---|---|---|---|\n";
     for (const auto& row : tessel::factory::class_rows())
-        for (const auto& [key, parameter] : parameters_of(row)) {
-            const auto& value = parameter->value;
-            const std::string text = value.is_text() ? tessel::format("\"{}\"", value.text()) : value.to_string();
-            table += tessel::format("| `{}` | `{}` | {} | `{}` |\n", row.name, key, unit_of(*parameter), text);
-        }
+        for (const auto& parameter : row.traits().parameters)
+            table += tessel::format("| `{}` | `{}` | {} | `{}` |\n", row.name, parameter.key,
+                                    described_in_words(parameter), describe_parameter(parameter)["default"].dump());
     return table;
 }
 

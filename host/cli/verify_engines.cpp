@@ -181,7 +181,8 @@ void add_verify_engines(CLI::App& app, int& status) {
         "Loads the model afresh for each run and compares all ports at every step, bit by bit.\n"
         "Exit status 1 names the first difference.\n\n"
         "Example:\n  zarn verify-engines pump.json");
-    verb->callback([options, &status] { status = guarded([&] { return verify(*options); }, options->model); });
+    verb->callback(
+        [options, &status] { status = guarded([&] { return verify(*options); }, options->model, options->json); });
 }
 
 }  // namespace zarn

@@ -72,11 +72,26 @@ bool has_errors(std::span<const finding_t> findings) noexcept;
 /// Writes findings for people: a headline, the place and the way out of each.
 void print(std::span<const finding_t> findings, std::ostream& out, bool colors);
 
+/// Version of the objects that --json prints. It rises when a member goes or changes its meaning.
+inline constexpr int json_schema = 1;
+
+/// The findings about one model, by the name that its user gives it.
+struct checked_t {
+    std::string model;
+    std::vector<finding_t> findings;
+};
+
 /// One line on how many errors, warnings and notes there are.
 std::string summary(std::span<const finding_t> findings);
 
 /// Findings of one model as one JSON object.
 std::string to_json(const std::string& model, std::span<const finding_t> findings);
+/// The same of several models, each an object of the list "models".
+std::string to_json(std::span<const checked_t> models);
+/// What --json prints of a verb that came to nothing: the result, why in one line, and the findings that led to it;
+/// then `rest`, members with a comma in front of each.
+std::string failure_json(tessel::result_t result, std::string_view why, std::span<const finding_t> findings,
+                         std::string_view rest = {});
 
 /// Findings as a SARIF 2.1.0 log.
 std::string to_sarif(std::span<const finding_t> findings, const std::string& version);

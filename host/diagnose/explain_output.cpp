@@ -173,7 +173,11 @@ std::string Explanation::json(const std::string& model, const std::vector<const 
                                 {"source", block->inputs[i].source},
                                 {"because", late_text(*block, block->inputs[i])}});
     }
-    const nlohmann::json whole = {{"model", model}, {"order", std::move(order)}, {"late", std::move(late)}};
+    const nlohmann::json whole = {{"schema", json_schema},
+                                  {"result", 0},
+                                  {"model", model},
+                                  {"order", std::move(order)},
+                                  {"late", std::move(late)}};
     return whole.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
 

@@ -69,6 +69,39 @@ json sarif_result(const finding_t& finding, std::size_t rule) {
     return result;
 }
 
+json list_of(std::span<const finding_t> findings) {
+    json list = json::array();
+    for (const finding_t& finding : findings)
+        list.push_back({{"code", finding.code.empty() ? json() : json(finding.code)},
+                        {"severity", severity_name(finding.severity)},
+                        {"file", finding.file},
+                        {"pointer", finding.pointer},
+                        {"line", finding.line == 0 ? json() : json(finding.line)},
+                        {"column", finding.line == 0 ? json() : json(finding.column)},
+                        {"path", finding.path.empty() ? json() : json(finding.path)},
+                        {"class", finding.path.empty() ? json() : json(finding.block_class)},
+                        {"what", finding.what},
+                        {"mend", finding.mend},
+                        {"steps", finding.steps}});
+    return list;
+}
+
+/// What is said of one model or of several as a whole.
+json head_of(const std::array<std::size_t, 3>& counts) {
+    return {{"schema", json_schema},
+            {"result", static_cast<int>(counts[2] == 0 ? tessel::result_ok : tessel::result_failure)},
+            {"errors", counts[2]},
+            {"warnings", counts[1]},
+            {"notes", counts[0]}};
+}
+
+json object_of(const std::string& model, std::span<const finding_t> findings) {
+    json object = head_of(count(findings));
+    object["model"] = model;
+    object["findings"] = list_of(findings);
+    return object;
+}
+
 }  // namespace
 
 void print(std::span<const finding_t> findings, std::ostream& out, bool colors) {
@@ -99,25 +132,27 @@ std::string summary(std::span<const finding_t> findings) {
 }
 
 std::string to_json(const std::string& model, std::span<const finding_t> findings) {
-    const auto counts = count(findings);
+    return dumped(object_of(model, findings));
+}
+
+std::string to_json(std::span<const checked_t> models) {
+    std::array<std::size_t, 3> counts{};
     json list = json::array();
-    for (const finding_t& finding : findings)
-        list.push_back({{"code", finding.code},
-                        {"severity", severity_name(finding.severity)},
-                        {"file", finding.file},
-                        {"pointer", finding.pointer},
-                        {"line", finding.line == 0 ? json() : json(finding.line)},
-                        {"column", finding.line == 0 ? json() : json(finding.column)},
-                        {"path", finding.path.empty() ? json() : json(finding.path)},
-                        {"class", finding.path.empty() ? json() : json(finding.block_class)},
-                        {"what", finding.what},
-                        {"mend", finding.mend},
-                        {"steps", finding.steps}});
-    return dumped({{"model", model},
-                   {"errors", counts[2]},
-                   {"warnings", counts[1]},
-                   {"notes", counts[0]},
-                   {"findings", std::move(list)}});
+    for (const checked_t& checked : models) {
+        const auto own = count(checked.findings);
+        for (std::size_t i = 0; i < counts.size(); ++i) counts[i] += own[i];
+        list.push_back(object_of(checked.model, checked.findings));
+    }
+    json whole = head_of(counts);
+    whole["models"] = std::move(list);
+    return dumped(whole);
+}
+
+std::string failure_json(tessel::result_t result, std::string_view why, std::span<const finding_t> findings,
+                         std::string_view rest) {
+    const auto text = [](const json& value) { return value.dump(-1, ' ', false, json::error_handler_t::replace); };
+    return tessel::format("{{\"schema\": {}, \"result\": {}, \"error\": {}, \"findings\": {}{}}}\n", json_schema,
+                          static_cast<int>(result), text(why), text(list_of(findings)), rest);
 }
 
 std::string to_sarif(std::span<const finding_t> findings, const std::string& version) {

@@ -52,7 +52,8 @@ void write_csv(OutputFile& file, const times_t& times, const std::vector<signal_
 
 void write_json_results(const std::function<void(std::string_view)>& out, tessel::result_t result, const times_t& times,
                         const std::vector<signal_t>& signals, std::string_view rest) {
-    std::string text = tessel::format("{{\"result\": {}, \"series\": {{", static_cast<int>(result));
+    std::string text =
+        tessel::format("{{\"schema\": {}, \"result\": {}, \"series\": {{", json_schema, static_cast<int>(result));
     const auto flush = [&](std::size_t limit) {
         if (text.size() < limit) return;
         out(text);

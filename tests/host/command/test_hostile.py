@@ -309,7 +309,7 @@ class Hostile(CommandTest):
         self.write("m.json", model)
         command = f"'{ZARN}' inspect --json m.json | head -c 10"
         result = subprocess.run(["sh", "-c", command], cwd=self.folder, capture_output=True, text=True, timeout=30)
-        self.assertEqual(result.stdout, '{"result":')
+        self.assertEqual(result.stdout, '{"schema":')
         self.assertEqual(result.stderr, "")
 
 

@@ -1,5 +1,7 @@
 """How the command answers lines that it cannot read, and what it tells of itself."""
 
+import json
+import os
 import pathlib
 import re
 import shlex
@@ -7,7 +9,7 @@ import shutil
 import subprocess
 import unittest
 
-from support import ZARN, CommandTest
+from support import PATIENCE, ZARN, CommandTest, counter
 
 SHARE = pathlib.Path(ZARN).parent / "share"  # what the build writes for an installation
 
@@ -71,6 +73,111 @@ class Help(CommandTest):
                 result = self.run_into(full, *line)
                 self.assertEqual(result.returncode, 1)
                 self.assertEqual(result.stderr, "zarn: standard output: No space left on device\n")
+
+
+class Json(CommandTest):
+    """Every object has a version, and tells a failure in the same words for all verbs."""
+
+    def json(self, *line, status=0):
+        return json.loads(self.check(*line, "--json", status=status).stdout)
+
+    def test_every_verb_has_a_version(self):
+        self.write("m.json", counter())
+        self.write("a.csv", "time,x\n0,1\n")
+        for line in (
+            ["run", "m.json"],
+            ["check", "m.json"],
+            ["explain", "m.json"],
+            ["inspect", "m.json"],
+            ["generate", "c", "m.json", "out"],
+            ["draw", "m.json", "-o", "m.svg"],
+            ["blocks"],
+            ["blocks", "clamp"],
+            ["diff", "a.csv", "a.csv"],
+        ):
+            with self.subTest(line=line):
+                answer = self.json(*line)
+                self.assertEqual((answer["schema"], answer["result"]), (1, 0))
+
+    def test_failures_have_one_shape(self):
+        self.write("a.csv", "time,x\n0,1\n")
+        self.write("b.csv", "time,x\n0,2\n")
+        for line, status, what in (
+            (["blocks", "adder"], 2, "no block class 'adder'; did you mean add?"),
+            (["diff", "a.csv", "b.csv"], 1, "line 2, time 0, x: 1 and 2 differ by 1"),
+            (["diff", "a.csv", "no.csv"], 2, "no.csv: No such file or directory"),
+            (["draw", "no.json", "-o", "x.svg"], 1, None),
+            (["check", "no.json"], 1, None),
+            (["check", "no.json", "-w", "x.py", "--no-python"], 2, None),
+            (["inspect", "no.json"], 1, None),
+            (["generate", "c", "no.json", "out"], 1, None),
+        ):
+            with self.subTest(line=line):
+                answer = self.json(*line, status=status)
+                self.assertEqual((answer["schema"], answer["result"]), (1, -1))
+                self.assertIsInstance(answer["findings"], list)
+                if what is not None:
+                    self.assertEqual(answer["error"], what)
+
+
+class SeveralModels(CommandTest):
+    def setUp(self):
+        super().setUp()
+        self.write("good.json", counter())
+        model = counter()
+        del model.links[0]
+        self.write("bad.json", model)
+
+    def test_each_is_told_and_the_worst_is_the_status(self):
+        result = self.check("check", "good.json", "bad.json", "good.json", status=1)
+        lines = [line for line in result.stdout.splitlines() if ".json: " in line]
+        self.assertEqual(lines[0], "good.json: no problem found")
+        self.assertRegex(lines[-2], r"^bad\.json: \d+ error")
+        self.assertEqual(lines[-1], "good.json: no problem found")
+        self.check("check", "good.json", "good.json")
+
+    def test_one_object_for_all(self):
+        one = json.loads(self.check("check", "bad.json", "--json", status=1).stdout)
+        all_of_them = json.loads(self.check("check", "good.json", "bad.json", "bad.json", "--json", status=1).stdout)
+        self.assertEqual(list(all_of_them), ["errors", "models", "notes", "result", "schema", "warnings"])
+        self.assertEqual([model["model"] for model in all_of_them["models"]], ["good.json", "bad.json", "bad.json"])
+        self.assertEqual(all_of_them["models"][1], one)
+        self.assertEqual(all_of_them["errors"], 2 * one["errors"])
+        log = json.loads(self.check("check", "good.json", "bad.json", "--sarif", status=1).stdout)
+        self.assertEqual(len(log["runs"][0]["results"]), len(one["findings"]))
+
+    def test_all_share_one_workspace(self):
+        model = counter()
+        model.blocks[1]["constant"]["expression"] = "gain"
+        self.write("asks.json", model)
+        self.check("check", "asks.json", "asks.json", "-e", "gain = 3.0", "-q", out="", err="")
+        self.check("check", "good.json", "asks.json", "--python", status=1, out="NameError")
+
+
+class StandardInput(CommandTest):
+    """A model from a pipe; its references are relative to the current folder."""
+
+    def piped(self, command, status=0):
+        result = subprocess.run(
+            ["bash", "-c", command], cwd=self.folder, env=os.environ | {"Z": ZARN}, capture_output=True, text=True,
+            timeout=60 * PATIENCE,
+        )
+        self.assertEqual(result.returncode, status, result.stdout[-1000:] + result.stderr[-1000:])
+        return result
+
+    def test_every_verb_reads_it(self):
+        self.write("m.json", counter())
+        for verb in ("check", "explain", "inspect", "run", "draw", "run --no-python"):
+            with self.subTest(verb=verb):
+                want = self.check(*verb.split(), "m.json").stdout.replace("m.json", "-")
+                self.assertEqual(self.piped(f'cat m.json | "$Z" {verb} -').stdout, want)
+                self.assertEqual(self.piped(f'"$Z" {verb} - < m.json').stdout, want)
+        self.assertEqual(self.piped('"$Z" run -q <(cat m.json) -o /dev/stdout').stderr, "")
+        self.piped('"$Z" generate c - out < m.json')
+
+    def test_it_must_end(self):
+        self.assertIn("not a regular file", self.piped('"$Z" check - < /dev/zero', status=1).stdout)
+        self.assertEqual(self.piped('echo nonsense | "$Z" run -', status=1).stdout, "")
 
 
 class Pages(CommandTest):

@@ -348,7 +348,7 @@ class Streams(CommandTest):
     def test_json_is_all_that_stands_on_standard_output(self):
         self.write("m.json", counter())
         result = self.check("run", "m.json", "--json", "-e", "print('hello')", err="hello")
-        self.assertEqual(set(json.loads(result.stdout)), {"result", "series", "signals", "findings"})
+        self.assertEqual(set(json.loads(result.stdout)), {"schema", "result", "series", "signals", "findings"})
 
     def test_a_refused_model_gives_a_json_result_too(self):
         model = Model()

@@ -51,7 +51,7 @@ class Schema(CommandTest):
         self.assertGreater(count, 300)
 
     def test_every_class_and_parameter_is_in_it(self):
-        for row in json.loads(self.check("blocks", "--json").stdout):
+        for row in json.loads(self.check("blocks", "--json").stdout)["blocks"]:
             definition = self.schema["$defs"]["class " + row["class"]]
             self.assertEqual(
                 {key: value["default"] for key, value in definition["properties"].items()},

@@ -17,7 +17,7 @@ class Inspect(CommandTest):
         self.write("m.json", gated())
         answer = self.inspect("m.json")
         self.assertEqual(
-            list(answer), ["result", "result_name", "console", "log", "blocks", "links", "enable_map"]
+            list(answer), ["schema", "result", "result_name", "console", "log", "blocks", "links", "enable_map"]
         )
         self.assertEqual((answer["result"], answer["result_name"], answer["console"]), (0, "result_ok", []))
         self.assertEqual(answer["log"][:2], ["validate [enter]", "validate [leave]"])
@@ -284,7 +284,7 @@ class Blocks(CommandTest):
         self.assertIn("Types      none", self.check("blocks", "goto").stdout)
 
     def test_counts_of_combinations(self):
-        counts = {b["class"]: len(b["types"]) for b in json.loads(self.check("blocks", "--json").stdout)}
+        counts = {b["class"]: len(b["types"]) for b in json.loads(self.check("blocks", "--json").stdout)["blocks"]}
         self.assertEqual(len(counts), self.LISTED)
         for name, count in {"abs": 11, "add": 1452, "clamp": 506, "divide": 121, "mod": 100, "switch": 60, "if": 11}.items():
             self.assertEqual(counts[name], count, name)

@@ -14,7 +14,7 @@ WITHOUT += [["inspect"], ["check"], ["explain"], ["draw", "-o", "m.svg"]]
 class Untrusted(CommandTest):
     def setUp(self):
         super().setUp()
-        self.classes = json.loads(self.check("blocks", "--json").stdout)
+        self.classes = json.loads(self.check("blocks", "--json").stdout)["blocks"]
         self.touched = self.folder / "touched"
 
     def attack(self, kind):
