@@ -47,8 +47,12 @@ class Readme(CommandTest):
             ["run", "check", "explain", "draw", "generate", "inspect", "blocks", "diff", "schema", "help"],
         )
         for verb in verbs:
-            command = verb.replace("MODEL", "first_order.json").replace(" DIR", " out").replace("[CLASS]", "clamp").replace("[VERB]", "run")
-            command = command.replace("c\\|py", "c").replace("A.csv", "y.csv").replace("B.csv", "y.csv")
+            command = verb
+            for word, stands_for in {
+                "MODEL...": "MODEL", "MODEL": "first_order.json", " DIR": " out", "[CLASS]": "clamp", "[VERB]": "run",
+                "c\\|py": "c", "A.csv": "y.csv", "B.csv": "y.csv",
+            }.items():
+                command = command.replace(word, stands_for)
             if verb.split()[0] in ("run", "generate", "inspect"):
                 command += " -e 'k = 0.5'"
             if verb.startswith("run"):
