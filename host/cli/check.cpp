@@ -35,6 +35,9 @@ int explain(const check_arguments_t& arguments) {
     return status_ok;
 }
 
+/// Whether the library can read the file for itself, to confirm what was found: a pipe is read once.
+bool readable_again(const std::string& model) { return handed_over(model) < 0; }
+
 /// Checks each model, and calls `told` with what was found. All share one interpreter and one workspace.
 void check_each(const check_arguments_t& arguments, const std::function<void(checked_t)>& told) {
     options_t common = arguments.common;
@@ -42,13 +45,13 @@ void check_each(const check_arguments_t& arguments, const std::function<void(che
     Call call(common, bridge_t::literal);
     for (const std::string& model : arguments.models) {
         if (&model == &arguments.models.front()) {
-            told({model, call.session().check(call.evaluates(), true)});
+            told({model, call.session().check(call.evaluates(), readable_again(model))});
             continue;
         }
         session_setup_t setup = call.session().setup();
         setup.model = model;
         Session other(std::move(setup));
-        told({model, other.check(call.evaluates(), true)});
+        told({model, other.check(call.evaluates(), readable_again(model))});
     }
 }
 
