@@ -2,14 +2,15 @@
 
 #include <CLI/App.hpp>
 #include <nlohmann/json.hpp>
-#include <set>
 
 #include "core/format.h"
 #include "host/cli/command.h"
 #include "host/cli/verbs.h"
+#include "host/diagnose/analysis.h"
 #include "host/document/limits.h"
-#include "host/draw/compiled.h"
+#include "host/draw/checked.h"
 #include "host/draw/diagram.h"
+#include "host/draw/png.h"
 #include "host/draw/scene.h"
 #include "host/draw/svg.h"
 #include "host/session/output_file.h"
@@ -20,59 +21,49 @@ namespace {
 struct draw_options_t : options_t {
     std::string output = "-";
     draw::DrawOptions drawing;
+    std::string level;
     double layout_seconds = 10;
 };
 
-/// Marks the blocks of a loop that no order of execution can satisfy.
-void mark_loop(draw::Diagram& diagram, const std::vector<std::string>& loop) {
-    std::string way;
-    for (const std::string& path : loop) way += path + " -> ";
-    diagram.notes.push_back(tessel::format("algebraic loop: {}{}", way, loop.front()));
-    const std::set<std::string> paths(loop.begin(), loop.end());
-    for (std::size_t i = 1; i < diagram.blocks.size(); ++i)
-        if (paths.contains(diagram.path(i))) diagram.blocks[i].failed = true;
+/// Checks the model for the sake of its types and faults, which hinder no picture.
+void check(Call& call, draw::Diagram& diagram) {
+    const Session::Active active(call.session());
+    analysis_t analysis;
+    Report report(analysis.graph);
+    check_options_t options;
+    options.final_bridge = call.evaluates();
+    options.settings = call.session().setup().settings;
+    analyse(analysis, report, call.session().document(), options);
+    auto findings = report.take();
+    draw::take_checks(diagram, analysis, findings);
+    if (call.options().quiet) return;
+    for (const auto& text : diagram.remarks) call.complain(text);
+    std::erase_if(findings, [](const finding_t& f) { return f.code == "Z402"; });  // of which the remarks speak
+    for (const auto& text : in_brief(findings, severity_t::error)) call.complain(text);
+    for (const auto& text : in_brief(findings, severity_t::warning)) call.complain(text);
 }
 
-/// Compiles the model for the sake of its types. What hinders that hinders no picture.
-void compile(Call& call, draw::Diagram& diagram) {
-    Session& session = call.session();
-    call.set_console_silent(true);
-    tessel::result_t result = tessel::result_failure;
-    try {
-        result = session.load();
-    } catch (const SessionError& error) {
-        return message(error.what());
-    }
-    const auto& settings = session.properties();
-    diagram.start = static_cast<double>(settings.get("ti"));
-    diagram.end = static_cast<double>(settings.get("tf"));
-    diagram.step = static_cast<double>(settings.get("ts"));
-    const auto stage = [&](const char* name) {
-        const char* what = tessel::result_name(result);
-        diagram.notes.push_back(tessel::format("{}: {}", name, what != nullptr ? what : "failed"));
-    };
-    draw::CompiledView view(diagram, session.model());
-    const bool loaded = result == tessel::result_ok;
-    if (!loaded) {
-        stage("load");
-    } else {
-        result = session.compile();
-        view.take(session.model());
-        if (!session.loop().empty()) mark_loop(diagram, session.loop());
-        if (result != tessel::result_ok && session.loop().empty()) stage("compile");
-    }
-    if (session.console().empty() || call.options().quiet) return;
-    for (const std::string& text : session.console()) call.complain(text);
-    if (!loaded) call.complain("it cannot be loaded, and is drawn without types: 'zarn check' names the places");
-    else if (!call.evaluates() && result != tessel::result_ok)
-        call.complain("types stop where an expression is no literal: --python, -w or -e evaluate it");
+std::size_t level_of(const draw::Diagram& diagram, const std::string& path) {
+    const std::size_t found = diagram.find_subsystem(path);
+    if (found != none) return found;
+    throw SessionError(problem_t::usage, tessel::format("--level {}: there is no subsystem of this path", path));
+}
+
+enum class form_t { svg, png };
+
+/// What a file's name asks for.
+form_t form_of(const std::string& output) {
+    if (output == "-" || output.ends_with(".svg")) return form_t::svg;
+    if (output.ends_with(".png")) return form_t::png;
+    throw SessionError(problem_t::usage, tessel::format("-o {}: the name must end in .svg or .png", output));
 }
 
 void write(const draw_options_t& options, const std::string& svg) {
     if (options.output == "-") return out(svg);
     try {
+        const std::string picture = form_of(options.output) == form_t::png ? draw::png_of(svg) : svg;
         OutputFile file(options.output);
-        file.write(svg);
+        file.write(picture);
         file.commit();
     } catch (const std::runtime_error& error) {
         throw SessionError(problem_t::file, tessel::format("{}: {}", options.output, error.what()));
@@ -80,20 +71,24 @@ void write(const draw_options_t& options, const std::string& svg) {
 }
 
 int run(draw_options_t& options) {
+    form_of(options.output);  // wrong use is told before anything is done
     Call call(options, bridge_t::literal);
     Session& session = call.session();
-    if (const auto problem = find_unloadable(session.document()); !problem.empty())
-        throw session.error(problem_t::model, problem);
+    const auto problem = find_unloadable(session.document());
+    if (!session.document().main().problem().empty()) throw session.error(problem_t::model, problem);
     draw::Diagram diagram;
     try {
-        diagram = draw::read_diagram(session.file());
+        diagram = draw::read_diagram(session.document());
     } catch (const std::runtime_error& error) {
         throw session.error(problem_t::model, error.what());
     } catch (const nlohmann::json::exception& error) {
         const std::string_view text = error.what();  // behind the number of the library's error
         throw session.error(problem_t::model, text.substr(text.find(' ') + 1));
     }
-    compile(call, diagram);
+    if (!options.level.empty()) options.drawing.level = level_of(diagram, options.level);
+    if (problem.empty()) check(call, diagram);
+    else diagram.notes.push_back(problem);  // what is too much to load can be drawn
+    if (!problem.empty() && !options.quiet) call.complain(problem);
 
     options.drawing.layout_limit = std::chrono::milliseconds(static_cast<long long>(options.layout_seconds * 1000));
     std::string note;
@@ -114,19 +109,28 @@ int run(draw_options_t& options) {
 
 void add_draw(CLI::App& app, int& status) {
     auto options = std::make_shared<draw_options_t>();
-    auto* verb = app.add_subcommand("draw", "Draw the diagram of a model as SVG");
+    auto* verb = app.add_subcommand("draw", "Draw the diagram of a model as SVG or PNG");
     add_common(*verb, *options);
-    verb->add_option("-o,--output", options->output, "SVG file; - is standard output, and the default")
-        ->type_name("FILE.svg");
+    verb->add_option("-o,--output", options->output,
+                     "File, .svg or .png by its name; - is SVG on standard output, and the default")
+        ->type_name("FILE");
     verb->add_option("--depth", options->drawing.depth,
                      "Draw so many levels of subsystems with their content in place; others are panels below")
         ->check(CLI::Range(0, 100));
+    verb->add_option("--level", options->level, "Draw this subsystem alone")->type_name("PATH");
+    const CLI::Validator seconds(
+        [](const std::string& text) {
+            double value = 0;
+            const bool fits = CLI::detail::lexical_cast(text, value) && value >= 0 && value <= 3600;
+            return fits ? std::string() : "'" + text + "' is no number from 0 to 3600";
+        },
+        "SECONDS");
     verb->add_flag("--relayout", options->drawing.relayout, "Place all blocks anew, whatever the file says");
     verb->add_option("--layout-time", options->layout_seconds, "Longest time in seconds for Graphviz's dot")
-        ->check(CLI::Range(0.0, 3600.0));
+        ->check(seconds);
     verb->footer(
         "Blocks stand where the file has them; those of a file without positions are placed by Graphviz.\n"
-        "Wires carry their types as far as the model compiles. Nothing is evaluated unless --python, -w or -e is\n"
+        "Wires carry their types as far as they are known. Nothing is evaluated unless --python, -w or -e is\n"
         "given. A model that is not in order is drawn as far as it can be read, with its faults in red.\n\n"
         "Example:\n  zarn draw pump.json -o pump.svg --depth 1");
     verb->callback(

@@ -81,7 +81,7 @@ void analyse(analysis_t& analysis, Report& report, Document& document, const che
     check_tree(graph, report);
 
     wiring_t& wiring = analysis.wiring;
-    wiring = draw(graph);
+    wiring = as_drawn(graph);
     dissolve_gotos(graph, wiring, report);
     bind_links(graph, wiring, report);
     check_ids(graph, wiring, report);

@@ -80,6 +80,11 @@ struct checked_t {
     std::string model;
     std::vector<finding_t> findings;
 };
+/// "mainsys.sum (add): what is wrong", with the file of a finding about no block.
+std::string sentence_of(const finding_t& finding);
+
+/// The findings of one weight in few lines: each in a line of its own, or their number where there are many.
+std::vector<std::string> in_brief(std::span<const finding_t> findings, severity_t severity);
 
 /// One line on how many errors, warnings and notes there are.
 std::string summary(std::span<const finding_t> findings);

@@ -112,7 +112,7 @@ void print(std::span<const finding_t> findings, std::ostream& out, bool colors) 
         const char* off = colors ? "\033[0m" : "";
         const auto line = [&out](std::string_view text) { out << printable(text) << '\n'; };
         out << on << severity_name(finding.severity) << ' ' << finding.code << off;
-        line(" " + subject(finding) + ": " + finding.what);
+        line(" " + sentence_of(finding));
         std::string place = "    at   " + finding.file;
         if (finding.line != 0) place += tessel::format(":{}:{}", finding.line, finding.column);
         if (!finding.pointer.empty()) place += " " + finding.pointer;
@@ -123,6 +123,19 @@ void print(std::span<const finding_t> findings, std::ostream& out, bool colors) 
             line(tessel::format("         ... and {} more (all with --json)", finding.steps.size() - most_steps));
         line("    mend " + finding.mend);
     }
+}
+
+std::string sentence_of(const finding_t& finding) { return subject(finding) + ": " + finding.what; }
+
+std::vector<std::string> in_brief(std::span<const finding_t> findings, severity_t severity) {
+    constexpr std::size_t many = 4;
+    std::vector<std::string> lines;
+    for (const finding_t& finding : findings)
+        if (finding.severity == severity)
+            lines.push_back(tessel::format("{} {} {}", severity_name(severity), finding.code, sentence_of(finding)));
+    if (lines.size() >= many)
+        lines = {tessel::format("{}: 'zarn check' tells them", counted(lines.size(), severity_name(severity)))};
+    return lines;
 }
 
 std::string summary(std::span<const finding_t> findings) {

@@ -20,7 +20,7 @@ lineup_t line_up(const graph_t& graph, const std::vector<std::size_t>& live) {
     return all;
 }
 
-wiring_t draw(const graph_t& graph) {
+wiring_t as_drawn(const graph_t& graph) {
     wiring_t wiring;
     wiring.live.resize(graph.nodes.size());
     std::iota(wiring.live.begin(), wiring.live.end(), std::size_t{0});

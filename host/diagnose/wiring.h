@@ -50,7 +50,7 @@ lineup_t line_up(const graph_t& graph);
 lineup_t line_up(const graph_t& graph, const std::vector<std::size_t>& live);
 
 /// All blocks and links as drawn.
-wiring_t draw(const graph_t& graph);
+wiring_t as_drawn(const graph_t& graph);
 
 /// goto and from blocks become direct links.
 void dissolve_gotos(const graph_t& graph, wiring_t& wiring, Report& report);

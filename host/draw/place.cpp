@@ -266,6 +266,12 @@ void level_ports(Page& page) {
     }
 }
 
+/// Whether no input of a block has a say in the outputs of the same step.
+bool is_delayed(const Block& block) {
+    const auto& inputs = block.traits->inputs;
+    return inputs.size() > 0 && std::ranges::none_of(inputs, &tessel::port_traits_t::direct);
+}
+
 }  // namespace
 
 std::string shown_name(const Diagram& diagram, const Node& node) {
@@ -328,7 +334,7 @@ LayoutGraph layout_graph(const Diagram& diagram, const Page& page) {
     }
     for (const PageLink& link : page.links) {
         const Block& source = diagram.blocks[page.scene.nodes[link.from].block];
-        graph.edges.push_back({link.from, link.to, link.output, link.input, source.is("memory"), false});
+        graph.edges.push_back({link.from, link.to, link.output, link.input, is_delayed(source), false});
     }
     turn_loops(graph);
     return graph;

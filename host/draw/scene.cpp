@@ -8,7 +8,6 @@
 #include "host/draw/labels.h"
 #include "host/draw/place.h"
 #include "host/draw/router.h"
-#include "host/draw/signal_types.h"
 #include "host/draw/text.h"
 
 namespace zarn::draw {
@@ -25,12 +24,20 @@ constexpr std::size_t most_notes = 8;
 
 struct Plan {
     std::vector<std::vector<std::size_t>> children;
-    std::vector<std::size_t> pages;   ///< owners, each before those inside it
-    std::vector<bool> inlined;        ///< by block: drawn with its content in place
-    std::vector<std::size_t> height;  ///< by block: levels drawn in place inside
+    std::vector<std::size_t> pages;                            ///< owners, each before those inside it
+    std::vector<bool> inlined;                                 ///< by block: drawn with its content in place
+    std::vector<std::size_t> height;                           ///< by block: levels drawn in place inside
+    std::map<std::size_t, std::vector<std::size_t>> repeated;  ///< by owner: references to the same file
 };
 
-Plan make_plan(const Diagram& diagram, int depth) {
+/// Which part of the diagram hangs from each block, `none` for blocks other than the references that were read.
+std::vector<std::size_t> parts_by_owner(const Diagram& diagram) {
+    std::vector<std::size_t> parts(diagram.blocks.size(), none);
+    for (std::size_t p = 1; p < diagram.parts.size(); ++p) parts[diagram.parts[p].owner] = p;
+    return parts;
+}
+
+Plan make_plan(const Diagram& diagram, const DrawOptions& options) {
     Plan plan;
     const std::size_t n = diagram.blocks.size();
     plan.children = diagram.children();
@@ -38,6 +45,21 @@ Plan make_plan(const Diagram& diagram, int depth) {
     plan.height.assign(n, 0);
     std::vector<int> level(n, 0);
     std::vector<bool> seen(n, false);
+    const auto part_of = parts_by_owner(diagram);
+    std::vector<std::size_t> panel_of(diagram.parts.size(), none);  // by first part of a file
+    /// Whether the content of a reference has its panel already.
+    const auto repeats = [&](std::size_t reference) {
+        if (part_of[reference] == none) return false;
+        std::size_t& panel = panel_of[diagram.parts[part_of[reference]].same];
+        if (panel == none) {
+            panel = reference;
+            return false;
+        }
+        plan.repeated[panel].push_back(reference);
+        for (const std::size_t block : diagram.parts[part_of[reference]].blocks)
+            if (block != none) seen[block] = true;
+        return true;
+    };
     const auto visit = [&](std::size_t start, int deepest) {
         std::vector<std::size_t> waiting{start};
         while (!waiting.empty()) {
@@ -45,20 +67,22 @@ Plan make_plan(const Diagram& diagram, int depth) {
             waiting.pop_back();
             if (seen[owner]) continue;
             seen[owner] = true;
+            if (!plan.inlined[owner] && repeats(owner)) continue;
             plan.pages.push_back(owner);
             const auto& inside = plan.children[owner];
             for (auto child = inside.rbegin(); child != inside.rend(); ++child) {
                 if (plan.children[*child].empty() || seen[*child]) continue;
                 const bool in_place = level[owner] < deepest && diagram.blocks[*child].is_subsystem();
+                if (options.level != none && !in_place) continue;
                 level[*child] = in_place ? level[owner] + 1 : 0;
                 plan.inlined[*child] = in_place;
                 waiting.push_back(*child);
             }
         }
     };
-    visit(0, depth);
+    visit(options.level == none ? 0 : options.level, options.depth);
     // what hangs from the root by no way at all is shown none the less
-    for (std::size_t i = 1; i < n; ++i)
+    for (std::size_t i = 1; options.level == none && i < n; ++i)
         if (!seen[i] && !plan.children[i].empty()) visit(i, 0);
     for (auto page = plan.pages.rbegin(); page != plan.pages.rend(); ++page) {
         if (!plan.inlined[*page]) continue;
@@ -68,17 +92,39 @@ Plan make_plan(const Diagram& diagram, int depth) {
     return plan;
 }
 
+/// Brings to the one drawing of a file what is known of its other uses.
+void take_together(Diagram& diagram, const Plan& plan) {
+    const auto part_of = parts_by_owner(diagram);
+    for (const auto& [panel, references] : plan.repeated) {
+        const Part& drawn = diagram.parts[part_of[panel]];
+        for (const std::size_t reference : references) {
+            const Part& other = diagram.parts[part_of[reference]];
+            for (std::size_t i = 0; i < drawn.blocks.size(); ++i)
+                if (drawn.blocks[i] != none && diagram.blocks[other.blocks[i]].failed)
+                    diagram.blocks[drawn.blocks[i]].failed = true;
+            for (std::size_t i = 0; i < drawn.links.size(); ++i) {
+                Link& link = diagram.links[drawn.links[i]];
+                const Link& use = diagram.links[other.links[i]];
+                link.failed = link.failed || use.failed;
+                if (link.type.empty()) link.type = use.type;
+                else if (link.type.find(use.type) == std::string::npos) link.type += " | " + use.type;
+            }
+        }
+    }
+}
+
 // ---- one page
 
 class PageMaker {
 public:
-    PageMaker(const Diagram& diagram, const Plan& plan, const SignalTypes& types)
-        : diagram_(diagram), plan_(plan), types_(types) {}
+    PageMaker(const Diagram& diagram, const Plan& plan) : diagram_(diagram), plan_(plan) {}
 
     /// Blocks and ports, without places. `inner` gives the finished contents that are drawn in place.
     void gather(std::size_t owner, const std::vector<std::size_t>& links,
                 std::unordered_map<std::size_t, std::unique_ptr<Scene>>& inner) {
         page.scene.owner = owner;
+        if (const auto found = plan_.repeated.find(owner); found != plan_.repeated.end())
+            page.scene.repeated = found->second;
         for (const std::size_t block : plan_.children[owner]) {
             places_.emplace(block, page.scene.nodes.size());
             page.scene.nodes.push_back(make_node(block, inner));
@@ -232,14 +278,13 @@ private:
     }
 
     bool broken(const PageLink& link) const {
-        return page.scene.nodes[link.from].outputs[link.output].broken ||
+        return diagram_.links[link.link].failed || page.scene.nodes[link.from].outputs[link.output].broken ||
                page.scene.nodes[link.to].inputs[link.input].broken;
     }
 
     Wire wire_of(const PageLink& link, Polyline path) const {
         const std::size_t source = page.scene.nodes[link.from].block;
-        return {std::move(path), source, types_.of_output(source, diagram_.links[link.link].source_port), broken(link),
-                true};
+        return {std::move(path), source, diagram_.links[link.link].type, broken(link), true};
     }
 
     void lay_wires() {
@@ -351,7 +396,6 @@ private:
 
     const Diagram& diagram_;
     const Plan& plan_;
-    const SignalTypes& types_;
     std::unordered_map<std::size_t, std::size_t> places_;  // block to node
     std::vector<PageLink> strays_;
     std::vector<Pieces> wire_pieces_;              // of each signal's wires
@@ -397,12 +441,14 @@ void lay_out(const Diagram& diagram, std::vector<PageMaker>& makers, const DrawO
     }
 }
 
-void note_lost_links(const Diagram& diagram, Scene& root) {
+/// What is to be said of the whole diagram, the first of many notes.
+void take_notes(const Diagram& diagram, Scene& root) {
     for (const Link& link : diagram.links)
         if (link.source == none && link.target == none)
             root.notes.push_back(
                 tessel::format("a link from {} to {}: there are no such blocks", link.source_id, link.target_id));
     root.notes.insert(root.notes.end(), diagram.notes.begin(), diagram.notes.end());
+    root.remarks = diagram.remarks;
     if (root.notes.size() <= most_notes) return;
     const std::size_t more = root.notes.size() - most_notes;
     root.notes.resize(most_notes);
@@ -411,9 +457,9 @@ void note_lost_links(const Diagram& diagram, Scene& root) {
 
 }  // namespace
 
-std::vector<Scene> make_scenes(const Diagram& diagram, const DrawOptions& options, std::string& note) {
-    const Plan plan = make_plan(diagram, options.depth);
-    const SignalTypes types(diagram);
+std::vector<Scene> make_scenes(Diagram& diagram, const DrawOptions& options, std::string& note) {
+    const Plan plan = make_plan(diagram, options);
+    take_together(diagram, plan);
     const auto links = links_by_page(diagram);
     std::unordered_map<std::size_t, std::unique_ptr<Scene>> finished;
     std::size_t highest = 0;
@@ -423,7 +469,7 @@ std::vector<Scene> make_scenes(const Diagram& diagram, const DrawOptions& option
         std::vector<PageMaker> makers;
         for (const std::size_t owner : plan.pages) {
             if (plan.height[owner] != height) continue;
-            makers.emplace_back(diagram, plan, types);
+            makers.emplace_back(diagram, plan);
             makers.back().gather(owner, links[owner], finished);
         }
         lay_out(diagram, makers, options, note);
@@ -436,7 +482,7 @@ std::vector<Scene> make_scenes(const Diagram& diagram, const DrawOptions& option
     std::vector<Scene> scenes;
     for (const std::size_t owner : plan.pages)
         if (!plan.inlined[owner]) scenes.push_back(std::move(*finished[owner]));
-    note_lost_links(diagram, scenes.front());
+    take_notes(diagram, scenes.front());
     return scenes;
 }
 

@@ -61,22 +61,27 @@ struct Joint {
 };
 
 struct Scene {
-    std::size_t owner = 0;  ///< the block whose content this is
+    std::size_t owner = 0;              ///< the block whose content this is
+    std::vector<std::size_t> repeated;  ///< references whose content is the same
     std::vector<Node> nodes;
     std::vector<Wire> wires;
     std::vector<Joint> joints;
     std::vector<Label> labels;
-    std::vector<std::string> notes;
+    std::vector<std::string> notes;    ///< what is wrong
+    std::vector<std::string> remarks;  ///< what is worth knowing
     Rect bounds;
 };
 
 struct DrawOptions {
-    int depth = 0;          ///< so many levels of subsystems are drawn with their content in place
-    bool relayout = false;  ///< passes over the positions of the file
+    int depth = 0;             ///< so many levels of subsystems are drawn with their content in place
+    std::size_t level = none;  ///< the one subsystem that is drawn, `none` for all
+    bool relayout = false;     ///< passes over the positions of the file
     std::chrono::milliseconds layout_limit{10'000};  ///< for Graphviz's dot
 };
 
-/// The pages of a diagram, the root's first. `note` gets what the user should know about the making.
-std::vector<Scene> make_scenes(const Diagram& diagram, const DrawOptions& options, std::string& note);
+/// The pages of a diagram, the root's first. What a file holds that is referred to more than once is drawn once, with
+/// what is known of each of its uses taken together in the diagram. `note` gets what the user should know about the
+/// making.
+std::vector<Scene> make_scenes(Diagram& diagram, const DrawOptions& options, std::string& note);
 
 }  // namespace zarn::draw

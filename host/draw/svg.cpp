@@ -1,7 +1,8 @@
 #include "host/draw/svg.h"
 
 #include <algorithm>
-#include <set>
+#include <string_view>
+#include <unordered_map>
 
 #include "core/format.h"
 #include "host/draw/text.h"
@@ -14,6 +15,7 @@ constexpr double title_height = 34;
 constexpr double padding = 22;  // inside a panel
 constexpr double note_height = 17;
 constexpr double least_width = 420;
+constexpr std::size_t most_titles = 2;  // further references that the title of their content names
 constexpr double text_size = 11;
 constexpr double port_text_size = 9;
 
@@ -46,6 +48,7 @@ text { font-family: Helvetica, Arial, 'Liberation Sans', 'DejaVu Sans', sans-ser
 .type { fill: #64748b; font-style: italic; }
 .link { fill: #334155; font-style: italic; }
 .bad { fill: #c81e1e; }
+.remark { fill: #64748b; }
 .port { fill: #475569; }
 .halo { paint-order: stroke; stroke: #ffffff; stroke-width: 3px; stroke-linejoin: round; }
 )";
@@ -60,19 +63,24 @@ const char* type_class(const std::string& type) {
     return type.starts_with("int") || type.starts_with("uint") ? " int" : "";
 }
 
+/// Whether a "^" in the caption is not the user's own: it starts what stands above the line.
+bool raises(const Block& block) {
+    const char* caption = block.traits->caption;
+    return caption != nullptr && std::string_view(caption).find('^') != std::string_view::npos;
+}
+
 const char* family(const Block& block) {
-    static const std::set<std::string_view> sources{"constant",   "from_workspace", "random", "sinewave",
-                                                    "squarewave", "step",           "time"};
-    static const std::set<std::string_view> states{"acc", "debounce", "delta", "hysteresis", "max", "memory", "min"};
-    if (sources.contains(block.class_name)) return " source";
-    if (states.contains(block.class_name)) return " state";
-    return "";
+    if (block.traits->family == tessel::family_t::source) return " source";
+    return block.traits->family == tessel::family_t::state ? " state" : "";
 }
 
 class Writer {
 public:
     Writer(const Diagram& diagram, const std::vector<Scene>& pages) : diagram_(diagram) {
-        for (const Scene& page : pages) linked_.insert(page.owner);
+        for (const Scene& page : pages) {
+            panels_.emplace(page.owner, page.owner);
+            for (const std::size_t reference : page.repeated) panels_.emplace(reference, page.owner);
+        }
     }
 
     std::string document(const std::vector<Scene>& pages) {
@@ -93,7 +101,13 @@ private:
     // ---- panels
 
     std::string title(const Scene& page) const {
-        return page.owner == 0 ? diagram_.title : diagram_.short_path(page.owner);
+        if (page.owner == 0) return diagram_.title;
+        std::string text = diagram_.short_path(page.owner);
+        for (std::size_t i = 0; i < page.repeated.size(); ++i) {
+            if (i == most_titles) return text + tessel::format(" and {} more", page.repeated.size() - i);
+            text += ", " + diagram_.short_path(page.repeated[i]);
+        }
+        return text;
     }
 
     std::string subtitle(const Scene& page) const {
@@ -108,7 +122,8 @@ private:
     }
 
     double panel(const Scene& page, double y, double width) {
-        const double notes = page.notes.empty() ? 0 : note_height * static_cast<double>(page.notes.size()) + 8;
+        const auto lines = static_cast<double>(page.notes.size() + page.remarks.size());
+        const double notes = lines == 0 ? 0 : note_height * lines + 8;
         const double height = title_height + page.bounds.h + 2 * padding + notes;
         line("<g id=\"page-{}\">", page.owner);
         line(R"(<rect class="panel" x="{}" y="{}" width="{}" height="{}" rx="6"/>)", num(edge), num(y), num(width),
@@ -125,10 +140,13 @@ private:
         scene(page);
         line("</g>");
         double at = y + height - notes + 4;
-        for (const std::string& note : page.notes) {
-            line(R"(<text class="bad" font-size="11" x="{}" y="{}">{}</text>)", num(edge + 14), num(at), escape(note));
+        const auto write = [&](const char* kind, const std::string& text) {
+            line(R"(<text class="{}" font-size="11" x="{}" y="{}">{}</text>)", kind, num(edge + 14), num(at),
+                 escape(text));
             at += note_height;
-        }
+        };
+        for (const std::string& note : page.notes) write("bad", note);
+        for (const std::string& remark : page.remarks) write("remark", remark);
         line("</g>");
         return y + height;
     }
@@ -173,8 +191,9 @@ private:
 
     void node(const Node& n) {
         const Block& block = diagram_.blocks[n.block];
-        const bool leads = linked_.contains(n.block);
-        if (leads) line("<a href=\"#page-{}\">", n.block);
+        const auto panel = panels_.find(n.block);
+        const bool leads = panel != panels_.end();
+        if (leads) line("<a href=\"#page-{}\">", panel->second);
         line(R"(<g class="node" data-class="{}" data-id="{}">)", escape(block.class_name), block.id);
         line("<title>{}</title>", escape(tooltip(n)));
         outline(n, block);
@@ -286,9 +305,7 @@ private:
         if (n.symbol.text.empty() || n.symbol.shape == Shape::circle) return;
         const Rect room = middle(n);
         double size = std::min(text_size, room.h * 0.75);
-        static const std::set<std::string_view> signs{"acc",      "add",        "delta",   "divide",
-                                                      "multiply", "relational", "subtract"};
-        const bool sign = signs.contains(block.class_name) && text_width(n.symbol.text, 1) < 0.9;
+        const bool sign = block.traits->large_caption && text_width(n.symbol.text, 1) < 0.9;
         if (sign) size = std::min(18.0, room.h * 0.7);
         if (n.symbol.shape == Shape::frame && n.symbol.inputs.empty()) size = std::min(size, 10.0);
         // a long text may become smaller before it is cut
@@ -298,8 +315,7 @@ private:
         const std::string head = tessel::format(R"(<text x="{}" y="{}" font-size="{}" text-anchor="middle"{}>)",
                                                 num(room.center().x), num(room.center().y + size * 0.36), num(size),
                                                 is_dark(block.color) ? " style=\"fill:#ffffff\"" : "");
-        if (raised == std::string::npos || !(block.is("memory") || block.is("pow")))
-            line("{}{}</text>", head, escape(text));
+        if (!raises(block) || raised == std::string::npos) line("{}{}</text>", head, escape(text));
         else
             line(R"({}{}<tspan dy="{}" font-size="{}">{}</tspan></text>)", head, escape(text.substr(0, raised)),
                  num(-size * 0.4), num(size * 0.75), escape(text.substr(raised + 1)));
@@ -392,7 +408,7 @@ private:
     }
 
     const Diagram& diagram_;
-    std::set<std::size_t> linked_;  // owners of pages
+    std::unordered_map<std::size_t, std::size_t> panels_;  // by block, the owner of the page with its content
     std::string out_;
 };
 

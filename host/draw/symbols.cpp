@@ -4,22 +4,20 @@
 #include <cmath>
 #include <map>
 #include <nlohmann/json.hpp>
-#include <set>
 #include <string_view>
 
 #include "core/format.h"
+#include "host/draw/caption.h"
 #include "host/draw/text.h"
 
 namespace zarn::draw {
 namespace {
 
+using tessel::icon_t;
+using tessel::outline_t;
+
 constexpr double text_size = 11;
 constexpr double tau = 6.283185307179586;
-
-const Icon& pulse_icon() {
-    static const Icon icon{{{{-1, 0.7}, {-0.5, 0.7}, {-0.5, -0.7}, {0.5, -0.7}, {0.5, 0.7}, {1, 0.7}}}, {}, {}};
-    return icon;
-}
 
 Polyline arc(Point center, double radius, double from, double to) {
     Polyline line;
@@ -52,15 +50,15 @@ Icon grid_icon() {
     return icon;
 }
 
-const std::map<std::string_view, Icon>& icons() {
-    static const std::map<std::string_view, Icon> table{
-        {"sinewave", sine_icon()},
-        {"squarewave",
+const Icon& icon_of(icon_t kind) {
+    static const std::map<icon_t, Icon> table{
+        {icon_t::sine, sine_icon()},
+        {icon_t::square,
          {{{{-1, 0.65}, {-0.65, 0.65}, {-0.65, -0.65}, {0, -0.65}, {0, 0.65}, {0.65, 0.65}, {0.65, -0.65}, {1, -0.65}}},
           {{{-1, 0}, {1, 0}}},
           {}}},
-        {"step", {{{{-1, 0.65}, {-0.1, 0.65}, {-0.1, -0.65}, {1, -0.65}}}, {{{-1, 0.95}, {1, 0.95}}}, {}}},
-        {"random",
+        {icon_t::step, {{{{-1, 0.65}, {-0.1, 0.65}, {-0.1, -0.65}, {1, -0.65}}}, {{{-1, 0.95}, {1, 0.95}}}, {}}},
+        {icon_t::noise,
          {{{{-1, 0.1},
             {-0.8, -0.6},
             {-0.6, 0.4},
@@ -74,12 +72,12 @@ const std::map<std::string_view, Icon>& icons() {
             {1, 0.2}}},
           {},
           {}}},
-        {"time", {{arc({0, 0}, 0.9, 0, tau), {{0, -0.6}, {0, 0}, {0.4, 0.2}}}, {}, {}}},
-        {"clamp",
+        {icon_t::clock, {{arc({0, 0}, 0.9, 0, tau), {{0, -0.6}, {0, 0}, {0.4, 0.2}}}, {}, {}}},
+        {icon_t::limits,
          {{{{-1, 0.6}, {-0.45, 0.6}, {0.45, -0.6}, {1, -0.6}}}, {{{-1, 0}, {1, 0}}, {{0, -0.9}, {0, 0.9}}}, {}}},
-        {"hysteresis",
+        {icon_t::thresholds,
          {{{{-1, 0.6}, {0.4, 0.6}, {0.4, -0.6}, {1, -0.6}}, {{0.4, -0.6}, {-0.4, -0.6}, {-0.4, 0.6}}}, {}, {}}},
-        {"debounce",
+        {icon_t::delays,
          {{{{-1, 0.85},
             {-0.6, 0.85},
             {-0.6, 0.25},
@@ -91,13 +89,15 @@ const std::map<std::string_view, Icon>& icons() {
            {{-1, -0.25}, {0.3, -0.25}, {0.3, -0.85}, {1, -0.85}}},
           {},
           {}}},
-        {"if", {{{{-1, 0.55}, {-0.5, 0.55}, {0.5, 0}, {1, 0}}, {{-1, -0.55}, {-0.5, -0.55}}}, {}, {{-0.5, -0.55}}}},
-        {"switch", {{{{-1, 0.55}, {-0.5, 0.55}, {0.5, 0}, {1, 0}}, {{-1, -0.55}, {-0.5, -0.55}}}, {}, {{-0.5, -0.55}}}},
-        {"to_workspace", series_icon()},
-        {"enable", pulse_icon()},
-        {"lut2d", grid_icon()},
+        {icon_t::choice,
+         {{{{-1, 0.55}, {-0.5, 0.55}, {0.5, 0}, {1, 0}}, {{-1, -0.55}, {-0.5, -0.55}}}, {}, {{-0.5, -0.55}}}},
+        {icon_t::series, series_icon()},
+        {icon_t::pulse, {{{{-1, 0.7}, {-0.5, 0.7}, {-0.5, -0.7}, {0.5, -0.7}, {0.5, 0.7}, {1, 0.7}}}, {}, {}}},
+        {icon_t::grid, grid_icon()},
     };
-    return table;
+    static const Icon empty;
+    const auto found = table.find(kind);
+    return found != table.end() ? found->second : empty;
 }
 
 /// The curve of a table when its parameters are plain lists, else a curve that stands for any.
@@ -128,72 +128,34 @@ Icon table_icon(const Block& block) {
     return icon;
 }
 
-std::string relation(std::string_view op) {
-    static const std::map<std::string_view, const char*> signs{
-        {"eq", "="}, {"ne", "\xE2\x89\xA0"}, {"lt", "<"}, {"le", "\xE2\x89\xA4"}, {"gt", ">"}, {"ge", "\xE2\x89\xA5"}};
-    const auto found = signs.find(op);
-    return found != signs.end() ? found->second : std::string(op);
-}
-
-std::string upper(std::string text) {
-    for (char& c : text)
-        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+/// A parameter's text in a caption: a keyword by its sign, anything else as it is.
+std::string shown_value(const Block& block, std::string_view key) {
+    const std::string text = block.parameter(key);
+    for (const tessel::parameter_traits_t& parameter : block.traits->parameters) {
+        if (key != parameter.key) continue;
+        for (const tessel::word_t& word : parameter.words)
+            if (text == word.word && word.sign != nullptr) return word.sign;
+    }
     return text;
 }
 
 /// What stands in the middle of a block that has no icon.
 std::string caption(const Block& block) {
-    static const std::map<std::string_view, const char*> fixed{
-        {"abs", "|u|"},
-        {"acc", "\xCE\xA3"},  // capital sigma
-        {"add", "\xCE\xA3"},
-        {"delta", "\xCE\x94"},  // capital delta
-        {"divide", "\xC3\xB7"},
-        {"log", "ln"},
-        {"memory",
-         "z^\xE2\x88\x92"
-         "1"},
-        {"multiply", "\xC3\x97"},
-        {"not", "NOT"},
-        {"pow", "u^v"},
-        {"sqrt", "\xE2\x88\x9Au"},
-        {"subtract", "\xCE\xA3"},
-        {"display", ""},
-        {"subsys", ""},
-    };
-    if (const auto found = fixed.find(block.class_name); found != fixed.end()) return found->second;
-    if (block.is("constant") || block.is("from_workspace")) return block.parameter("expression");
-    if (block.is("relational")) return relation(block.parameter("operator"));
-    if (block.is("logical")) return upper(block.parameter("operator"));
-    if (block.is("cast")) return block.parameter("type");
-    if (block.is("goto") || block.is("from")) return "[" + block.parameter("target") + "]";
-    if (block.is("poly1st")) return block.parameter("coeffA") + "\xC2\xB7u + " + block.parameter("coeffB");
-    if (block.is("lerp")) return "lerp " + block.parameter("coeffA") + "\xE2\x80\xA6" + block.parameter("coeffB");
-    if (block.is("unpack")) return "[" + block.parameter("msb") + ":" + block.parameter("lsb") + "]";
-    if (block.is("refsys")) return block.parameter("path");
-    if (block.is("inport") || block.is("outport"))
-        return block.port_number == 2047 ? block.name : std::to_string(block.port_number);
-    return block.class_name;
+    const bool relay = block.traits->outline == outline_t::pill;
+    if (relay && block.port_number == tessel::no_port_number) return block.name;
+    if (relay) return std::to_string(block.port_number);
+    if (block.traits->caption == nullptr || !block.known) return block.class_name;
+    return fill_caption(block.traits->caption, [&block](std::string_view key) { return shown_value(block, key); });
 }
 
+/// What is written at the inputs. Those of a sum that are not told go on as the two before them.
 std::vector<std::string> input_labels(const Block& block) {
-    static const std::map<std::string_view, std::vector<std::string>> fixed{
-        {"acc", {"u", "set", "reset"}},
-        {"clamp", {"u", "lo", "hi"}},
-        {"if", {"if", "then", "else"}},
-        {"divide", {"\xC3\x97", "\xC3\xB7"}},
-        {"lut2d", {"u1", "u2"}},
-        {"pow", {"u", "v"}},
-        {"mod", {"u", "v"}},
-    };
-    if (const auto found = fixed.find(block.class_name); found != fixed.end()) return found->second;
-    std::vector<std::string> labels(static_cast<std::size_t>(block.inputs));
-    for (std::size_t i = 0; i < labels.size(); ++i) {
-        // differences fold from the right: u0 - (u1 - u2)
-        if (block.is("add") || (block.is("subtract") && i % 2 == 0)) labels[i] = "+";
-        else if (block.is("subtract")) labels[i] = "\xE2\x88\x92";
-        else if (block.is("switch")) labels[i] = i == 0 ? "sel" : i == 1 ? "else" : std::to_string(i - 2);
-    }
+    std::vector<std::string> labels;
+    for (const tessel::port_traits_t& input : block.traits->inputs) labels.emplace_back(input.label);
+    const auto count = static_cast<std::size_t>(block.inputs);
+    while (block.traits->outline == outline_t::sum && labels.size() >= 2 && labels.size() < count)
+        labels.push_back(labels[labels.size() - 2]);
+    labels.resize(count);
     return labels;
 }
 
@@ -203,7 +165,8 @@ std::vector<PortName> inner_ports(const Diagram& diagram, const std::vector<std:
     std::map<int, std::string> ports;
     for (const std::size_t child : children) {
         const Block& inner = diagram.blocks[child];
-        if (inner.is(class_name) && inner.port_number != 2047) ports.emplace(inner.port_number, inner.name);
+        if (inner.is(class_name) && inner.port_number != tessel::no_port_number)
+            ports.emplace(inner.port_number, inner.name);
     }
     for (int i = 0; static_cast<int>(ports.size()) < count; ++i) ports.emplace(i, "");
     std::vector<PortName> list;
@@ -212,15 +175,17 @@ std::vector<PortName> inner_ports(const Diagram& diagram, const std::vector<std:
 }
 
 Shape shape_of(const Block& block) {
-    static const std::map<std::string_view, Shape> shapes{
-        {"inport", Shape::pill},  {"outport", Shape::pill}, {"goto", Shape::goto_tag},  {"from", Shape::from_tag},
-        {"subsys", Shape::frame}, {"refsys", Shape::frame}, {"display", Shape::screen},
-    };
     if (!block.known) return Shape::unknown;
-    const auto found = shapes.find(block.class_name);
-    if (found != shapes.end()) return found->second;
+    switch (block.traits->outline) {
+        case outline_t::pill: return Shape::pill;
+        case outline_t::goto_tag: return Shape::goto_tag;
+        case outline_t::from_tag: return Shape::from_tag;
+        case outline_t::frame: return Shape::frame;
+        case outline_t::screen: return Shape::screen;
+        default: break;
+    }
     // a drawn sum is round where its box is about as wide as it is high
-    const bool sum = (block.is("add") || block.is("subtract")) && (block.inputs == 2 || block.inputs == 3);
+    const bool sum = block.traits->outline == outline_t::sum && (block.inputs == 2 || block.inputs == 3);
     const bool square =
         block.width <= 0 || block.height <= 0 || (block.width < 1.3 * block.height && block.height < 1.3 * block.width);
     return sum && square ? Shape::circle : Shape::box;
@@ -232,7 +197,7 @@ double widest(const std::vector<PortName>& ports) {
     return std::min(width, 80.0);
 }
 
-void natural_size(Symbol& symbol, const Block& block) {
+void natural_size(Symbol& symbol) {
     const auto ports = static_cast<double>(std::max(symbol.inputs.size(), symbol.outputs.size()));
     const double text = text_width(symbol.text, text_size);
     switch (symbol.shape) {
@@ -250,7 +215,7 @@ void natural_size(Symbol& symbol, const Block& block) {
     const bool labels = std::ranges::any_of(symbol.inputs, [](const PortName& p) { return !p.label.empty(); });
     const double beside = labels ? 2 * std::max(widest(symbol.inputs) + 2, 8.0) : 0;
     symbol.width = std::clamp(text + 22 + beside, 52.0, 150.0);
-    symbol.height = std::max(block.is("constant") || block.is("from_workspace") ? 30.0 : 40.0, 18 * ports + 8);
+    symbol.height = std::max(symbol.inputs.empty() && symbol.icon.strokes.empty() ? 30.0 : 40.0, 18 * ports + 8);
     if (!symbol.icon.strokes.empty()) symbol.width = std::max(symbol.width, 52 + beside);
 }
 
@@ -271,10 +236,9 @@ Symbol symbol_of(const Diagram& diagram, std::size_t index, const std::vector<st
         }
         for (int i = 0; i < block.outputs; ++i) symbol.outputs.push_back({i, "", false});
     }
-    if (block.is("lut1d")) symbol.icon = table_icon(block);
-    else if (const auto found = icons().find(block.class_name); found != icons().end()) symbol.icon = found->second;
+    symbol.icon = block.traits->icon == icon_t::curve ? table_icon(block) : icon_of(block.traits->icon);
     if (symbol.icon.strokes.empty()) symbol.text = caption(block);
-    natural_size(symbol, block);
+    natural_size(symbol);
     return symbol;
 }
 

@@ -34,7 +34,10 @@ Character next_character(std::string_view bytes) {
     return {code, length, valid};
 }
 
-bool xml_may_hold(std::uint32_t code) { return code >= 0x20 && code != 0x7F && code != 0xFFFE && code != 0xFFFF; }
+/// Not so controls, of which viewers and terminals make what they will.
+bool xml_may_hold(std::uint32_t code) {
+    return code >= 0x20 && (code < 0x7F || code > 0x9F) && code != 0xFFFE && code != 0xFFFF;
+}
 
 /// Width of a character in parts of the font size: that of a wide sans-serif, so that narrower fonts fit as well.
 double character_width(std::uint32_t c) {
@@ -140,6 +143,12 @@ std::string fit(std::string_view text, double size, double width) {
 }
 
 std::string num(double v) {
+    if (std::abs(v) < 1e12) {
+        const long long tenths = std::llround(v * 10), whole = std::abs(tenths);
+        std::string text = (tenths < 0 ? "-" : "") + std::to_string(whole / 10);
+        if (whole % 10 != 0) text += {'.', static_cast<char>('0' + whole % 10)};
+        return text;
+    }
     const double rounded = std::round(v * 10) / 10;
     return tessel::format("{}", rounded == 0 ? 0.0 : rounded);
 }

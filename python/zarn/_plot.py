@@ -19,7 +19,7 @@ LONGEST_LANE = 36  # characters of a lane's name
 SIMILAR = 12.0  # largest ratio of sizes in one panel
 LARGEST = 1e300  # beyond that, the distance between two values is no number
 
-BOOL, INTEGER, FLOAT = "bool", "integer", "float"
+BOOL = "bool"  # the kind of signal that has lanes; others are "integer" and "float"
 
 
 def require():
@@ -132,8 +132,8 @@ def by_size(family):
 def draw_lines(axes, panel):
     for signal in panel:
         times, values = signal.points()
-        style = {} if signal.kind == FLOAT else {"drawstyle": "steps-post"}
-        (line,) = axes.plot(times, values, linewidth=1.3, label="\u200b" + signal.name, **style)
+        # a sample holds until the next one, and the last before a gap until the gap
+        (line,) = axes.plot(times, values, linewidth=1.3, label="\u200b" + signal.name, drawstyle="steps-post")
         mark_single(axes, times, values, line.get_color())
     axes.grid(True, linewidth=0.5, alpha=0.5)
     axes.margins(x=0.01)

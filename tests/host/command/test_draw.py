@@ -5,6 +5,8 @@ import math
 import pathlib
 import re
 import resource
+import shutil
+import struct
 import subprocess
 import time
 import unittest
@@ -117,6 +119,34 @@ class ContentTest(DrawTest):
         picture = self.draw(model)
         for number, text in texts.items():
             self.assertIn(text, picture.texts_of(number))
+
+    def test_a_line_has_the_brackets_that_it_needs_and_no_more(self):
+        dot, minus = "\u00b7", "\u2212"
+        captions = {
+            ("kp+ki", "b"): f"(kp+ki){dot}u + b",
+            ("kp", "0.0"): f"kp{dot}u",
+            ("kp", "0"): f"kp{dot}u",
+            ("1.0", "b"): "u + b",
+            ("-1", "b"): "-u + b",
+            ("-2", "-kp"): f"-2{dot}u {minus} kp",
+            ("2*x", "-1.5"): f"2*x{dot}u {minus} 1.5",
+            ("x / L", "a - b"): f"(x / L){dot}u + a - b",
+            ("x // L", "f(a + b)[2]"): f"(x // L){dot}u + f(a + b)[2]",
+            ("k**2", "a*b"): f"k**2{dot}u + a*b",
+            ("1e-3", "2.5e+3"): f"1e-3{dot}u + 2.5e+3",
+            ("(a + b)", " 0.00 "): f"(a + b){dot}u",
+            ("a if c else d", "a < b"): f"(a if c else d){dot}u + (a < b)",
+            ("lambda", "a or b"): f"lambda{dot}u + (a or b)",
+            ("a(", "["): f"(a(){dot}u + ([)",
+            ("", "-"): f"(){dot}u + (-)",
+            ("mainsys.ts", "m['k']"): f"mainsys.ts{dot}u + (m['k'])",
+        }
+        model = Model()
+        for number, (a, b) in enumerate(captions):
+            model.add("poly1st", f"p{number}", inputs=1, coeffA=a, coeffB=b, geometry={"x": 0, "y": 60 * number, "width": 600, "height": 40})
+        picture = self.draw(model, "-q")
+        shown = [picture.texts_of(1000000000000001 + number)[0] for number in range(len(captions))]
+        self.assertEqual(shown, list(captions.values()))
 
     def test_differences_show_the_signs_with_which_they_fold(self):
         model = Model()
@@ -394,6 +424,24 @@ class PagesTest(DrawTest):
             self.assertEqual(len(picture.pages), pages, depth)
             self.assertEqual(len(picture.nodes()), len(model.blocks))
 
+    def test_a_level_is_drawn_alone(self):
+        model = self.nested()
+        self.write("m.json", model)
+        for path in "outer", "mainsys.outer":
+            (page,) = self.draw(model, "--level", path).pages
+            self.assertEqual(page.get("id"), "page-1")
+        picture = self.draw(model, "--level", "outer.inner")
+        self.assertEqual([n.get("data-class") for n in picture.nodes()], ["outport", "constant"])
+        self.assertIn("mainsys.outer.inner", picture.texts)
+        self.assertEqual(len(self.draw(model, "--level", "outer", "--depth", "1").nodes()), 4)
+        self.assertEqual(len(self.draw(model, "--level", "mainsys").pages), 1)
+        for path in "inner", "outer.deep", "outer.", "x":
+            result = self.check("draw", "m.json", "--level", path, status=2, out="")
+            self.assertEqual(result.stderr, f"zarn: --level {path}: there is no subsystem of this path\n")
+        model.blocks[0]["subsys"]["name"] = "my part"
+        for path in "my part", "my_part":
+            self.assertEqual(len(self.draw(model, "--level", path).nodes()), 2)
+
     def test_a_frame_in_place_encloses_its_content(self):
         model = self.nested()
         for index, block in enumerate(model.blocks):
@@ -418,10 +466,50 @@ class PagesTest(DrawTest):
         self.write("sub/part.json", part)
         self.write("sub/m.json", model)
         picture = self.draw("sub/m.json", err="")
+        # what both refer to is drawn once, with types known although a load gives its blocks other ids
+        self.assertEqual(len(picture.pages), 2)
+        self.assertEqual(len(picture.nodes("inport")), 1)
+        self.assertEqual(picture.texts.count("int32"), 2)
+        self.assertIn("mainsys.one, mainsys.two", picture.texts)
+        self.assertIn("refers to part.json", picture.texts)
+        anchors = [a.get("href") for a in picture.root.iter(SVG + "a")]
+        self.assertEqual(anchors, ["#" + picture.pages[1].get("id")] * 2)
+        self.assertEqual(len(self.draw("sub/m.json", "--depth", "1").nodes("inport")), 2)
+
+    def test_what_differs_between_two_uses_of_a_file_stands_together(self):
+        part = Model()
+        inport, wave = part.add("inport", "u", inputs=1, portNumber=0), part.add("abs", "a", inputs=1)
+        part.chain(inport, wave, part.add("outport", "y", inputs=1, portNumber=0))
+        inner = part.add("subsys", "inner")
+        part.add("time", "clock", parent=inner)
+        model = Model()
+        for number, expression in enumerate(("1", "1.0", "2", "2.0", "3")):
+            reference = model.add("refsys", f"r{number}", inputs=1, outputs=1, path="part.json")
+            model.link(model.add("constant", f"c{number}", expression=expression), reference)
+        self.write("part.json", part)
+        picture = self.draw(model)
         self.assertEqual(len(picture.pages), 3)
-        self.assertEqual(len(picture.nodes("inport")), 2)
-        # the types of the contents are known, although a load gives them other ids
-        self.assertEqual(picture.texts.count("int32"), 3)
+        self.assertEqual(len(picture.nodes()), len(model.blocks) + len(part.blocks))
+        self.assertEqual(picture.texts.count("int32 | flt64"), 2)
+        self.assertIn("mainsys.r0, mainsys.r1, mainsys.r2 and 2 more", picture.texts)
+
+    def test_types_go_through_every_kind_of_port(self):
+        model = Model()
+        outer = model.add("subsys", "outer", inputs=1, outputs=1)
+        inner = model.add("subsys", "inner", parent=outer, inputs=1, outputs=1)
+        source = model.add("constant", "c", expression="True")
+        goto = model.add("goto", "g", inputs=1, outputs=0, target="x")
+        origin, last = model.add("from", "f", target="x"), model.add("display", "d", inputs=1, outputs=0)
+        first, second = (model.add("inport", "u", parent=p, inputs=1, portNumber=0) for p in (outer, inner))
+        third, fourth = (model.add("outport", "y", parent=p, inputs=1, portNumber=0) for p in (inner, outer))
+        model.chain(source, outer)
+        model.chain(first, inner, fourth)
+        model.chain(second, third)
+        model.chain(outer, goto)
+        model.chain(origin, last)
+        picture = self.draw(model, err="")
+        self.assertEqual(len(picture.paths("wire")), 6)
+        self.assertEqual([c for c in picture.classes("path") if c.startswith("wire")], ["wire bool"] * 6)
 
     def test_a_reference_that_cannot_be_read_is_noted(self):
         model = Model()
@@ -488,20 +576,83 @@ class FaultTest(DrawTest):
         model.link(b, cast)
         model.link(cast, a, 1)
         picture = self.draw(model)
-        self.assertTrue([t for t in picture.texts if t.startswith("algebraic loop: ")])
+        loop = "mainsys.a (add): an algebraic loop of 3 blocks: mainsys.a -> mainsys.b -> mainsys.k -> mainsys.a"
+        self.assertIn(loop, picture.texts)
         failed = [n.get("data-id") for n in picture.nodes() if [s for s in n if "failed" in s.get("class", "")]]
         self.assertEqual(sorted(failed), sorted(map(str, (a, b, cast))))
 
-    def test_a_block_at_fault_is_marked_and_the_expression_named(self):
+    def failed(self, picture):
+        return [int(n.get("data-id")) for n in picture.nodes() if [s for s in n if "failed" in s.get("class", "")]]
+
+    def test_a_looped_block_is_known_by_more_than_its_name(self):
+        model = Model()
+        a, b = model.add("add", "my gain", inputs=2), model.add("abs", "my gain", inputs=1)
+        model.chain(a, b, a)
+        model.link(model.add("constant", "my gain", expression="1.0"), a, 1)
+        model.link(b, model.add("abs", "behind", inputs=1))
+        self.assertEqual(self.failed(self.draw(model)), [a, b])
+
+    def test_without_a_workspace_a_good_model_has_no_fault(self):
         model = Model()
         c = model.add("constant", "c", expression="gain")
         model.link(c, model.add("abs", "a", inputs=1))
         self.write("m.json", model)
-        result = self.check("draw", "m.json", err="'gain'")
-        self.assertIn("--python, -w or -e", result.stderr)
-        outline = Picture(result.stdout).node(c)[1]
-        self.assertIn("failed", outline.get("class"))
+        told = "types stop at an expression that is not evaluated: -w FILE.py, -e or --python evaluates it"
+        result = self.check("draw", "m.json")
+        self.assertEqual(result.stderr, f"zarn: m.json: {told}\n")
+        picture = Picture(result.stdout)
+        (remark,) = [t for t in picture.root.iter(SVG + "text") if t.get("class") == "remark"]
+        self.assertEqual(remark.text, told)
+        self.assertEqual(self.failed(picture), [])
+        self.assertNotIn("bad", picture.classes("text"))
         self.assertIn("int32", self.draw("m.json", "-e", "gain = 3", err="").texts)
+        model.link(model.add("constant", "d", expression="more"), model.add("abs", "b", inputs=1))
+        self.write("m.json", model)
+        self.check("draw", "m.json", err="types stop at 2 expressions that are not evaluated: -w FILE.py, -e or --python "
+                                         "evaluates them\n")
+        self.check("draw", "m.json", "-q", err="")
+
+    def test_no_type_no_word_where_all_types_are_known(self):
+        model = Model()
+        source = model.add("step", "s", initialValue="low", finalValue="high", stepTime="when")
+        model.link(source, model.add("display", "d", inputs=1, outputs=0))
+        self.assertIn("flt64", self.draw(model, err="").texts)
+
+    def test_a_block_at_fault_is_marked_and_the_fault_told(self):
+        model = Model()
+        c = model.add("constant", "c", expression="1 / 0")
+        model.link(c, model.add("abs", "a", inputs=1))
+        lonely = model.add("sqrt", "lonely", inputs=1)
+        model.link(lonely, model.add("display", "d", inputs=1, outputs=0))
+        self.write("m.json", model)
+        result = self.check("draw", "m.json", "--python", err="zarn: m.json: error Z401 mainsys.c (constant): ")
+        picture = Picture(result.stdout)
+        self.assertEqual(self.failed(picture), [c, lonely])
+        notes = [t.text for t in picture.root.iter(SVG + "text") if t.get("class") == "bad"]
+        self.assertEqual(len(notes), 2)
+        self.assertIn("'1 / 0'", notes[0])
+        self.assertEqual(notes[1], "mainsys.lonely (sqrt): input 0 has no source")
+
+    def test_warnings_are_told_each_or_their_number(self):
+        model = Model()
+        model.chain(model.add("time", "t"), model.add("display", "d", inputs=1, outputs=0))
+        for number in range(3):
+            model.add("time", f"t {number}")
+        what = "the name 't {}' is no identifier: it holds ' ', and it becomes a part of generated code as it is"
+        lines = [f"zarn: m.json: warning Z501 mainsys.t_{n} (time): {what.format(n)}\n" for n in range(3)]
+        self.write("m.json", model)
+        self.assertEqual(self.check("draw", "m.json").stderr, "".join(lines))
+        model.add("time", "t 3")
+        self.write("m.json", model)
+        self.assertEqual(self.check("draw", "m.json").stderr, "zarn: m.json: 4 warnings: 'zarn check' tells them\n")
+        self.check("draw", "m.json", "-q", err="")
+
+    def test_a_model_with_too_many_ports_to_load_is_drawn(self):
+        model = Model()
+        for number in range(21):
+            model.add("add", f"s{number}", inputs=1_000_000)
+        picture = self.draw(model, err="with its 1000000 inputs the model has more than 20000000 ports")
+        self.assertEqual(len(picture.nodes()), 21)
 
     def test_drawing_executes_nothing(self):
         model = Model()
@@ -510,6 +661,24 @@ class FaultTest(DrawTest):
         self.assertFalse((self.folder / "made").exists())
         self.draw(model, "--python")
         self.assertTrue((self.folder / "made").exists())
+
+    def test_controls_are_replaced(self):
+        model = Model()
+        for name in "a\x9bb", "a\x80b", "a\x9fb", "a\x7fb":
+            model.add("constant", name, expression=name)
+        self.write("m\u009b.json", model)
+        result = self.check("draw", "m\u009b.json", "-q")
+        self.assertEqual([c for c in result.stdout if "\x7f" <= c <= "\x9f"], [])
+        texts = Picture(result.stdout).texts
+        self.assertEqual(texts.count("a\ufffdb"), 8)
+        self.assertIn("m\ufffd.json", texts)
+
+    def test_names_of_files_are_text(self):
+        name = "<script>&amp;'m'.json"
+        self.write(name, counter())
+        picture = self.draw(name)
+        self.assertIn(name, picture.texts)
+        self.assertEqual(picture.root.find(SVG + "title").text, name)
 
     HOSTILE = ["<&>\"'", "\x00\x01\x1f\x7f", "\ufffe\uffff", "]]>", "a\nb\tc\r", "x" * 5000, "\u65e5\u672c" * 40, "%s{}%n",
                "--><script>alert(1)</script>", "\U0001f600", ""]
@@ -689,6 +858,41 @@ class OutputTest(DrawTest):
         summary = json.loads(self.check("draw", "m.json", "-o", "m.svg", "--json", err="").stdout)
         self.assertEqual(summary, {"blocks": 8, "links": 5, "notes": [], "pages": 2})
 
+    @unittest.skipUnless(shutil.which("rsvg-convert"), "rsvg-convert makes the points")
+    def test_a_png_by_its_name(self):
+        self.write("m.json", counter())
+        width, height = (float(Picture(self.check("draw", "m.json").stdout).root.get(k)) for k in ("width", "height"))
+        self.check("draw", "m.json", "-o", "m.png", out="", err="")
+        data = (self.folder / "m.png").read_bytes()
+        self.assertEqual(data[:16], b"\x89PNG\r\n\x1a\n\0\0\0\rIHDR")
+        for value, wanted in zip(struct.unpack(">II", data[16:24]), (width, height)):
+            self.assertAlmostEqual(value, 2 * wanted, delta=2)
+
+    def test_without_a_converter_a_png_is_refused(self):
+        self.write("m.json", counter())
+        told = ("zarn: m.png: a PNG needs rsvg-convert, which cannot be started: No such file or directory (package "
+                "librsvg2-bin); draw to a name that ends in .svg\n")
+        result = self.check("draw", "m.json", "-q", "-o", "m.png", env=NO_DOT, status=1, out="")
+        self.assertEqual(result.stderr, told)
+        self.assertEqual(sorted(p.name for p in self.folder.iterdir()), ["m.json"])
+
+    def test_a_converter_that_fails_is_told(self):
+        self.write("m.json", counter())
+        program = self.folder / "bin" / "rsvg-convert"
+        program.parent.mkdir()
+        for script in "exit 1", "echo no picture", "exec kill -9 $$":
+            program.write_text(f"#!/bin/sh\n{script}\n")
+            program.chmod(0o755)
+            env = {"PATH": f"{program.parent}:/usr/bin:/bin"}
+            told = "zarn: m.png: rsvg-convert made no PNG of this drawing; draw to a name that ends in .svg\n"
+            result = self.check("draw", "m.json", "-q", "-o", "m.png", env=env, status=1, out="")
+            self.assertEqual(result.stderr, told)
+
+    def test_other_endings_are_refused(self):
+        for name in "m.gif", "m", "m.svgz", "svg", "m.json":
+            result = self.check("draw", "none.json", "-o", name, status=2, out="")
+            self.assertEqual(result.stderr, f"zarn: -o {name}: the name must end in .svg or .png\n")
+
     def test_one_model_gives_one_sequence_of_bytes(self):
         path = DATA / "draw" / "motor.json"
         self.assertEqual(self.check("draw", path).stdout, self.check("draw", path).stdout)
@@ -697,6 +901,11 @@ class OutputTest(DrawTest):
         self.write("m.json", counter())
         for options in ("--depth", "-1"), ("--depth", "x"), ("--layout-time", "-1"), ("--nonsense",):
             self.check("draw", "m.json", *options, status=2, out="")
+        for seconds in "nan", "inf", "-nan", "3601", "":
+            self.check("draw", "m.json", f"--layout-time={seconds}", status=2, out="", err="--layout-time")
+        told = "--layout-time: 'nan' is no number from 0 to 3600"
+        self.check("draw", "m.json", "--layout-time", "nan", status=2, err=told)
+        self.check("draw", "m.json", "--layout-time", "0.5", err="")
         self.check("draw", status=2)
 
 
