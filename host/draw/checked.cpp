@@ -69,7 +69,7 @@ void take_types(const Ties& ties, const analysis_t& analysis) {
             const char* type = output != nullptr && output->has_type() ? tessel::short_name(output->type()) : nullptr;
             if (type == nullptr) continue;
             for (const edge_t* edge : {feed.from, feed.edge})
-                if (Link* link = edge != nullptr ? ties.link(edge->file, edge->pointer) : nullptr) link->type = type;
+                if (Link* link = edge != nullptr ? ties.link(edge->file, edge->place()) : nullptr) link->type = type;
         }
     }
 }
@@ -111,7 +111,7 @@ void mark_loops(const Ties& ties, const analysis_t& analysis) {
     for (std::size_t i = 0; i < waiting.size(); ++i) {
         const node_t& node = analysis.graph.nodes[waiting[i]];
         if (!looped[i] && size[part[i]] < 2) continue;
-        if (Block* block = ties.block(node.file, node.pointer)) block->failed = true;
+        if (Block* block = ties.block(node.file, node.place())) block->failed = true;
     }
 }
 
@@ -144,12 +144,11 @@ void take_checks(Diagram& diagram, const analysis_t& analysis, std::span<const f
     take_types(ties, analysis);
     mark_loops(ties, analysis);
     take_errors(ties, analysis.graph, findings, diagram);
-    const auto unlooked = std::ranges::count(findings, std::string_view("Z402"), &finding_t::code);
-    if (!spread_types(diagram) && unlooked > 0)
-        diagram.remarks.push_back(tessel::format(
-            "types stop at {} not evaluated: -w FILE.py, -e or --python evaluates {}",
-            unlooked == 1 ? "an expression that is" : tessel::format("{} expressions that are", unlooked),
-            unlooked == 1 ? "it" : "them"));
+    const bool looked_at_all =
+        std::ranges::none_of(findings, [](const finding_t& finding) { return finding.code == "Z402"; });
+    if (!spread_types(diagram) && !looked_at_all)
+        diagram.remarks.emplace_back(
+            "types stop where expressions are not evaluated: -w FILE.py, -e or --python evaluates them");
 }
 
 }  // namespace zarn::draw

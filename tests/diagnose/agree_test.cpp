@@ -55,7 +55,7 @@ TEST(Agree, WhatIsPassedOverIsAWarning) {
     EXPECT_EQ(severity_of("outport_numbered_by_text.json", "Z206"), severity_t::warning);
     EXPECT_EQ(severity_of("from_to_nothing.json", "Z207"), severity_t::warning);
     EXPECT_EQ(severity_of("enable_without_id.json", "Z114"), severity_t::warning);
-    EXPECT_EQ(severity_of("cast_and_the_root.json", "Z204"), severity_t::warning);
+    EXPECT_EQ(severity_of("cast_and_the_root.json", "Z122"), severity_t::warning);
 }
 
 }  // namespace

@@ -184,7 +184,7 @@ class Statuses(CheckTest):
 
     def test_wrong_use_is_status_2(self):
         self.write("m.json", counter())
-        for arguments in [], ["--explain"], ["m.json", "--nonsense"], ["m.json", "--set", "tx=1"], ["m.json", "more"]:
+        for arguments in [], ["--explain"], ["m.json", "--nonsense"], ["m.json", "--set", "tx=1"]:
             self.check("check", *arguments, status=2, out="")
         self.check("check", "--explain", "Z999", status=2, err="there is no code 'Z999'", out="")
 
@@ -454,7 +454,7 @@ class Explain(CommandTest):
     def test_json_has_the_whole_of_each_block(self):
         self.write("m.json", gated())
         answer = json.loads(self.check("explain", "m.json", "--json", err="").stdout)
-        self.assertEqual(sorted(answer), ["late", "model", "order"])
+        self.assertEqual(sorted(answer), ["late", "model", "order", "result", "schema"])
         self.assertEqual([b["position"] for b in answer["order"]], sorted(b["position"] for b in answer["order"]))
         for block in answer["order"]:
             for key in "id", "path", "class", "zone", "tier", "gate", "inputs", "outputs", "raisedBy", "neverRuns":

@@ -597,7 +597,7 @@ class FaultTest(DrawTest):
         c = model.add("constant", "c", expression="gain")
         model.link(c, model.add("abs", "a", inputs=1))
         self.write("m.json", model)
-        told = "types stop at an expression that is not evaluated: -w FILE.py, -e or --python evaluates it"
+        told = "types stop where expressions are not evaluated: -w FILE.py, -e or --python evaluates them"
         result = self.check("draw", "m.json")
         self.assertEqual(result.stderr, f"zarn: m.json: {told}\n")
         picture = Picture(result.stdout)
@@ -608,7 +608,7 @@ class FaultTest(DrawTest):
         self.assertIn("int32", self.draw("m.json", "-e", "gain = 3", err="").texts)
         model.link(model.add("constant", "d", expression="more"), model.add("abs", "b", inputs=1))
         self.write("m.json", model)
-        self.check("draw", "m.json", err="types stop at 2 expressions that are not evaluated: -w FILE.py, -e or --python "
+        self.check("draw", "m.json", err="types stop where expressions are not evaluated: -w FILE.py, -e or --python "
                                          "evaluates them\n")
         self.check("draw", "m.json", "-q", err="")
 
@@ -856,7 +856,7 @@ class OutputTest(DrawTest):
         explicit = self.check("draw", "m.json", "-o", "-", err="").stdout
         self.assertEqual(explicit, self.check("draw", "m.json", err="").stdout)
         summary = json.loads(self.check("draw", "m.json", "-o", "m.svg", "--json", err="").stdout)
-        self.assertEqual(summary, {"blocks": 8, "links": 5, "notes": [], "pages": 2})
+        self.assertEqual(summary, {"schema": 1, "result": 0, "blocks": 8, "links": 5, "notes": [], "pages": 2})
 
     @unittest.skipUnless(shutil.which("rsvg-convert"), "rsvg-convert makes the points")
     def test_a_png_by_its_name(self):

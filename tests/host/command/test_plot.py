@@ -68,7 +68,7 @@ class PlotTest(CommandTest):
         plot = self.plot(counter(), "--probe", "clock", "--probe", "double")
         self.assertEqual(len(plot.panels), 1)
         self.assertEqual(plot.legend(plot.panels[0]), ["mainsys.clock", "mainsys.double"])
-        self.assertEqual(plot.curves(plot.panels[0]), [[5], [5]])
+        self.assertEqual(plot.curves(plot.panels[0]), [[9], [9]])  # 5 samples, as steps
 
     def test_subsystems_booleans_and_sizes_have_panels_of_their_own(self):
         model = self.signals(a="1.0", b="2.0", big="5000.0", yes="True", no="False", pump__c="1.5", pump__d="1.0")

@@ -15,7 +15,7 @@ ROOT = DATA.parents[1]
 PAGE = ROOT / "docs/model-file.md"
 
 # what the checks say of the values of a file, whatever they mean together
-ABOUT_VALUES = {"Z103", "Z104", "Z105", "Z106", "Z107", "Z108", "Z109", "Z115", "Z116"}
+ABOUT_VALUES = {"Z103", "Z104", "Z105", "Z106", "Z107", "Z108", "Z109", "Z115", "Z116", "Z122"}
 
 
 def models():
@@ -44,8 +44,13 @@ class Schema(CommandTest):
         for path, content in models():
             with self.subTest(path=str(path.relative_to(ROOT))):
                 answer = json.loads(self.zarn("check", "--json", path.name, cwd=path.parent).stdout)
-                found = {f["code"] for f in answer["findings"] if f["file"] == path.name} & ABOUT_VALUES
+                codes = {f["code"] for f in answer["findings"] if f["file"] == path.name}
+                if "Z121" in codes:  # too large: nothing else is looked at
+                    continue
+                found = codes & ABOUT_VALUES
                 errors = [error.message for error in self.validator.iter_errors(content)]
+                # a block without an id has that of the root, and is told as one of two with one id
+                errors = [error for error in errors if error != "'id' is a required property"]
                 self.assertEqual(bool(errors), bool(found), (errors[:3], found))
                 count += 1
         self.assertGreater(count, 300)

@@ -219,7 +219,7 @@ class Generate(CommandTest):
         self.assertIn("zarn: ", result.stderr)
         self.check("generate", "c", "m.json", "out", "-q", out="", err="")
         answer = json.loads(self.check("generate", "c", "m.json", "out", "--json").stdout)
-        self.assertEqual(list(answer), ["result", "project", "notes"])
+        self.assertEqual(list(answer), ["schema", "result", "project", "notes"])
         self.assertTrue(answer["notes"])
 
     def test_wrong_use_and_bad_models(self):
