@@ -117,6 +117,8 @@ Elements elements_of_file(const ModelFile& file) {
     if (!file.problem().empty())
         throw std::runtime_error(tessel::format("cannot open {}: {}", file.shown(), file.problem()));
     if (const auto* cut = file.sections()) return {cut->blocks, cut->links, {}};
+    if (is_deep(file.text()))
+        throw std::runtime_error(tessel::format("{}: lists stand too deep inside each other", file.shown()));
     json whole = json::parse(file.text(), nullptr, false);
     // bytes that are no UTF-8 may be all that is wrong
     if (whole.is_discarded()) whole = json::parse(clean_utf8(file.text()));

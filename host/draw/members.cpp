@@ -16,8 +16,10 @@ using nlohmann::json;
 
 /// Bytes that are no UTF-8 may be all that is wrong.
 json parsed(std::string_view text) {
+    if (is_deep(text)) return json(json::value_t::discarded);
     json value = json::parse(text, nullptr, false);
-    return value.is_discarded() ? json::parse(clean_utf8(text), nullptr, false) : value;
+    if (value.is_discarded()) value = json::parse(clean_utf8(text), nullptr, false);
+    return value;
 }
 
 std::string rewritten(const json& value) { return value.dump(-1, ' ', false, json::error_handler_t::replace); }
@@ -31,6 +33,22 @@ std::optional<Number> whole(std::string_view text) {
 }
 
 }  // namespace
+
+bool is_deep(std::string_view text) {
+    constexpr int most = 1000;
+    int depth = 0;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const char c = text[at];
+        if (c == '"') {
+            while (++at < text.size() && text[at] != '"') at += text[at] == '\\' ? 1u : 0u;
+        } else if (c == '[' || c == '{') {
+            if (++depth > most) return true;
+        } else if (c == ']' || c == '}') {
+            --depth;
+        }
+    }
+    return false;
+}
 
 Value::Value(std::string_view written) : written_(trimmed(written)) {}
 

@@ -44,6 +44,10 @@ private:
     std::deque<std::string> kept_;  // what is not written so that it can be pointed at
 };
 
+/// Whether lists or objects stand so deep inside each other that writing them again, which goes down level by level,
+/// has no room.
+bool is_deep(std::string_view text);
+
 /// The elements of an array, as they are written or rewritten; none for a text that is no array.
 std::vector<std::string> elements_of(std::string_view array);
 

@@ -60,6 +60,12 @@ public:
     std::size_t steps = 0, first = 0, last = 0;
 };
 
+/// A block that takes in a condition and does nothing with it.
+struct Sampled {
+    using in = inputs<bool>;
+    using out = outputs<>;
+};
+
 TEST(Allocation, CounterCounts) {
     const std::size_t before = allocations;
     int* volatile number = new int;  // a pair that the compiler sees may be left out
@@ -73,7 +79,7 @@ TEST(Allocation, StepLoopAllocatesNothing) {
         b.model.set_engine(engine);
         for (std::uint64_t id = 1; id <= 200; ++id) {
             std::unique_ptr<ExecBlock> block;
-            if (id % 50 == 10) block = make_exec<HoldExec<inputs<bool>, outputs<>>>();
+            if (id % 50 == 10) block = make_exec<HoldExec<Sampled>>();
             else if (id % 7 == 0) block = std::make_unique<Plain>();
             else block = make_exec<Exec<Half>>();
             block->set_identity(id, 0);
