@@ -1,8 +1,10 @@
 #include "host/session/session.h"
 
+#include <algorithm>
 #include <mutex>
 #include <span>
 #include <stdexcept>
+#include <utility>
 
 #include "core/format.h"
 #include "core/literal_bridge.h"
@@ -78,12 +80,16 @@ void Session::hear_log(std::string_view text) {
 }
 
 const std::vector<finding_t>& Session::check(bool final_bridge, bool confirm) {
-    const Active mine(*this);
-    if (memo_ != nullptr) memo_->begin();
     check_options_t how;
     how.final_bridge = final_bridge;
-    how.settings = setup_.settings;
     how.confirm = confirm;
+    return check(std::move(how));
+}
+
+const std::vector<finding_t>& Session::check(check_options_t how) {
+    const Active mine(*this);
+    if (memo_ != nullptr) memo_->begin();
+    how.settings = setup_.settings;
     findings_ = diagnose(document(), how);
     return findings_;
 }
@@ -130,9 +136,33 @@ void Session::require(tessel::result_t result, std::string_view stage) const {
     throw error(problem_t::model, tessel::format("{} failed with {}", stage, describe_result(result, *model_)));
 }
 
+bool Session::load_for_checks() {
+    const auto on_console = std::exchange(setup_.on_console, nullptr);
+    const auto on_log = std::exchange(setup_.on_log, nullptr);
+    bool well = false;
+    try {
+        well = load() == tessel::result_ok;
+    } catch (const SessionError&) {  // the checks say it with more words
+    }
+    setup_.on_console = on_console;
+    setup_.on_log = on_log;
+    return well;
+}
+
 void Session::prepare() {
-    if (has_errors(check(true))) throw error(problem_t::model, summary(findings_), findings_);
-    require(load(), "load");
+    const bool loaded = load_for_checks();
+    const auto said = log_;
+    const loaded_t own{model_.get(), properties_.get()};
+    check_options_t how;
+    how.final_bridge = true;
+    if (loaded) how.loaded = &own;
+    if (has_errors(check(std::move(how)))) throw error(problem_t::model, summary(findings_), findings_);
+    if (!loaded) {
+        require(load(), "load");
+    } else {
+        if (setup_.on_console) std::ranges::for_each(console_, setup_.on_console);
+        if (setup_.on_log) std::ranges::for_each(said, setup_.on_log);
+    }
     require(compile(), "compile");
 }
 

@@ -58,7 +58,7 @@ public:
     tessel::result_t compile();
     /// Refuses what load or compile came to, unless it is result_ok, with a text that names the blocks at fault.
     void require(tessel::result_t result, std::string_view stage) const;
-    /// Checks, loads and compiles, up to the first of them that finds an error.
+    /// Loads, checks what was loaded, and compiles it, up to the first of them that finds an error.
     void prepare();
     /// What the library itself comes to with the file, whatever the checks say of it.
     tessel::result_t library_result();
@@ -103,6 +103,9 @@ public:
 
 private:
     void hear_log(std::string_view text);
+    const std::vector<finding_t>& check(check_options_t how);
+    /// Loads and keeps to itself what is said of it, which the checks tell in their own words.
+    bool load_for_checks();
 
     session_setup_t setup_;
     std::shared_ptr<Memo> memo_;  // before the bridge; null where the bridge only reads literals
