@@ -46,6 +46,15 @@ void drop_ghost(analysis_t& analysis) {
         }
 }
 
+/// Whether a document is too large to be looked at.
+bool tell_too_large(graph_t& graph, Report& report, Document& document) {
+    auto excess = find_too_large(document);
+    if (excess.what.empty()) return false;
+    graph.files.push_back({&document.main(), nullptr});
+    report.at_place("Z121", severity_t::error, 0, "", std::move(excess.what), std::move(excess.mend));
+    return true;
+}
+
 }  // namespace
 
 own_model_t::own_model_t(Document& document)
@@ -56,11 +65,7 @@ own_model_t::own_model_t(Document& document)
 
 void analyse(analysis_t& analysis, Report& report, Document& document, const check_options_t& options) {
     graph_t& graph = analysis.graph;
-    if (auto excess = find_too_large(document); !excess.what.empty()) {
-        graph.files.push_back({&document.main(), nullptr});
-        report.at_place("Z121", severity_t::error, 0, "", std::move(excess.what), std::move(excess.mend));
-        return;
-    }
+    if (options.loaded == nullptr && tell_too_large(graph, report, document)) return;
     loaded_t loaded;
     if (options.loaded == nullptr && document.main().sections() != nullptr) {
         Recorder keep_silent;  // what the library says of the files is told in the findings
