@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <optional>
+#include <set>
 #include <stdexcept>
 
 #include "core/format.h"
@@ -16,6 +17,8 @@
 #include "host/cli/monitor.h"
 #include "host/cli/plot.h"
 #include "host/cli/verbs.h"
+#include "host/diagnose/computation.h"
+#include "host/diagnose/source.h"
 #include "host/embed/interpreter.h"
 #include "host/session/json_text.h"
 #include "host/session/npz.h"
@@ -32,8 +35,6 @@ struct run_options_t : options_t {
     bool interactive = false;
     std::string engine = "plan";
 };
-
-constexpr std::size_t widest_column = 60;  // longer names push their own line only
 
 /// The ending of a file name, which must be one of two.
 std::string ending_of(const char* option, const std::string& file, const char* a, const char* b) {
@@ -103,6 +104,7 @@ private:
     void step_all();
     void write_output();
     void draw_plot();
+    std::string blocks_json() const;
     void print_table() const;
 
     run_options_t options_;
@@ -136,7 +138,7 @@ int RunVerb::go() {
     draw_plot();  // Ctrl-C ends this at once
     if (options_.json)
         write_json_results(out, tessel::result_ok, run_->times(), run_->signals(),
-                           tessel::format(", \"findings\": {}", call_->findings_json()));
+                           tessel::format(", \"blocks\": {}, \"findings\": {}", blocks_json(), call_->findings_json()));
     else if (!options_.quiet) print_table();
     flush_out();  // a terminal shows results before what is said of them
     const auto& clock = run_->clock();
@@ -222,6 +224,17 @@ void RunVerb::draw_plot() {
                        *call_->interpreter());
             plot_->file->commit();
         });
+}
+
+/// What each block with a recorded signal computes, by its id.
+std::string RunVerb::blocks_json() const {
+    std::set<std::uint64_t> recorded;
+    for (const signal_t& signal : run_->signals()) recorded.insert(signal.block->id());
+    nlohmann::json blocks = nlohmann::json::object();
+    for (const auto& block : session().model())
+        if (block != nullptr && recorded.erase(block->id()) != 0)
+            add_computation(blocks[std::to_string(block->id())], *block);
+    return blocks.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
 void RunVerb::print_table() const {

@@ -9,6 +9,7 @@
 #include "formula/words.h"
 #include "framework/MetaBlock.h"
 #include "host/diagnose/analysis.h"
+#include "host/diagnose/computation.h"
 #include "host/diagnose/explain.h"
 #include "host/diagnose/source.h"
 
@@ -37,12 +38,13 @@ std::string reason(const stepped_t& block) {
 void print_rows(const std::vector<std::array<std::string, 8>>& rows, std::ostream& out) {
     std::array<std::size_t, 8> width{};
     for (const auto& row : rows)
-        for (std::size_t i = 0; i < row.size(); ++i) width[i] = std::max(width[i], row[i].size());
+        for (std::size_t i = 0; i < row.size(); ++i)
+            width[i] = std::max(width[i], std::min(row[i].size(), widest_column));
     constexpr std::array<bool, 8> right{true, true, true, false, false, false, false, false};
     for (const auto& row : rows) {
         std::string line;
         for (std::size_t i = 0; i < row.size(); ++i) {
-            const std::string blanks(width[i] - row[i].size(), ' ');
+            const std::string blanks(width[i] - std::min(row[i].size(), width[i]), ' ');
             line += right[i] ? blanks + row[i] : row[i] + blanks;
             line += "  ";
         }
@@ -165,7 +167,9 @@ void Explanation::print_block(const stepped_t& block, std::ostream& out) const {
 std::string Explanation::json(const std::string& model, const std::vector<const stepped_t*>& blocks) const {
     nlohmann::json order = nlohmann::json::array(), late = nlohmann::json::array();
     for (const stepped_t* block : blocks) {
-        order.push_back(to_json(*block));
+        nlohmann::json described = to_json(*block);
+        add_computation(described, *analysis_->graph.nodes[analysis_->order[block->position]].block);
+        order.push_back(std::move(described));
         for (std::size_t i = 0; i < block->inputs.size(); ++i)
             if (block->inputs[i].late)
                 late.push_back({{"path", block->path},

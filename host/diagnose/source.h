@@ -11,6 +11,9 @@ namespace zarn {
 /// "3 blocks", "1 block".
 std::string counted(std::size_t count, std::string_view noun);
 
+/// Columns of a table are no wider; what is longer pushes its own line only.
+inline constexpr std::size_t widest_column = 60;
+
 /// Text for a message: cut where it is long, without line ends.
 std::string in_quotes(std::string_view text);
 

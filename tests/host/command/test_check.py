@@ -484,6 +484,15 @@ class Explain(CommandTest):
                     compared += 1
         self.assertGreater(compared, 500)
 
+    def test_a_long_name_widens_its_own_lines_only(self):
+        model = Model()
+        for i in range(50):
+            model.chain(model.add("time", "n" * 100_000 if i == 0 else f"t{i}"), model.add("display", f"d{i}", inputs=1))
+        self.write("m.json", model)
+        lines = self.check("explain", "m.json").stdout.splitlines()
+        self.assertEqual(sum(len(line) > 1000 for line in lines), 2, "its own, and the one that waits for it")
+        self.assertLess(sum(map(len, lines)), 400_000)
+
     def test_every_example_is_explained(self):
         for model in examples():
             with self.subTest(model.name):

@@ -77,6 +77,36 @@ class Recordings(CommandTest):
             },
         )
 
+    def test_json_has_the_parameters_of_recorded_blocks_as_written_and_as_evaluated(self):
+        model = counter()
+        model.blocks[1]["constant"]["expression"] = "half * 4"
+        self.write("m.json", model)
+        answer = json.loads(
+            self.check("run", "m.json", "--json", "-e", "half = 0.5", "--probe", "two", "--probe", "double").stdout
+        )
+        self.assertEqual(
+            answer["blocks"],
+            {
+                "1000000000000002": {
+                    "parameters": {"expression": "half * 4"}, "formula": ["y = value"], "with": {"value": 2.0},
+                },
+                "1000000000000003": {"parameters": {}, "formula": ["y = u0 * u1"], "with": {}},
+            },
+        )
+        self.assertEqual(list(answer["series"]), ["1000000000000002:0", "1000000000000003:0"])
+        order = json.loads(self.check("explain", "m.json", "two", "--json", "-e", "half = 0.5").stdout)["order"]
+        self.assertEqual({key: order[0][key] for key in ("parameters", "formula", "with")},
+                         answer["blocks"]["1000000000000002"])
+
+    def test_json_cuts_long_lists_of_parameters(self):
+        model = Model()
+        table = model.add("lut1d", "table", inputs=1, bp1="range(100)", out="[0] * 100")
+        model.chain(model.add("time", "clock"), table, model.add("outport", "out", inputs=1, portNumber=0))
+        self.write("m.json", model)
+        answer = json.loads(self.check("run", "m.json", "--json", "--python", "--probe", "table").stdout)
+        lists = answer["blocks"][str(table)]["with"]
+        self.assertEqual({(one["count"], len(one["values"])) for one in lists.values()}, {(100, 64)})
+
     def test_two_blocks_of_one_path_are_told_apart_by_id(self):
         model = Model()
         ids = [model.add("constant", "c", expression=str(i)) for i in range(2)]
@@ -348,7 +378,7 @@ class Streams(CommandTest):
     def test_json_is_all_that_stands_on_standard_output(self):
         self.write("m.json", counter())
         result = self.check("run", "m.json", "--json", "-e", "print('hello')", err="hello")
-        self.assertEqual(set(json.loads(result.stdout)), {"schema", "result", "series", "signals", "findings"})
+        self.assertEqual(set(json.loads(result.stdout)), {"schema", "result", "series", "signals", "blocks", "findings"})
 
     def test_a_refused_model_gives_a_json_result_too(self):
         model = Model()
