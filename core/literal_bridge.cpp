@@ -290,7 +290,45 @@ result_t refuse(std::string_view scope, std::string_view text, std::string_view 
     return result_failure;
 }
 
+/// The part of a dotted name that begins at a position.
+std::string_view part_at(std::string_view name, std::size_t begin) {
+    return name.substr(begin, std::min(name.find('.', begin), name.size()) - begin);
+}
+
 }  // namespace
+
+void TextsByName::set(std::string_view name, std::string_view text) {
+    // mostly the next subsystem within the last one, which is quicker to compare as a whole
+    const auto same = name.starts_with(last_)
+                          ? last_.size()
+                          : static_cast<std::size_t>(std::ranges::mismatch(name, last_).in1 - name.begin());
+    const auto ends_part = [](std::string_view whole, std::size_t end) {
+        return end == whole.size() || whole[end] == '.';
+    };
+    while (!way_.empty() && (way_.back().end > same || !ends_part(name, way_.back().end))) way_.pop_back();
+    last_ = name;
+    while (way_.empty() || way_.back().end < name.size()) {
+        const std::size_t begin = way_.empty() ? 0 : way_.back().end + 1;
+        const std::string_view part = part_at(name, begin);
+        auto& inside = nodes_[way_.empty() ? 0 : way_.back().node].inside;
+        const auto [entry, fresh] = inside.try_emplace(std::string(part), nodes_.size());
+        way_.push_back({entry->second, begin + part.size()});
+        if (fresh) nodes_.emplace_back();
+    }
+    nodes_[way_.back().node].text = text;
+}
+
+std::string TextsByName::get(std::string_view name) const {
+    std::size_t node = 0;
+    for (std::size_t begin = 0; begin <= name.size();) {
+        const std::string_view part = part_at(name, begin);
+        const auto found = nodes_[node].inside.find(part);
+        if (found == nodes_[node].inside.end()) return {};
+        node = found->second;
+        begin += part.size() + 1;
+    }
+    return nodes_[node].text;
+}
 
 array_t make_array(const std::vector<double>& values) {
     const auto padded = std::make_shared<std::vector<double>>(values);
@@ -339,7 +377,7 @@ result_t LiteralBridge::evaluate(std::string_view scope, std::string_view text, 
 
 void LiteralBridge::assign(std::string_view name, std::string_view expression) {
     const std::lock_guard lock(mutex_);
-    assigned_[std::string(name)] = expression;
+    assigned_.set(name, expression);
 }
 
 std::vector<double> LiteralBridge::array(std::string_view name) const {
@@ -350,8 +388,7 @@ std::vector<double> LiteralBridge::array(std::string_view name) const {
 
 std::string LiteralBridge::assigned(std::string_view name) const {
     const std::lock_guard lock(mutex_);
-    const auto found = assigned_.find(name);
-    return found != assigned_.end() ? found->second : std::string{};
+    return assigned_.get(name);
 }
 
 double LiteralBridge::attribute(std::string_view name) const {

@@ -1,6 +1,7 @@
 // The built-in bridge: literals only, nothing is ever executed.
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -11,6 +12,30 @@
 #include "core/python.h"
 
 namespace python {
+
+/// Texts by dotted name. A name costs what it adds to the one stored before it: the names of subsystems within each
+/// other take the square of their depth together.
+class TextsByName {
+public:
+    void set(std::string_view name, std::string_view text);
+    /// The text of a name, "" if there is none.
+    std::string get(std::string_view name) const;
+    void clear() { *this = {}; }
+
+private:
+    struct node_t {
+        std::map<std::string, std::size_t, std::less<>> inside;  // the next part of a name: its node
+        std::string text;
+    };
+    struct level_t {
+        std::size_t node = 0;
+        std::size_t end = 0;  // of the part within the name
+    };
+
+    std::vector<node_t> nodes_ = std::vector<node_t>(1);
+    std::string last_;          // the name that was set last
+    std::vector<level_t> way_;  // the nodes of its parts
+};
 
 /// Understands numbers, True and False, quoted text and lists of numbers to two levels. What `assign`, `set_attribute`
 /// and `set_array` store stays in memory, where a host can read it. Every other expression is refused with one line on
@@ -38,7 +63,7 @@ public:
 private:
     mutable std::mutex mutex_;
     std::map<std::string, std::vector<double>, std::less<>> arrays_;
-    std::map<std::string, std::string, std::less<>> assigned_;
+    TextsByName assigned_;
     std::map<std::string, double, std::less<>> attributes_;
     std::map<std::string, std::shared_ptr<ISeries>, std::less<>> series_;
 };

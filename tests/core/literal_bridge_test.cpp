@@ -294,6 +294,26 @@ TEST_F(LiteralBridgeTest, AssignmentsAndAttributesCanBeReadBack) {
     EXPECT_TRUE(console.empty());
 }
 
+TEST_F(LiteralBridgeTest, NamesThatBeginAlikeKeepTheirOwnTexts) {
+    const std::vector<std::string> names = {"mainsys.a.b.c", "mainsys.a.b",
+                                            "mainsys.a.bc",  "mainsys.ab",
+                                            "mainsys",       "mainsys.a",
+                                            "mainsys.a.",    "",
+                                            "mainsys..b",    "."};
+    for (const auto& name : names) bridge.assign(name, "1");
+    for (const auto& name : names) bridge.assign(name, "<" + name + ">");
+    for (const auto& name : names) EXPECT_EQ(bridge.assigned(name), "<" + name + ">");
+    for (const char* name : {"mainsys.a.b.c.d", "mainsys.", "mainsys.b", "..", "a"})
+        EXPECT_EQ(bridge.assigned(name), "");
+}
+
+TEST_F(LiteralBridgeTest, SubsystemsWithinEachOtherTakeTheMemoryOfTheirNames) {
+    std::string path = "mainsys";
+    for (int depth = 0; depth < 5'000; ++depth) bridge.assign(path += ".subsystem", "zarn.Result()");
+    EXPECT_EQ(bridge.assigned(path), "zarn.Result()");
+    EXPECT_EQ(bridge.assigned(path + ".subsystem"), "");
+}
+
 TEST_F(LiteralBridgeTest, SeriesThatWereSetAreFound) {
     bridge.set_series("u", {0.0, 1.0}, {5.0, 6.0});
     const auto series = bridge.find_series("u");
