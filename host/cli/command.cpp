@@ -75,6 +75,12 @@ void message(std::string_view text) {
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
+std::string ending_of(const char* option, const std::string& file, const char* a, const char* b) {
+    for (const char* ending : {a, b})
+        if (file.ends_with(ending)) return ending;
+    throw SessionError(problem_t::usage, tessel::format("{} {}: the name must end in {} or {}", option, file, a, b));
+}
+
 bool takes_colors(int descriptor) {
     const char* terminal = std::getenv("TERM");
     return isatty(descriptor) != 0 && std::getenv("NO_COLOR") == nullptr &&
@@ -177,7 +183,7 @@ void Call::start_interpreter() {
         if (std::filesystem::exists(setup.packages / "zarn" / "__init__.py")) break;
     }
     setup.arguments = {options_.model};
-    setup.output_to_errors = options_.json;
+    setup.output_to_errors = options_.json || options_.output_to_errors;
     interpreter_ = std::make_shared<Interpreter>(setup);
 }
 
@@ -220,14 +226,13 @@ void Call::out_failure(const SessionError& error, tessel::result_t result, std::
 }
 
 void Call::tell_findings() const {
-    constexpr std::size_t few = 3;
     auto findings = session_->findings();
     if (!options_.verbose) {
         const auto least = has_errors(findings) ? severity_t::error : severity_t::warning;
         std::erase_if(findings, [least](const finding_t& f) { return f.severity < least; });
         if (least == severity_t::warning && options_.quiet) return;
-        if (least == severity_t::warning && findings.size() > few)
-            return complain(tessel::format("{} warnings; 'zarn check', or -v here, shows them", findings.size()));
+        if (const auto number = too_many(findings.size(), least); least == severity_t::warning && !number.empty())
+            return complain(number);
     }
     print(findings, std::cerr, takes_colors(STDERR_FILENO));
 }

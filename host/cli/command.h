@@ -31,6 +31,7 @@ struct options_t {
     bool quiet = false;
     bool verbose = false;
     bool json = false;
+    bool output_to_errors = false;  ///< whether what workspace code prints goes to standard error, as with `json`
 };
 
 /// Adds the positional MODEL and the common options to a verb.
@@ -43,6 +44,9 @@ int guarded(const std::function<int()>& work, const std::string& model = {}, boo
 
 /// Writes "zarn: TEXT" as one line to standard error, control characters as blanks.
 void message(std::string_view text);
+
+/// The ending of a file name, which must be one of two.
+std::string ending_of(const char* option, const std::string& file, const char* a, const char* b);
 
 /// Whether what is written there may be coloured: a terminal that can, of a user who has not set NO_COLOR.
 bool takes_colors(int descriptor);

@@ -39,8 +39,8 @@ void check(Call& call, draw::Diagram& diagram) {
     if (call.options().quiet) return;
     for (const auto& text : diagram.remarks) call.complain(text);
     std::erase_if(findings, [](const finding_t& f) { return f.code == "Z402"; });  // of which the remarks speak
-    for (const auto& text : in_brief(findings, severity_t::error)) call.complain(text);
-    for (const auto& text : in_brief(findings, severity_t::warning)) call.complain(text);
+    for (const severity_t severity : {severity_t::error, severity_t::warning})
+        for (const auto& text : in_brief(findings, severity, call.options().verbose)) call.complain(text);
 }
 
 std::size_t level_of(const draw::Diagram& diagram, const std::string& path) {
@@ -49,19 +49,13 @@ std::size_t level_of(const draw::Diagram& diagram, const std::string& path) {
     throw SessionError(problem_t::usage, tessel::format("--level {}: there is no subsystem of this path", path));
 }
 
-enum class form_t { svg, png };
-
-/// What a file's name asks for.
-form_t form_of(const std::string& output) {
-    if (output == "-" || output.ends_with(".svg")) return form_t::svg;
-    if (output.ends_with(".png")) return form_t::png;
-    throw SessionError(problem_t::usage, tessel::format("-o {}: the name must end in .svg or .png", output));
-}
+/// Whether a file's name asks for a PNG.
+bool is_png(const std::string& output) { return output != "-" && ending_of("-o", output, ".svg", ".png") == ".png"; }
 
 void write(const draw_options_t& options, const std::string& svg) {
     if (options.output == "-") return out(svg);
     try {
-        const std::string picture = form_of(options.output) == form_t::png ? draw::png_of(svg) : svg;
+        const std::string picture = is_png(options.output) ? draw::png_of(svg) : svg;
         OutputFile file(options.output);
         file.write(picture);
         file.commit();
@@ -71,7 +65,7 @@ void write(const draw_options_t& options, const std::string& svg) {
 }
 
 int run(draw_options_t& options) {
-    form_of(options.output);  // wrong use is told before anything is done
+    is_png(options.output);  // wrong use is told before anything is done
     Call call(options, bridge_t::literal);
     Session& session = call.session();
     const auto problem = find_unloadable(session.document());

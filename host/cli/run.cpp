@@ -36,24 +36,26 @@ struct run_options_t : options_t {
     std::string engine = "plan";
 };
 
-/// The ending of a file name, which must be one of two.
-std::string ending_of(const char* option, const std::string& file, const char* a, const char* b) {
-    for (const char* ending : {a, b})
-        if (file.ends_with(ending)) return ending;
-    throw SessionError(problem_t::usage, tessel::format("{} {}: the name must end in {} or {}", option, file, a, b));
-}
-
 /// A file that the run is going to write.
 struct sink_t {
     std::string name;
     std::string ending;
     std::filesystem::path place;  ///< from the folder in which the user stands
     std::unique_ptr<OutputFile> file;
+    bool is_standard_output = false;
 };
 
 std::optional<sink_t> sink_of(const char* option, const std::string& name, const char* a, const char* b) {
     if (name.empty()) return std::nullopt;
     return sink_t{name, ending_of(option, name, a, b), std::filesystem::absolute(name), nullptr};
+}
+
+/// Where samples go: a file, or for - standard output.
+std::optional<sink_t> output_of(const run_options_t& options) {
+    if (options.output != "-") return sink_of("-o", options.output, ".csv", ".npz");
+    if (options.json)
+        throw SessionError(problem_t::usage, "-o - does not go with --json: both write to standard output");
+    return sink_t{"standard output", ".csv", {}, nullptr, true};
 }
 
 /// Works on a file; what goes wrong is told with its name.
@@ -83,12 +85,11 @@ void append_cell(std::string& text, tessel::ExecPort& port) {
 class RunVerb {
 public:
     explicit RunVerb(const run_options_t& options)
-        : options_(options),
-          output_(sink_of("-o", options.output, ".csv", ".npz")),
-          plot_(sink_of("--plot", options.plot, ".png", ".svg")) {
+        : options_(options), output_(output_of(options)), plot_(sink_of("--plot", options.plot, ".png", ".svg")) {
         require_interpreter(plot_.has_value(), "--plot");
         require_interpreter(options.interactive, "-i");
-        call_ = std::make_unique<Call>(options, bridge_t::interpreter);
+        options_.output_to_errors = output_ && output_->is_standard_output;
+        call_ = std::make_unique<Call>(options_, bridge_t::interpreter);
     }
 
     int go();
@@ -139,7 +140,7 @@ int RunVerb::go() {
     if (options_.json)
         write_json_results(out, tessel::result_ok, run_->times(), run_->signals(),
                            tessel::format(", \"blocks\": {}, \"findings\": {}", blocks_json(), call_->findings_json()));
-    else if (!options_.quiet) print_table();
+    else if (!options_.quiet && !options_.output_to_errors) print_table();
     flush_out();  // a terminal shows results before what is said of them
     const auto& clock = run_->clock();
     const std::string time = tessel::str::shortest(clock.time);
@@ -154,13 +155,15 @@ int RunVerb::go() {
 void RunVerb::prepare() {
     call_->prepare();
     run_ = std::make_unique<Run>(session());
-    run_->record(choose_signals());
+    auto signals = choose_signals();
+    name_as_written(signals, session());
+    run_->record(std::move(signals));
     if (run_->signals().empty() && (output_ || plot_) && !options_.quiet)
         call_->complain("nothing to record: the model has no outport, display or to_workspace; see --probe");
     if (plot_) with_name(*plot_, [this] { call_->interpreter()->require_plot(); });
     open(output_);
     open(plot_);
-    make_drain();
+    if (output_) with_name(*output_, [this] { make_drain(); });
     tell_room();
 }
 
@@ -174,12 +177,15 @@ std::vector<signal_t> RunVerb::choose_signals() const {
 
 /// Opens a file before the run: what is wrong with its place shows before the work is done.
 void RunVerb::open(std::optional<sink_t>& sink) const {
-    if (sink) with_name(*sink, [&] { sink->file = std::make_unique<OutputFile>(sink->place); });
+    if (!sink) return;
+    with_name(*sink, [&] {
+        sink->file = sink->is_standard_output ? std::make_unique<OutputFile>(STDOUT_FILENO)
+                                              : std::make_unique<OutputFile>(sink->place);
+    });
 }
 
 /// A file alone takes its samples while the run goes on; a picture and JSON want all of them at the end.
 void RunVerb::make_drain() {
-    if (!output_) return;
     const times_t times = run_->times();
     if (output_->ending == ".csv")
         drain_ = std::make_unique<CsvWriter>(*output_->file, run_->signals(), times.ti, times.ts);
@@ -239,6 +245,7 @@ std::string RunVerb::blocks_json() const {
 
 void RunVerb::print_table() const {
     auto shown = shown_signals(session().model());
+    name_as_written(shown, session());
     if (!options_.probe_all)
         for (const signal_t& signal : run_->signals()) {
             const auto same = [&](const signal_t& other) {
@@ -248,7 +255,7 @@ void RunVerb::print_table() const {
         }
     std::ranges::stable_sort(shown, {}, &signal_t::name);
     std::size_t width = 0;
-    for (const signal_t& signal : shown) width = std::max(width, signal.name.size());
+    for (const signal_t& signal : shown) width = std::max(width, characters(signal.name));
     width = std::min(width, widest_column);
     const auto& clock = run_->clock();
     // the sum of many steps without the rounding of its last digits
@@ -276,7 +283,9 @@ void add_run(CLI::App& app, int& status) {
         ->type_name("PATH[:PORT]")
         ->allow_extra_args(false);
     verb->add_flag("--probe-all", options->probe_all, "Record every output of every block");
-    verb->add_option("-o,--output", options->output, "Write what was recorded as .csv or .npz")->type_name("FILE");
+    verb->add_option("-o,--output", options->output,
+                     "Write what was recorded as .csv or .npz; - is CSV on standard output")
+        ->type_name("FILE");
     verb->add_option("--plot", options->plot, "Draw what was recorded as .png or .svg")->type_name("FILE");
     verb->add_flag("-i,--interactive", options->interactive, "Stay in the interpreter after the run");
     verb->add_option("--engine", options->engine, "How to step: objects or plan; the values are the same")

@@ -83,8 +83,12 @@ struct checked_t {
 /// "mainsys.sum (add): what is wrong", with the file of a finding about no block.
 std::string sentence_of(const finding_t& finding);
 
-/// The findings of one weight in few lines: each in a line of its own, or their number where there are many.
-std::vector<std::string> in_brief(std::span<const finding_t> findings, severity_t severity);
+/// What is said in place of so many findings of one weight, "" for a number that can be shown.
+std::string too_many(std::size_t count, severity_t severity);
+
+/// The findings of one weight in few lines: each in a line of its own, or unless `all` are wanted their number where
+/// there are too many.
+std::vector<std::string> in_brief(std::span<const finding_t> findings, severity_t severity, bool all = false);
 
 /// One line on how many errors, warnings and notes there are.
 std::string summary(std::span<const finding_t> findings);

@@ -127,14 +127,18 @@ void print(std::span<const finding_t> findings, std::ostream& out, bool colors) 
 
 std::string sentence_of(const finding_t& finding) { return subject(finding) + ": " + finding.what; }
 
-std::vector<std::string> in_brief(std::span<const finding_t> findings, severity_t severity) {
-    constexpr std::size_t many = 4;
+std::string too_many(std::size_t count, severity_t severity) {
+    constexpr std::size_t few = 3;
+    if (count <= few) return {};
+    return tessel::format("{}; 'zarn check', or -v here, shows them", counted(count, severity_name(severity)));
+}
+
+std::vector<std::string> in_brief(std::span<const finding_t> findings, severity_t severity, bool all) {
     std::vector<std::string> lines;
     for (const finding_t& finding : findings)
         if (finding.severity == severity)
             lines.push_back(tessel::format("{} {} {}", severity_name(severity), finding.code, sentence_of(finding)));
-    if (lines.size() >= many)
-        lines = {tessel::format("{}: 'zarn check' tells them", counted(lines.size(), severity_name(severity)))};
+    if (auto number = too_many(lines.size(), severity); !all && !number.empty()) lines = {std::move(number)};
     return lines;
 }
 

@@ -38,6 +38,11 @@ std::string counted(std::size_t count, std::string_view noun) {
     return tessel::format("{} {}{}", count, noun, count == 1 ? "" : "s");
 }
 
+std::size_t characters(std::string_view text) noexcept {
+    return static_cast<std::size_t>(
+        std::ranges::count_if(text, [](char c) { return (static_cast<unsigned char>(c) & 0xC0u) != 0x80u; }));
+}
+
 std::string in_quotes(std::string_view text) {
     constexpr std::size_t most = 60;
     std::size_t kept = std::min(text.size(), most);

@@ -14,6 +14,9 @@ std::string counted(std::size_t count, std::string_view noun);
 /// Columns of a table are no wider; what is longer pushes its own line only.
 inline constexpr std::size_t widest_column = 60;
 
+/// The characters of a text in UTF-8.
+std::size_t characters(std::string_view text) noexcept;
+
 /// Text for a message: cut where it is long, without line ends.
 std::string in_quotes(std::string_view text);
 

@@ -47,6 +47,9 @@ std::string array_head(tessel::type_t type, std::uint64_t count) {
 
 constexpr std::size_t piece = 1u << 16;  // bytes at once
 
+// behind the name of a signal
+constexpr std::string_view times_behind = ".time", file_behind = ".npy";
+
 }  // namespace
 
 /// The archive: entries one behind the other without compression, sizes in 64 bits, check sums behind the data.
@@ -55,7 +58,7 @@ public:
     explicit Zip(OutputFile& file) : file_(file) {}
 
     void begin(const std::string& name, tessel::type_t type, std::uint64_t count) {
-        entry_ = {name + ".npy", at_, 0, 0};
+        entry_ = {name + file_behind.data(), at_, 0, 0};
         std::string head;
         put(head, std::uint32_t{0x04034b50});
         put_common(head);
@@ -167,7 +170,15 @@ private:
 
 NpzWriter::NpzWriter(OutputFile& file, const std::vector<signal_t>& signals, double ti, double ts,
                      std::filesystem::path folder)
-    : file_(file), signals_(signals), ti_(ti), ts_(ts), folder_(std::move(folder)), columns_(signals.size()) {}
+    : file_(file), signals_(signals), ti_(ti), ts_(ts), folder_(std::move(folder)), columns_(signals.size()) {
+    constexpr std::size_t most = 0xFFFF;  // the length of a name has 16 bits
+    for (const signal_t& signal : signals)
+        if (signal.name.size() + times_behind.size() + file_behind.size() > most)
+            throw std::runtime_error(
+                tessel::format("the name of block #{} has {} bytes with the way to it, too many for an .npz; shorten "
+                               "it, or write .csv",
+                               signal.block->id(), signal.name.size()));
+}
 
 NpzWriter::~NpzWriter() {
     if (spool_ != nullptr) std::fclose(spool_);
@@ -228,7 +239,7 @@ void NpzWriter::finish(std::uint64_t end) {
             column.count = signals_[i].probe->recording().size();
         }
         write_values(zip, i);
-        if (!column.complete) write_times(zip, signals_[i].name + ".time", &column, end);
+        if (!column.complete) write_times(zip, signals_[i].name + times_behind.data(), &column, end);
     }
     zip.finish();
 }

@@ -67,6 +67,15 @@ OutputFile::OutputFile(const std::filesystem::path& file) : target_(behind_links
     if (std::filesystem::exists(status)) std::filesystem::permissions(temporary_, status.permissions(), error);
 }
 
+OutputFile::OutputFile(int descriptor) : direct_(true) {
+    const int own = dup(descriptor);
+    stream_ = own >= 0 ? fdopen(own, "wb") : nullptr;
+    if (stream_ != nullptr) return;
+    const int error = errno;
+    if (own >= 0) ::close(own);
+    fail(error);
+}
+
 /// The file is locked as long as it is open: one without a lock is what a killed process left.
 void OutputFile::open_beside() {
     constexpr std::size_t longest_name = 200;  // of 255, with what stands behind

@@ -15,6 +15,8 @@ namespace zarn {
 class OutputFile {
 public:
     explicit OutputFile(const std::filesystem::path& file);
+    /// What is open there, which stays open.
+    explicit OutputFile(int descriptor);
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
     ~OutputFile();

@@ -11,6 +11,7 @@
 #include "core/format.h"
 #include "host/diagnose/nearest.h"
 #include "host/session/session.h"
+#include "host/session/written_names.h"
 #include "port.h"
 
 namespace zarn {
@@ -141,9 +142,10 @@ public:
 
     void add(const std::string& text) {
         const auto colon = text.rfind(':');
-        const std::string_view path = std::string_view(text).substr(0, colon);
+        const std::string marked = with_marks(text.substr(0, colon));
+        const std::string_view path = marked;
         const std::string_view port = colon != std::string::npos ? std::string_view(text).substr(colon + 1) : "";
-        if (path.find('*') != std::string_view::npos) return add_like(text);
+        if (path.find('*') != std::string_view::npos) return add_like(with_marks(text));
         if (auto* block = find_block(model_, text, path); block != nullptr)
             return add_block(text, *block, colon != std::string::npos ? std::optional(port) : std::nullopt);
         const auto outports = outports_of(model_, path);
@@ -205,6 +207,11 @@ private:
 };
 
 }  // namespace
+
+void name_as_written(std::vector<signal_t>& signals, const Session& session) {
+    for (signal_t& signal : signals)
+        signal.name.replace(0, signal.block->path().size(), session.written_path(*signal.block));
+}
 
 std::vector<signal_t> all_signals(tessel::IMetaModel& model) {
     std::vector<signal_t> signals;

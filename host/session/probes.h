@@ -11,6 +11,8 @@
 
 namespace zarn {
 
+class Session;
+
 /// One signal to record: an output of a block, or the input of a block without outputs.
 struct signal_t {
     const tessel::IMetaBlock* block = nullptr;
@@ -29,6 +31,9 @@ std::vector<signal_t> shown_signals(tessel::IMetaModel& model);
 /// any characters, which means the outputs of all blocks like it; a subsystem's, which means its outports by number,
 /// and PORT one of them by name or number; or #id. A text that names none raises `SessionError`.
 std::vector<signal_t> find_signals(tessel::IMetaModel& model, const std::vector<std::string>& texts);
+
+/// Gives the paths in the names of signals the letters beyond ASCII that the model is written with.
+void name_as_written(std::vector<signal_t>& signals, const Session& session);
 
 /// Puts a probe for each signal directly behind its block.
 void attach_probes(tessel::IExecModel& exec, std::vector<signal_t>& signals, run_clock_t& clock);

@@ -115,6 +115,7 @@ tessel::result_t Session::load() {
     properties_ = std::make_shared<tessel::PropertiesModel>();
     model_->set_properties(properties_);
     last_result_ = zarn::load(*model_, document());
+    names_.note(*model_);
     for (const auto& [key, value] : setup_.settings) properties_->set(key, value);
     return last_result_;
 }

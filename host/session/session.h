@@ -18,6 +18,7 @@
 #include "host/document/document.h"
 #include "host/session/error.h"
 #include "host/session/memo.h"
+#include "host/session/written_names.h"
 
 namespace zarn {
 
@@ -79,6 +80,9 @@ public:
     /// Paths of the blocks of a loop that `compile` met, each feeding the next.
     const std::vector<std::string>& loop() const { return loop_; }
 
+    /// The path of a block of the compiled model with its letters as they are written.
+    std::string written_path(const tessel::IMetaBlock& block) const { return names_.path_of(block); }
+
     /// From here on expressions are asked anew.
     void forget_answers();
 
@@ -115,6 +119,7 @@ private:
     std::vector<std::string> loop_;
     std::shared_ptr<tessel::PropertiesModel> properties_;
     std::shared_ptr<tessel::IMetaModel> model_;
+    WrittenNames names_;
     std::vector<std::string> console_;
     std::vector<std::string> log_;
     tessel::result_t last_result_ = tessel::result_failure;

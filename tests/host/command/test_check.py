@@ -484,6 +484,19 @@ class Explain(CommandTest):
                     compared += 1
         self.assertGreater(compared, 500)
 
+    def test_a_quotient_that_is_cut_to_0_is_noted(self):
+        model = Model()
+        model.chain(model.add("constant", "half", expression="1//2"), model.add("display", "d", inputs=1, outputs=0))
+        self.write("m.json", model)
+        text = self.check("check", "m.json", "--python", err="").stdout
+        self.assertIn(
+            "note Z422 mainsys.half (constant): the expression '1//2' is 0: // leaves the whole part of a quotient", text
+        )
+        self.assertNotIn("Z422", self.zarn("check", "m.json").stdout, "nothing is evaluated")
+        model.blocks[0]["constant"]["expression"] = "3//2"
+        self.write("m.json", model)
+        self.assertNotIn("Z422", self.check("check", "m.json", "--python").stdout)
+
     def test_a_long_name_widens_its_own_lines_only(self):
         model = Model()
         for i in range(50):

@@ -644,7 +644,9 @@ class FaultTest(DrawTest):
         self.assertEqual(self.check("draw", "m.json").stderr, "".join(lines))
         model.add("time", "t 3")
         self.write("m.json", model)
-        self.assertEqual(self.check("draw", "m.json").stderr, "zarn: m.json: 4 warnings: 'zarn check' tells them\n")
+        number = "zarn: m.json: 4 warnings; 'zarn check', or -v here, shows them\n"
+        self.assertEqual(self.check("draw", "m.json").stderr, number)
+        self.assertEqual(self.check("draw", "m.json", "-v").stderr.count("warning Z501"), 4)
         self.check("draw", "m.json", "-q", err="")
 
     def test_a_model_with_too_many_ports_to_load_is_drawn(self):

@@ -257,6 +257,68 @@ class Numbers(CommandTest):
 
 
 class Files(CommandTest):
+    def test_a_dash_is_csv_on_standard_output(self):
+        self.write("m.json", counter())
+        self.check("run", "m.json", "-o", "r.csv", "-q")
+        rows = (self.folder / "r.csv").read_text()
+        result = self.check("run", "m.json", "-o", "-", "-e", "print('hello')", err="hello")
+        self.assertEqual(result.stdout, rows)
+        with open(self.folder / "all.csv", "w") as file:  # what stands in the file before stays
+            file.write("# head\n")
+            file.flush()
+            self.run_into(file, "run", "m.json", "-o", "-")
+        self.assertEqual((self.folder / "all.csv").read_text(), "# head\n" + rows)
+        self.assertEqual(sorted(path.name for path in self.folder.iterdir()), ["all.csv", "m.json", "r.csv"])
+        self.check(
+            "run", "m.json", "-o", "-", "--json", status=2,
+            err="zarn: -o - does not go with --json: both write to standard output\n",
+        )
+        self.check("run", "m.json", "--plot", "-", status=2, out="",
+                   err="zarn: --plot -: the name must end in .png or .svg\n")
+        with open("/dev/full", "w") as full:
+            result = self.run_into(full, "run", "m.json", "-o", "-")
+        self.assertEqual((result.returncode, result.stderr),
+                         (1, "zarn: standard output: No space left on device\n"))
+
+    def test_columns_have_letters_beyond_ascii_as_written(self):
+        import numpy
+
+        model = Model()
+        inside = model.add("subsys", "größe 1", inputs=0, outputs=1)
+        clock = model.add("time", "ζeit", parent=inside)
+        model.chain(clock, model.add("outport", "2ü", parent=inside, inputs=1, portNumber=0))
+        model.link(inside, model.add("outport", "süm", inputs=1, portNumber=0))
+        model.add("constant", "plain, one")
+        self.write("m.json", model)
+        names = ["mainsys.größe_1.ζeit", "mainsys.süm", "mainsys.plain__one"]
+        for probes in names, ["größe_1.ζeit", "s__m", "plain__one"], ["gr____e_1.__eit", "süm", "mainsys.plain*"]:
+            probes = [argument for name in probes for argument in ("--probe", name)]
+            for ending in "csv", "npz":
+                self.check("run", "m.json", "-q", *probes, "-o", f"r.{ending}", err="")
+            self.assertEqual(self.csv("r.csv")[0], ["time", *names])
+            self.assertEqual(numpy.load(self.folder / "r.npz").files, ["time", *names])
+        self.check("diff", "r.csv", "r.npz", out="", err="")
+        self.check("run", "m.json", out="mainsys.süm  1.0\n")
+        self.check("run", "m.json", "-q", "--probe", "größe_1.*", "-o", "r.csv", err="")
+        self.assertEqual(self.csv("r.csv")[0], ["time", "mainsys.größe_1.ζeit", "mainsys.größe_1._2ü"])
+        signals = json.loads(self.check("run", "m.json", "--json").stdout)["signals"]
+        self.assertEqual([(one["name"], one["path"]) for one in signals.values()], [("mainsys.süm", "mainsys.s__m")])
+
+    def test_npz_refuses_a_name_that_has_no_room_in_an_archive(self):
+        for length, status in (65535 - len("mainsys..time.npy"), 0), (65536 - len("mainsys..time.npy"), 1):
+            model = Model()
+            long = model.add("time", "n" * length)
+            model.chain(long, model.add("display", "d", inputs=1, outputs=0))
+            self.write("m.json", model)
+            result = self.check("run", "m.json", "--probe", f"#{long}", "-o", "r.npz", "-q", status=status)
+            if status:
+                self.assertEqual(
+                    result.stderr,
+                    f"zarn: r.npz: the name of block #{long} has {length + 8} bytes with the way to it, too many for an "
+                    ".npz; shorten it, or write .csv\n",
+                )
+        self.assertEqual(sorted(path.name for path in self.folder.iterdir()), ["m.json", "r.npz"])
+
     def test_npz_keeps_types_and_times_of_gated_signals(self):
         import numpy
 
