@@ -58,7 +58,8 @@ bool tell_too_large(graph_t& graph, Report& report, Document& document) {
 }  // namespace
 
 own_model_t::own_model_t(Document& document)
-    : properties(std::make_shared<tessel::PropertiesModel>()), model(tessel::rules::create_watched_meta_model([](const auto&) {})) {
+    : properties(std::make_shared<tessel::PropertiesModel>()),
+      model(tessel::rules::create_watched_meta_model([](const auto&) {})) {
     model->set_properties(properties);
     result = load(*model, document);
 }
