@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <map>
+#include <span>
 #include <tuple>
 #include <unordered_set>
+#include <utility>
 
 #include "host/diagnose/source.h"
 #include "host/diagnose/tree.h"
@@ -261,12 +263,18 @@ void check_sources(const graph_t& graph, const wiring_t& wiring, Report& report)
 }
 
 void check_double_feeds(const graph_t& graph, const wiring_t& wiring, Report& report) {
-    std::map<std::pair<std::uint64_t, std::int16_t>, std::vector<const wire_t*>> feeds;
+    std::vector<const wire_t*> feeds;
     for (const wire_t& wire : wiring.wires)
-        if (!wire.told) feeds[{wire.dst, wire.dst_port}].push_back(&wire);
-    for (const auto& [input, wires] : feeds) {
+        if (!wire.told) feeds.push_back(&wire);
+    const auto input_of = [](const wire_t* wire) { return std::pair(wire->dst, wire->dst_port); };
+    std::ranges::stable_sort(feeds, {}, input_of);
+    for (auto first = feeds.begin(); first != feeds.end();) {
+        const auto input = input_of(*first);
+        const auto end = std::find_if(first, feeds.end(), [&](const wire_t* wire) { return input_of(wire) != input; });
+        const std::span wires(std::exchange(first, end), end);
+        if (wires.size() < 2) continue;
         const node_t* node = graph.find(input.first);
-        if (wires.size() < 2 || node == nullptr) continue;
+        if (node == nullptr) continue;
         const wire_t& last = *wires.back();
         const node_t* source = graph.find(last.src);
         bool alike = true;

@@ -132,14 +132,14 @@ bool has_count(const node_t& node) {
 }
 
 /// Whether a file gives a block of a fixed number of inputs more of them, and not all are fed.
-bool has_idle_input(const node_t& node, const std::vector<feed_t>& feeds) {
+bool has_idle_input(const node_t& node, std::span<const feed_t> feeds) {
     return node.row->traits().input_count >= 0 &&
            node.inputs() > static_cast<std::size_t>(node.row->traits().input_count) &&
            std::ranges::any_of(feeds, [](const feed_t& feed) { return feed.source == none; });
 }
 
 /// The changes of the nearest combination as casts.
-std::string casts_text(const graph_t& graph, const std::vector<feed_t>& feeds, const types_t& given,
+std::string casts_text(const graph_t& graph, std::span<const feed_t> feeds, const types_t& given,
                        const types_t& wanted) {
     std::string text;
     for (std::size_t i = 0; i < given.size(); ++i) {

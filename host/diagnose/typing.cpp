@@ -30,7 +30,7 @@ bool typed_outputs(const tessel::IMetaBlock& block) {
 class Typer final : private tessel::rules::TypePolicy {
 public:
     Typer(const graph_t& graph, const wiring_t& wiring, Report& report)
-        : graph_(graph), wiring_(wiring), report_(report), consumers_(graph.nodes.size()) {
+        : graph_(graph), wiring_(wiring), report_(report) {
         typing_.evaluations.resize(graph.nodes.size());
         typing_.results.resize(graph.nodes.size());
         typing_.unknown.resize(graph.nodes.size());
@@ -53,18 +53,15 @@ public:
 private:
     tessel::IMetaBlock& block(std::size_t position) { return *graph_.nodes[position].block; }
 
-    /// Notes who reads what, and lets the ghost feed what has no source.
+    /// Lets the ghost feed what has no source.
     void bind() {
         for (const std::size_t position : wiring_.live) {
             const node_t& node = graph_.nodes[position];
             if (node.damaged) typing_.unknown[position] = true;
             for (std::size_t i = 0; i < node.inputs(); ++i) {
-                if (const feed_t* feed = wiring_.feed(position, i); feed != nullptr) {
-                    consumers_[feed->source].push_back(position);
-                } else if (!is_model_input(node)) {
-                    node.block->input(static_cast<std::int16_t>(i))->link(typing_.ghost.get(), 0);
-                    typing_.unknown[position] = true;
-                }
+                if (wiring_.feed(position, i) != nullptr || is_model_input(node)) continue;
+                node.block->input(static_cast<std::int16_t>(i))->link(typing_.ghost.get(), 0);
+                typing_.unknown[position] = true;
             }
         }
     }
@@ -121,15 +118,26 @@ private:
                               source.class_name());
     }
 
+    /// The blocks that each block feeds.
+    std::vector<std::vector<std::size_t>> find_consumers() const {
+        std::vector<std::vector<std::size_t>> consumers(graph_.nodes.size());
+        for (const std::size_t position : wiring_.live)
+            for (const feed_t& feed : wiring_.typed[position])
+                if (feed.source != none) consumers[feed.source].push_back(position);
+        return consumers;
+    }
+
     /// What lies behind a block of unknown type and has none itself.
     void spread_unknown() {
         std::vector<std::size_t> todo;
         for (const std::size_t position : wiring_.live)
             if (typing_.unknown[position] && !typed_outputs(block(position))) todo.push_back(position);
+        if (todo.empty()) return;
+        const auto consumers = find_consumers();
         while (!todo.empty()) {
             const std::size_t position = todo.back();
             todo.pop_back();
-            for (const std::size_t consumer : consumers_[position]) {
+            for (const std::size_t consumer : consumers[position]) {
                 if (typing_.unknown[consumer] || block(consumer).has_all_types()) continue;
                 typing_.unknown[consumer] = true;
                 if (!typed_outputs(block(consumer))) todo.push_back(consumer);
@@ -200,7 +208,7 @@ private:
             "put a cast into this loop");
         for (std::size_t k = 0; k < way.size(); ++k) {
             const std::size_t source = open[way[k]], target = open[way[(k + 1) % way.size()]];
-            const auto& feeds = wiring_.typed[target];
+            const auto feeds = wiring_.typed[target];
             const auto fed = std::ranges::find(feeds, source, &feed_t::source);
             if (fed == feeds.end()) continue;  // a block that has no type for a reason of its own
             report_[id].steps.push_back(waiting_text(target, static_cast<std::size_t>(fed - feeds.begin())));
@@ -223,7 +231,6 @@ private:
     const wiring_t& wiring_;
     Report& report_;
     typing_t typing_;
-    std::vector<std::vector<std::size_t>> consumers_;
     Recorder* recorder_ = nullptr;
     std::size_t refined_ = none;  // the first block that got a type in this sweep
     std::size_t stalled_ = none;  // a block that got a type in the first sweep that completed none

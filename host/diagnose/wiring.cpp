@@ -27,12 +27,8 @@ wiring_t as_drawn(const graph_t& graph) {
     wiring.wires.reserve(graph.edges.size());
     for (const edge_t& edge : graph.edges)
         wiring.wires.push_back({{edge.src, edge.dst, edge.src_port, edge.dst_port}, &edge, &edge});
-    wiring.typed.resize(graph.nodes.size());
-    wiring.excused.resize(graph.nodes.size());
-    for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
-        wiring.typed[i].resize(graph.nodes[i].inputs());
-        wiring.excused[i].resize(graph.nodes[i].inputs());
-    }
+    wiring.typed = InputTable<feed_t>(graph);
+    wiring.excused = InputTable<char>(graph);
     wiring.running = wiring.typed;
     return wiring;
 }

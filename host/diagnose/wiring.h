@@ -1,7 +1,9 @@
 // The links of a model on their way through the compile: what the rules that rewrite them make of the diagram.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -28,15 +30,38 @@ struct feed_t {
     const edge_t* edge = nullptr;
 };
 
+/// A value for each input of each block, all in one array.
+template <class T>
+class InputTable {
+public:
+    InputTable() = default;
+    explicit InputTable(const graph_t& graph) {
+        first_.reserve(graph.nodes.size() + 1);
+        for (const node_t& node : graph.nodes) first_.push_back(first_.back() + node.inputs());
+        values_.resize(first_.back());
+    }
+
+    /// The values of a block; none for a block that the table is not made for.
+    std::span<T> operator[](std::size_t node) { return {values_.data() + begin_of(node), count_of(node)}; }
+    std::span<const T> operator[](std::size_t node) const { return {values_.data() + begin_of(node), count_of(node)}; }
+
+private:
+    std::size_t begin_of(std::size_t node) const { return first_[std::min(node, first_.size() - 1)]; }
+    std::size_t count_of(std::size_t node) const { return begin_of(node + 1) - begin_of(node); }
+
+    std::vector<std::size_t> first_{0};  // of each block, and the end
+    std::vector<T> values_;
+};
+
 /// The state of the diagram between passes. Positions are those of `graph_t::nodes`.
 struct wiring_t {
     std::vector<std::size_t> live;  // in the order of the library's list
     std::vector<wire_t> wires;
-    std::vector<std::vector<feed_t>> typed;    // of each block's inputs, while types and zones are worked out
-    std::vector<std::vector<feed_t>> running;  // of each block's inputs, in the run
-    std::vector<std::vector<bool>> excused;    // inputs that lack a source for a reason that is told
-    std::unordered_set<std::size_t> needed;    // outports without a number that an input waits for
-    std::vector<bool> starves;                 // blocks of which an input has no source
+    InputTable<feed_t> typed;                // while types and zones are worked out
+    InputTable<feed_t> running;              // in the run
+    InputTable<char> excused;                // whether an input lacks a source for a reason that is told
+    std::unordered_set<std::size_t> needed;  // outports without a number that an input waits for
+    std::vector<bool> starves;               // blocks of which an input has no source
 
     const feed_t* feed(std::size_t node, std::size_t input) const {
         const feed_t& found = typed[node][input];

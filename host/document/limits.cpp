@@ -28,6 +28,7 @@ bool is_text(std::string_view value) { return value.starts_with('"') && value.si
 
 /// The inputs that the library makes: it reads an `int`, and refuses what is below 0.
 double count_of(std::string_view value) {
+    if (value.size() == 1 && value[0] >= '0' && value[0] <= '9') return value[0] - '0';
     const double count = std::strtod(std::string(value.substr(0, 32)).c_str(), nullptr);
     if (std::abs(count) >= 9e18) return 0.0;
     return std::max(0.0, static_cast<double>(static_cast<std::int32_t>(static_cast<std::int64_t>(count))));
@@ -55,6 +56,16 @@ void note_all(const ModelFile& file, std::vector<block_t>& blocks) {
     });
 }
 
+/// An element that is anything but one block.
+void note_members(block_t& block, std::string_view element) {
+    each_member(element, [&](std::string_view class_name, std::string_view object) {
+        block.class_name = class_name;
+        each_member(object, [&](std::string_view key, std::string_view value) {
+            note(block, class_name == "refsys", key, trimmed(value));
+        });
+    });
+}
+
 std::vector<block_t> blocks_of(const ModelFile& file) {
     std::vector<block_t> blocks;
     const auto* cut = file.sections();
@@ -68,12 +79,15 @@ std::vector<block_t> blocks_of(const ModelFile& file) {
     blocks.reserve(cut->blocks.size());
     for (const std::string_view element : cut->blocks) {
         block_t& block = blocks.emplace_back();
-        each_member(element, [&](std::string_view class_name, std::string_view object) {
-            block.class_name = class_name;
-            each_member(object, [&](std::string_view key, std::string_view value) {
-                note(block, class_name == "refsys", key, trimmed(value));
-            });
-        });
+        std::string_view path;
+        const auto note_member = [&](std::string_view key, std::string_view value) {
+            value = trimmed(value);
+            if (key == "path") path = value;
+            else note(block, false, key, value);
+        };
+        block.class_name = each_member_of_block(element, note_member);
+        if (block.class_name.empty()) note_members(block, element);
+        else if (block.class_name == "refsys") note(block, true, "path", path);
     }
     return blocks;
 }

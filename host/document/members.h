@@ -58,9 +58,9 @@ std::string text_of(std::string_view value);
 
 /// A value without the blanks around it.
 inline std::string_view trimmed(std::string_view value) {
-    const std::size_t first = value.find_first_not_of(tessel::json::blanks);
-    if (first == std::string_view::npos) return {};
-    return value.substr(first, value.find_last_not_of(tessel::json::blanks) + 1 - first);
+    while (!value.empty() && tessel::json::is_blank(value.front())) value.remove_prefix(1);
+    while (!value.empty() && tessel::json::is_blank(value.back())) value.remove_suffix(1);
+    return value;
 }
 
 }  // namespace zarn

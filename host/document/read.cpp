@@ -113,6 +113,7 @@ content_t read_file(const std::filesystem::path& path) {
     content.problem = too_large(memory_of_text(size));
     content.too_large = !content.problem.empty();
     if (content.too_large) return content;
+    content.text.reserve(size + tessel::json::padding);  // else the padding moves the text
     content.text.resize(size);
     content.problem = fill(file.number(), content);
     content.text.resize(content.length);

@@ -62,8 +62,8 @@ private:
 /// The links that an input is fed through carry the type of the output at their other end.
 void take_types(const Ties& ties, const analysis_t& analysis) {
     const graph_t& graph = analysis.graph;
-    for (const auto& inputs : analysis.wiring.typed) {
-        for (const feed_t& feed : inputs) {
+    for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
+        for (const feed_t& feed : analysis.wiring.typed[i]) {
             if (feed.source == none) continue;
             const tessel::port_t* output = graph.nodes[feed.source].block->output(feed.port);
             const char* type = output != nullptr && output->has_type() ? tessel::short_name(output->type()) : nullptr;
