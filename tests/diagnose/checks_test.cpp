@@ -155,7 +155,8 @@ TEST_P(Attack, IsToldExactly) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Models, Attack,
-                         testing::Values("falsealarm_Z114", "idle_random", "leak", "ref_main", "refsys_empty", "refsys_pagemap"),
+                         testing::Values("falsealarm_Z114", "idle_random", "leak", "ref_main", "refsys_empty",
+                                         "refsys_pagemap"),
                          [](const testing::TestParamInfo<const char*>& test) { return std::string(test.param); });
 
 TEST(Findings, LoopIsListedLinkByLinkThroughBordersWithThePlaceOfAMemory) {
