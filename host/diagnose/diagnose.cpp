@@ -32,11 +32,24 @@ constexpr const char* meaning_of(tessel::result_t result) noexcept {
     return "no result that is known here";
 }
 
+constexpr const char* fault_of_the_checks = "this is a fault of the checks; please report it with the model";
+
+/// Tells type rules that failed where no finding is an error. The checks go on past them, and a compile of the same
+/// blocks does not ask blocks again that have all types.
+void tell_failed_types(const analysis_t& analysis, Report& report) {
+    const auto& results = analysis.typing.results;
+    for (std::size_t i = 0; i < results.size(); ++i)
+        if (results[i] != tessel::result_ok)
+            report.at_block("Z901", severity_t::error, analysis.graph.nodes[i],
+                            tessel::format("the library refuses the types of this block: {} ({})", int{results[i]},
+                                           meaning_of(results[i])),
+                            fault_of_the_checks);
+}
+
 /// Lets the library do what a run would do, but for the run, and tells when it refuses.
 void confirm(const analysis_t& analysis, Document& document, Report& report) {
     const auto disagree = [&report](const std::string& what) {
-        report.at_place("Z901", severity_t::error, 0, "", what,
-                        "this is a fault of the checks; please report it with the model");
+        report.at_place("Z901", severity_t::error, 0, "", what, fault_of_the_checks);
     };
     Recorder keep_silent;
     own_model_t fresh;
@@ -83,9 +96,9 @@ std::vector<finding_t> diagnose(Document& document, const check_options_t& optio
     analysis_t analysis;
     Report report(analysis.graph);
     analyse(analysis, report, document, options);
-    const auto told = report.peek();
-    const bool looked_at_all = std::ranges::none_of(told, [](const finding_t& f) { return f.code == "Z402"; });
-    if (options.confirm && looked_at_all && !has_errors(told) && !analysis.graph.nodes.empty() &&
+    const bool looked_at_all = std::ranges::none_of(report.peek(), [](const finding_t& f) { return f.code == "Z402"; });
+    if (looked_at_all && !has_errors(report.peek())) tell_failed_types(analysis, report);
+    if (options.confirm && looked_at_all && !has_errors(report.peek()) && !analysis.graph.nodes.empty() &&
         options.loaded == nullptr) {
         auto sink = tessel::log::set_sink(no_sink);
         confirm(analysis, document, report);
