@@ -1,0 +1,32 @@
+// A unit as C99 that C++17 takes as well.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "coder/exact/unit.h"
+
+namespace tessel::exact {
+
+struct text_file_t {
+    std::string name;
+    std::string text;
+};
+
+/// `N.h`: the structure `N_t`, whose members `cell_t::access` names, and N_init(N_t*), N_step(N_t*), N_run(N_t*, n).
+/// Before the first step N_init sets every member; `time` (double) is that of the next step, `tick` (uint64_t) counts.
+text_file_t write_header(const unit_t& unit);
+/// `N.c`, which includes `N.h` and needs nothing else.
+text_file_t write_source(const unit_t& unit);
+/// `N_symbols.c`, which includes `N.h`: `const N_symbol_t N_symbols[]` { access, path, port, role, type, offset, size }
+/// of every member and `const uint32_t N_symbol_count`, for programs that look members up by name.
+text_file_t write_symbols(const unit_t& unit);
+/// Header and source.
+std::vector<text_file_t> write_c(const unit_t& unit);
+
+/// A value of a type as a constant of C.
+std::string constant_text(type_t type, std::uint64_t bits);
+/// The type's name in C ("int8_t", "double").
+const char* type_text(type_t type);
+
+}  // namespace tessel::exact
