@@ -76,11 +76,17 @@ std::string describe(const Session& session) {
     return text + "}";
 }
 
-void print_json(const Session& session, tessel::result_t result, const std::string& state) {
+void print_json(Session& session, tessel::result_t result, const std::string& state) {
+    json_t meaning;
+    try {
+        meaning = session.meaning();
+    } catch (const SessionError&) {  // null: what does not load means nothing
+    }
     const char* name = tessel::result_name(result);
-    out(tessel::format("{{\"schema\": {}, \"result\": {}, \"result_name\": {}, \"console\": {}, \"log\": {}, ",
-                       json_schema, static_cast<int>(result), text_of(text_or_null(name)), text_of(session.console()),
-                       text_of(session.log())));
+    out(tessel::format(
+        "{{\"schema\": {}, \"result\": {}, \"result_name\": {}, \"meaning\": {}, \"console\": {}, \"log\": {}, ",
+        json_schema, static_cast<int>(result), text_of(text_or_null(name)), text_of(meaning),
+        text_of(session.console()), text_of(session.log())));
     out(state);
     out("}\n");
 }

@@ -12,6 +12,7 @@
 #include "host/diagnose/source.h"
 #include "host/document/limits.h"
 #include "host/document/load.h"
+#include "host/session/meaning.h"
 #include "host/session/memo.h"
 #include "model/rules/zones.h"
 #include "port.h"
@@ -174,6 +175,20 @@ tessel::result_t Session::library_result() {
         return tessel::result_failure;
     }
     return last_result_;
+}
+
+std::string Session::meaning() {
+    const Active mine(*this);
+    python::set_console([](std::string_view) {});  // the session's own load says it
+    tessel::log::set_sink([](tessel::log::severity_t, std::string_view) {});
+    if (const auto problem = find_unloadable(document()); !problem.empty()) throw error(problem_t::model, problem);
+    const auto model = tessel::create_empty_meta_model();
+    const auto properties = std::make_shared<tessel::PropertiesModel>();
+    model->set_properties(properties);
+    if (zarn::load(*model, document()) != tessel::result_ok)
+        throw error(problem_t::model, "a model that does not load has no meaning");
+    for (const auto& [key, value] : setup_.settings) properties->set(key, value);
+    return meaning_of(*model, *properties);
 }
 
 std::shared_ptr<tessel::IExecModel> Session::build() {

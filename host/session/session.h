@@ -63,6 +63,9 @@ public:
     void prepare();
     /// What the library itself comes to with the file, whatever the checks say of it.
     tessel::result_t library_result();
+    /// The meaning hash of the document under this session's settings (see host/session/meaning.h). It loads a model of
+    /// its own, so that it can be asked for at any time, and evaluates nothing. Refuses what does not load.
+    std::string meaning();
     /// The runnable model of a compiled one. A block without a runnable form is refused.
     std::shared_ptr<tessel::IExecModel> build();
 
