@@ -52,6 +52,19 @@ inline constexpr bool passes_through = requires {
     requires K::passes_through;
 };
 
+/// Walks over a kernel's members and shows its states.
+struct state_walk {
+    StateVisitor& visitor;
+
+    void parameter(const char*, const auto&) noexcept {}
+    void list(const char*, const auto&) noexcept {}
+    template <class T>
+    void state(const char*, T& value) {
+        static_assert(std::is_trivially_copyable_v<T>);
+        visitor.state(&value, sizeof value);
+    }
+};
+
 template <class Out>
 struct output_of {
     using type = void;
@@ -292,8 +305,18 @@ private:
     template <class>
     static constexpr auto stored_links = link_table(std::make_index_sequence<count>{});
 
+    static constexpr bool has_members = requires(K & k, detail::state_walk& walk) { k.members(walk); };
+    static void show_states(ExecBlock& object, StateVisitor& visitor) {
+        detail::state_walk walk{visitor};
+        static_cast<StatefulExec&>(object).kernel.members(walk);
+    }
+    static constexpr auto states() noexcept -> decltype(lowering_t::states) {
+        if constexpr (has_members) return &StatefulExec::show_states;
+        else return nullptr;
+    }
+
     static constexpr lowering_t lowered{
-        &StatefulExec::run, static_cast<std::uint8_t>(count), true, !sink, false, links()};
+        &StatefulExec::run, static_cast<std::uint8_t>(count), true, !sink, false, links(), states()};
 };
 
 /// Runnable class of a block whose step does nothing: it only holds what it samples, or the output that its kernel has

@@ -168,7 +168,7 @@ void ExecModel::set_enables(const IdIndex<ExecBlock>& index) {
     }
 }
 
-PlanContext ExecModel::plan_context(std::span<const position_t> order) {
+PlanContext ExecModel::plan_context(std::span<const position_t> order, bool looked_at) {
     const auto gated_by = std::exchange(gates_, {});
     std::vector<gate_t> gates{{&always_enabled, 0}};
     std::unordered_map<const ExecBlock*, std::size_t> numbers;  // of the gates
@@ -188,16 +188,21 @@ PlanContext ExecModel::plan_context(std::span<const position_t> order) {
         for (std::size_t i = 0; i < blocks.size(); ++i) add(i);
     else
         for (const position_t i : order) add(i);
-    return {std::move(objects), std::move(gates), monitor_ != nullptr && monitor_->looks_at_cells()};
+    return {std::move(objects), std::move(gates), looked_at};
+}
+
+std::vector<bool*> ExecModel::flags() const {
+    std::vector<bool*> all;
+    for (ExecBlock* enable : enable_blocks) all.push_back(static_cast<bool*>(enable->input(0)->value_ptr()));
+    return all;
 }
 
 template <class Step>
 void ExecModel::run_steps(double ti, double tf, double ts, const Step& step) {
-    std::vector<bool*> flags;
-    for (ExecBlock* enable : enable_blocks) flags.push_back(static_cast<bool*>(enable->input(0)->value_ptr()));
+    const std::vector<bool*> gates = flags();
     double t = ti;
     while (tf >= t) {
-        for (bool* flag : flags) *flag = false;
+        for (bool* flag : gates) *flag = false;
         step(t);
         if (monitor_ != nullptr && !monitor_->step_done(t)) break;
         t = t + ts;
@@ -233,7 +238,7 @@ result_t ExecModel::run_serial(double ti, double tf, double ts) {
         block->start();
     }
     if (engine_ == engine_t::plan) {
-        PlanContext context = plan_context({});
+        PlanContext context = plan_context({}, is_looked_at());
         Plan plan(context);
         context.plans_made();
         run_steps(ti, tf, ts, [&plan](double t) { plan.step(t); });
@@ -311,7 +316,7 @@ result_t ExecModel::run_parallel(double ti, double tf, double ts) {
         block.start();
     });
     if (engine_ == engine_t::plan) {
-        PlanContext context = plan_context(order);
+        PlanContext context = plan_context(order, is_looked_at());
         std::vector<std::vector<Plan>> plans;
         for (const shared_zone_t& zone : zones) {
             auto& own = plans.emplace_back();

@@ -16,6 +16,7 @@
 namespace tessel {
 
 class PlanContext;
+class Stepper;
 
 /// Implements `IExecModel`. Null entries of `blocks` (a block without a runnable form) and links with an end that does
 /// not exist are passed over.
@@ -36,6 +37,7 @@ public:
     void set_monitor(RunMonitor* monitor) noexcept override { monitor_ = monitor; }
     void set_engine(engine_t engine) noexcept override { engine_ = engine; }
     void attach(std::vector<attachment_t> attachments) override;
+    std::unique_ptr<IStepper> start() override;
 
     /// A run's path is the parallel one from this many objects on, when at least `wide_zones` zones hold more than
     /// `wide_zone` objects each.
@@ -48,6 +50,10 @@ public:
     std::shared_ptr<PropertiesModel> properties;
 
 private:
+    friend class Stepper;
+
+    /// The flags that gate objects, which are reset ahead of each step.
+    std::vector<bool*> flags() const;
     /// The loop over time of a run: resets the flags and calls `step(t)`.
     template <class Step>
     void run_steps(double ti, double tf, double ts, const Step& step);
@@ -55,8 +61,9 @@ private:
     template <class Zones, class Share>
     void run_zones(const Zones& zones, unsigned threads, double ti, double tf, double ts, const Share& step_share);
     /// The objects in stepping order: that of the list, or that of the given places in it. Once in a run: the list of
-    /// gates is in it then.
-    PlanContext plan_context(std::span<const std::uint32_t> order);
+    /// gates is in it then. `looked_at`: somebody reads cells between steps.
+    PlanContext plan_context(std::span<const std::uint32_t> order, bool looked_at);
+    bool is_looked_at() const noexcept { return monitor_ != nullptr && monitor_->looks_at_cells(); }
     /// The zones in which an object reads what another of the same zone puts out, as a memory block fed by a source
     /// does, or is gated by one: their objects take their turns in the order of the list, on one thread, so that a run
     /// gives the same values on any number of threads. Before the first `set_time`, once wired.

@@ -6,6 +6,17 @@
 
 namespace tessel {
 
+class ExecBlock;
+
+/// Is shown what an object keeps from one step to the next beside the cells of its ports.
+class StateVisitor {
+public:
+    virtual void state(void* value, std::size_t bytes) = 0;
+
+protected:
+    ~StateVisitor() = default;
+};
+
 /// One step of a chain of single objects, see Plan. Finds itself at operands[0] and its operands behind, in the order
 /// of `lowering_t`; writes its output and calls the next step of the chain, which stands behind its last operand, with
 /// that value as `last`.
@@ -29,6 +40,8 @@ struct lowering_t {
     /// Null, or 1 + `inputs` steps of a chain: one that reads all inputs from cells, then one for each input that takes
     /// that input from `last`.
     const link_step_t* links = nullptr;
+    /// Shows the states of an object, in an order that is the class's; null for a class that has none.
+    void (*states)(ExecBlock& object, StateVisitor& visitor) = nullptr;
 };
 
 }  // namespace tessel

@@ -393,6 +393,10 @@ void Plan::settle() noexcept {
         if (segment.ran) settle_segment(segment);
 }
 
+void Plan::cells_written() noexcept {
+    for (segment_t& segment : segments_) segment.ran = false;
+}
+
 void Plan::settle_segment(const segment_t& segment) noexcept {
     const auto settle_object = [last = segment.last](const planned_t& object) {
         ExecBlock& block = *object.block;

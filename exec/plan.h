@@ -118,6 +118,8 @@ public:
     void step(double t) noexcept;
     /// Writes what `step` left out of the cells that a host can look at.
     void settle() noexcept;
+    /// The cells hold what a host has put there: nothing is left to settle until a step.
+    void cells_written() noexcept;
 
 private:
     using run_t = void (*)(const void* const* operands, std::size_t count, double t) noexcept;

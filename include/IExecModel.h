@@ -1,8 +1,10 @@
 // A runnable model.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "ExecBlock.h"
@@ -35,6 +37,31 @@ struct attachment_t {
     std::unique_ptr<ExecBlock> block;
 };
 
+/// A run in the hands of its caller, who reads and writes cells between steps. A step gives the values of the same step
+/// of `IExecModel::run`. The model must outlive it, unchanged, and is neither run nor started again meanwhile.
+class IStepper {
+public:
+    virtual ~IStepper() = default;
+    /// Takes so many steps, fewer where "tf" is passed or the monitor ends the run. Returns how many.
+    virtual std::uint64_t step(std::uint64_t count) noexcept = 0;
+    /// The time of the next step, in seconds.
+    virtual double time() const noexcept = 0;
+    /// How many steps lie behind.
+    virtual std::uint64_t count() const noexcept = 0;
+    /// Whether there is no step to come.
+    virtual bool done() const noexcept = 0;
+    /// Brings the cells of inputs up to date; those of outputs always are.
+    virtual void settle() noexcept = 0;
+    /// Ends the run as `run` does at its end. The last call.
+    virtual void finish() noexcept = 0;
+    /// Everything that later steps depend on: the time, the cells of all ports, the states of the objects. Empty where
+    /// an object does not tell its state. What `to_workspace` has recorded is not among it.
+    virtual std::vector<std::byte> save() = 0;
+    /// Goes to where `save` was called, on these objects or on those of the same model in another process. False, with
+    /// nothing changed, for bytes that are not of this model.
+    virtual bool restore(std::span<const std::byte> saved) noexcept = 0;
+};
+
 /// Typed runnable objects in stepping order. Call order: `set_properties` and `add_block` (both done by
 /// `IMetaModel::build_exec`), then `run` any number of times.
 class IExecModel {
@@ -65,6 +92,8 @@ public:
     /// the other is; one that follows all is never gated. Of objects with one id the first is meant, and with no such
     /// object the attachment is destroyed. Steps them behind those on every path of a run.
     virtual void attach(std::vector<attachment_t> attachments) { static_cast<void>(attachments); }
+    /// Does what `run` does ahead of its first step, and leaves the steps to the caller.
+    virtual std::unique_ptr<IStepper> start() { return nullptr; }
 };
 
 /// A runnable model without objects and without properties.

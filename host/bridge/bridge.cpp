@@ -90,9 +90,11 @@ std::vector<double> doubles_of(const py::handle& array) {
 }  // namespace
 
 void add_samples(py::module_& module) {
-    py::class_<Samples>(module, "Samples", py::buffer_protocol()).def_buffer([](const Samples& samples) {
-        return py::buffer_info(const_cast<double*>(samples.data.get()), samples.count);
-    });
+    // of that module alone: the command's own and the package's are in one process when a workspace imports the latter
+    py::class_<Samples>(module, "Samples", py::buffer_protocol(), py::module_local())
+        .def_buffer([](const Samples& samples) {
+            return py::buffer_info(const_cast<double*>(samples.data.get()), samples.count);
+        });
 }
 
 std::string CPythonBridge::block_of(std::string_view scope) const {

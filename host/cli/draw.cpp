@@ -6,13 +6,8 @@
 #include "core/format.h"
 #include "host/cli/command.h"
 #include "host/cli/verbs.h"
-#include "host/diagnose/analysis.h"
-#include "host/document/limits.h"
-#include "host/draw/checked.h"
-#include "host/draw/diagram.h"
+#include "host/draw/picture.h"
 #include "host/draw/png.h"
-#include "host/draw/scene.h"
-#include "host/draw/svg.h"
 #include "host/session/output_file.h"
 
 namespace zarn {
@@ -25,28 +20,33 @@ struct draw_options_t : options_t {
     double layout_seconds = 10;
 };
 
-/// Checks the model for the sake of its types and faults, which hinder no picture.
-void check(Call& call, draw::Diagram& diagram) {
-    const Session::Active active(call.session());
-    analysis_t analysis;
-    Report report(analysis.graph);
-    check_options_t options;
-    options.final_bridge = call.evaluates();
-    options.settings = call.session().setup().settings;
-    analyse(analysis, report, call.session().document(), options);
-    auto findings = report.take();
-    draw::take_checks(diagram, analysis, findings);
+void tell(const Call& call, draw::picture_t& picture) {
     if (call.options().quiet) return;
-    for (const auto& text : diagram.remarks) call.complain(text);
+    if (!picture.too_much.empty()) call.complain(picture.too_much);
+    for (const auto& text : picture.diagram.remarks) call.complain(text);
+    auto& findings = picture.findings;
     std::erase_if(findings, [](const finding_t& f) { return f.code == "Z402"; });  // of which the remarks speak
     for (const severity_t severity : {severity_t::error, severity_t::warning})
         for (const auto& text : in_brief(findings, severity, call.options().verbose)) call.complain(text);
+    if (!picture.layout.empty()) call.complain(picture.layout + "; blocks without a position are placed without it");
 }
 
-std::size_t level_of(const draw::Diagram& diagram, const std::string& path) {
-    const std::size_t found = diagram.find_subsystem(path);
-    if (found != none) return found;
-    throw SessionError(problem_t::usage, tessel::format("--level {}: there is no subsystem of this path", path));
+draw::picture_t picture_of(const draw_options_t& options, Call& call) {
+    Session& session = call.session();
+    draw::picture_request_t request;
+    request.options = options.drawing;
+    request.options.layout_limit = std::chrono::milliseconds(static_cast<long long>(options.layout_seconds * 1000));
+    request.level = options.level;
+    request.check.final_bridge = call.evaluates();
+    request.check.settings = session.setup().settings;
+    const Session::Active active(session);
+    try {
+        return draw::draw_picture(session.document(), request);
+    } catch (const std::out_of_range& error) {
+        throw SessionError(problem_t::usage, tessel::format("--level {}", error.what()));
+    } catch (const std::runtime_error& error) {
+        throw session.error(problem_t::model, error.what());
+    }
 }
 
 /// Whether a file's name asks for a PNG.
@@ -67,33 +67,16 @@ void write(const draw_options_t& options, const std::string& svg) {
 int run(draw_options_t& options) {
     is_png(options.output);  // wrong use is told before anything is done
     Call call(options, bridge_t::literal);
-    Session& session = call.session();
-    const auto problem = find_unloadable(session.document());
-    if (!session.document().main().problem().empty()) throw session.error(problem_t::model, problem);
-    draw::Diagram diagram;
-    try {
-        diagram = draw::read_diagram(session.document());
-    } catch (const std::runtime_error& error) {
-        throw session.error(problem_t::model, error.what());
-    } catch (const nlohmann::json::exception& error) {
-        const std::string_view text = error.what();  // behind the number of the library's error
-        throw session.error(problem_t::model, text.substr(text.find(' ') + 1));
-    }
-    if (!options.level.empty()) options.drawing.level = level_of(diagram, options.level);
-    if (problem.empty()) check(call, diagram);
-    else diagram.notes.push_back(problem);  // what is too much to load can be drawn
-    if (!problem.empty() && !options.quiet) call.complain(problem);
-
-    options.drawing.layout_limit = std::chrono::milliseconds(static_cast<long long>(options.layout_seconds * 1000));
-    std::string note;
-    const auto pages = draw::make_scenes(diagram, options.drawing, note);
-    if (!note.empty() && !options.quiet) call.complain(note + "; blocks without a position are placed without it");
-    const std::string svg = draw::write_svg(diagram, pages);
-    write(options, svg);
+    auto picture = picture_of(options, call);
+    tell(call, picture);
+    write(options, picture.svg);
     if (options.json && options.output != "-") {
-        const nlohmann::json summary{
-            {"schema", json_schema},         {"result", 0},           {"blocks", diagram.blocks.size() - 1},
-            {"links", diagram.links.size()}, {"pages", pages.size()}, {"notes", diagram.notes}};
+        const nlohmann::json summary{{"schema", json_schema},
+                                     {"result", 0},
+                                     {"blocks", picture.diagram.blocks.size() - 1},
+                                     {"links", picture.diagram.links.size()},
+                                     {"pages", picture.pages},
+                                     {"notes", picture.diagram.notes}};
         out(summary.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
     }
     return status_ok;

@@ -45,10 +45,6 @@ std::optional<Number> whole_number(std::string_view text) {
     return value;
 }
 
-[[noreturn]] void refuse_probe(std::string_view text, std::string_view problem) {
-    throw SessionError(problem_t::usage, tessel::format("--probe {}: {}", text, problem));
-}
-
 constexpr std::string_view root = "mainsys.";
 
 /// Whether a path is `text`, which may leave out the root.
@@ -122,23 +118,10 @@ std::string hint(tessel::IMetaModel& model, std::string_view path) {
     return "no such block; subsystems, gotos, froms and casts are gone in a run";
 }
 
-/// The one block that is meant, null when the path is none of a block.
-tessel::IMetaBlock* find_block(tessel::IMetaModel& model, std::string_view text, std::string_view path) {
-    std::vector<tessel::IMetaBlock*> found;
-    const auto id = path.starts_with('#') ? whole_number<std::uint64_t>(path.substr(1)) : std::nullopt;
-    for (const auto& block : model)
-        if (block != nullptr && (id ? block->id() == *id : is_named(block->path(), path))) found.push_back(block.get());
-    if (found.empty()) return nullptr;
-    if (found.size() == 1 || id) return found[0];  // links reach the first block of an id
-    std::string ids;
-    for (const auto* block : found) ids += tessel::format("{}#{}", ids.empty() ? "" : ", ", block->id());
-    refuse_probe(text, tessel::format("{} blocks have that path: {}", found.size(), ids));
-}
-
 /// Gathers signals, each once.
 class Choice {
 public:
-    explicit Choice(tessel::IMetaModel& model) : model_(model) {}
+    Choice(tessel::IMetaModel& model, std::string_view what) : model_(model), what_(what) {}
 
     void add(const std::string& text) {
         const auto colon = text.rfind(':');
@@ -146,7 +129,7 @@ public:
         const std::string_view path = marked;
         const std::string_view port = colon != std::string::npos ? std::string_view(text).substr(colon + 1) : "";
         if (path.find('*') != std::string_view::npos) return add_like(with_marks(text));
-        if (auto* block = find_block(model_, text, path); block != nullptr)
+        if (auto* block = find_block(text, path); block != nullptr)
             return add_block(text, *block, colon != std::string::npos ? std::optional(port) : std::nullopt);
         const auto outports = outports_of(model_, path);
         if (outports.empty())
@@ -168,6 +151,22 @@ public:
     }
 
 private:
+    [[noreturn]] void refuse_probe(std::string_view text, std::string_view problem) const {
+        throw SessionError(problem_t::usage, tessel::format("{} {}: {}", what_, text, problem));
+    }
+    /// The one block that is meant, null when the path is none of a block.
+    tessel::IMetaBlock* find_block(std::string_view text, std::string_view path) const {
+        std::vector<tessel::IMetaBlock*> found;
+        const auto id = path.starts_with('#') ? whole_number<std::uint64_t>(path.substr(1)) : std::nullopt;
+        for (const auto& block : model_)
+            if (block != nullptr && (id ? block->id() == *id : is_named(block->path(), path)))
+                found.push_back(block.get());
+        if (found.empty()) return nullptr;
+        if (found.size() == 1 || id) return found[0];  // links reach the first block of an id
+        std::string ids;
+        for (const auto* block : found) ids += tessel::format("{}#{}", ids.empty() ? "" : ", ", block->id());
+        refuse_probe(text, tessel::format("{} blocks have that path: {}", found.size(), ids));
+    }
     static std::string names(const std::vector<tessel::IMetaBlock*>& blocks) {
         std::string text;
         for (const auto* block : blocks) text += tessel::format("{}{}", text.empty() ? "" : ", ", block->name());
@@ -202,6 +201,7 @@ private:
     }
 
     tessel::IMetaModel& model_;
+    std::string_view what_;
     std::vector<signal_t> signals_;
     std::set<std::pair<const tessel::IMetaBlock*, std::int16_t>> seen_;
 };
@@ -240,8 +240,9 @@ std::vector<signal_t> shown_signals(tessel::IMetaModel& model) {
     return signals;
 }
 
-std::vector<signal_t> find_signals(tessel::IMetaModel& model, const std::vector<std::string>& texts) {
-    Choice choice(model);
+std::vector<signal_t> find_signals(tessel::IMetaModel& model, const std::vector<std::string>& texts,
+                                   std::string_view what) {
+    Choice choice(model, what);
     for (const std::string& text : texts) choice.add(text);
     return choice.take();
 }

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "IExecModel.h"
@@ -29,8 +30,10 @@ std::vector<signal_t> all_signals(tessel::IMetaModel& model);
 std::vector<signal_t> shown_signals(tessel::IMetaModel& model);
 /// The signals of texts PATH[:PORT], each once. PATH is a dotted path, with or without the root's name; one with * for
 /// any characters, which means the outputs of all blocks like it; a subsystem's, which means its outports by number,
-/// and PORT one of them by name or number; or #id. A text that names none raises `SessionError`.
-std::vector<signal_t> find_signals(tessel::IMetaModel& model, const std::vector<std::string>& texts);
+/// and PORT one of them by name or number; or #id. A text that names none raises `SessionError`, which begins with
+/// `what`, the way in which the user gave it.
+std::vector<signal_t> find_signals(tessel::IMetaModel& model, const std::vector<std::string>& texts,
+                                   std::string_view what = "--probe");
 
 /// Gives the paths in the names of signals the letters beyond ASCII that the model is written with.
 void name_as_written(std::vector<signal_t>& signals, const Session& session);

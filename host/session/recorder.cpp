@@ -45,6 +45,28 @@ public:
             left -= count;
         }
     }
+    void expect(std::uint64_t count) override {
+        if (count == 0 || !chunks_.empty()) return;
+        add_chunk(static_cast<std::size_t>(count));
+        expected_ = ~std::uint64_t{0};  // the first value begins a stretch
+    }
+    values_t take() override {
+        const std::uint64_t count = size();
+        if (count == 0) return {};
+        std::shared_ptr<T[]> values;
+        if (chunks_[0].count >= count) {
+            values = std::move(chunks_[0].values);
+        } else {
+            values.reset(new T[count]);
+            T* next = values.get();
+            for_each_piece([&next](const void* piece, std::size_t n) {
+                next = std::copy_n(static_cast<const T*>(piece), n, next);
+            });
+        }
+        chunks_.clear();
+        next_ = end_ = nullptr;
+        return {values, values.get(), count};
+    }
     void forget() noexcept override {
         stretches_.clear();
         expected_ = 0;
@@ -62,9 +84,7 @@ private:
             } else if (next_ == end_) {
                 const std::size_t count =
                     chunks_.empty() ? first_chunk : std::min(chunks_.back().count * 2, last_chunk);
-                if (clock_->room.fetch_sub(static_cast<std::int64_t>(count * sizeof(T))) < 0) throw std::bad_alloc();
-                chunks_.push_back({std::unique_ptr<T[]>(new T[count]), count});
-                fill(chunks_.size() - 1);
+                add_chunk(count);
             }
             if (stretches_.empty() || clock_->step != expected_) begin_stretch();
             return true;
@@ -72,6 +92,12 @@ private:
             clock_->exhausted = true;
             return false;
         }
+    }
+
+    void add_chunk(std::size_t count) {
+        if (clock_->room.fetch_sub(static_cast<std::int64_t>(count * sizeof(T))) < 0) throw std::bad_alloc();
+        chunks_.push_back({std::unique_ptr<T[]>(new T[count]), count});
+        fill(chunks_.size() - 1);
     }
 
     void fill(std::size_t chunk) noexcept {

@@ -30,6 +30,13 @@ struct stretch_t {
     std::uint64_t count;
 };
 
+/// Values of a recording in one piece.
+struct values_t {
+    std::shared_ptr<const void> owner;
+    const void* data = nullptr;
+    std::uint64_t count = 0;
+};
+
 /// What was recorded of one signal: values of one type, and the steps that they belong to.
 class Recording {
 public:
@@ -42,6 +49,11 @@ public:
     /// Calls `use` with neighbouring values and their number, in the order of the steps.
     using use_t = std::function<void(const void* values, std::size_t count)>;
     virtual void for_each_piece(const use_t& use) const = 0;
+    /// Makes room for so many values in one piece, ahead of the first one. Raises `std::bad_alloc`.
+    virtual void expect(std::uint64_t count) = 0;
+    /// Hands all values over in the order of the steps, without a copy where they lie in one piece. Steps and number
+    /// stay known; the values are the caller's.
+    virtual values_t take() = 0;
     /// Drops what was recorded; the steps that come are recorded as before.
     virtual void forget() noexcept = 0;
 

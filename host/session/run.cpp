@@ -66,6 +66,12 @@ void Run::record(std::vector<signal_t> signals) {
     std::erase_if(signals_, [](const signal_t& signal) { return signal.probe == nullptr; });
 }
 
+void Run::expect_all() {
+    const double count = steps() + 1.0;  // one more by the rounding of times
+    if (drain_ != nullptr || room_ == 0.0 || wanted_room() > room_) return;
+    for (const signal_t& signal : signals_) signal.probe->recording().expect(static_cast<std::uint64_t>(count));
+}
+
 void Run::stream_to(Drain& drain) {
     constexpr std::uint64_t values = 1u << 22, longest = 8192, shortest = 16;
     drain_ = &drain;

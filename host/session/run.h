@@ -52,6 +52,9 @@ public:
     ~Run();
 
     void record(std::vector<signal_t> signals);
+    /// Gives each recording its room in one piece, where the memory holds that for the whole run: what is recorded is
+    /// handed over without a copy then.
+    void expect_all();
     /// Lets recordings go to `drain` as the run goes on, so that their memory does not grow with it. None is kept.
     void stream_to(Drain& drain);
     /// Runs to the end, or to where the watch ends it. Raises what the drain does.

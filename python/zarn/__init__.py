@@ -1,10 +1,48 @@
-"""What a model leaves in the workspace.
+"""Block diagrams in Python: build, run, look, sweep; and what a model leaves in the workspace.
+
+    import zarn
+
+    model = zarn.load("motor.json")
+    run = model.run(tf=2.0, workspace={"kp": 4.0})
+    run["mainsys.speed"]
 
 The object `mainsys` mirrors the model: a `Result` for each subsystem, holding the subsystems inside it and, after a run,
 one `TimeSeries` for each `to_workspace` block.
 """
 
-__all__ = ["Result", "TimeSeries"]
+# What is not needed in a workspace is imported when it is first used.
+_PLACES = {
+    "load": "_load",
+    "loads": "_load",
+    "Model": "_load",
+    "Run": "_run",
+    "Series": "_series",
+    "Stepper": "_stepper",
+    "Snapshot": "_stepper",
+    "Finding": "_errors",
+    "Findings": "_errors",
+    "Error": "_errors",
+    "UsageError": "_errors",
+    "UnknownSignalError": "_errors",
+    "ModelError": "_errors",
+    "FileError": "_errors",
+    "WorkspaceError": "_errors",
+}
+__all__ = ["Result", "TimeSeries", *_PLACES]
+
+
+def __getattr__(name):
+    if name not in _PLACES:
+        raise AttributeError(f"module 'zarn' has no attribute {name!r}")
+    import importlib
+
+    value = getattr(importlib.import_module(f"zarn.{_PLACES[name]}"), name)
+    globals()[name] = value
+    return value
+
+
+def __dir__():
+    return sorted(set(globals()) | set(__all__))
 
 
 class Result:

@@ -4,6 +4,7 @@ Every function answers and none raises: a pair of None and a text tells what wen
 """
 
 import array
+import functools
 import math
 import numbers
 import sys
@@ -60,38 +61,6 @@ class Scope(dict):
 
 def members_of(value):
     return getattr(value, "__dict__", {})
-
-
-def scope_of(path):
-    """The enclosing objects of a dotted path from the innermost outwards, then the workspace."""
-    workspace = vars(__main__)
-    places = [workspace]
-    place = workspace
-    for name in path.split(".")[:-1]:
-        if name not in place:
-            break
-        place = members_of(place[name])
-        places.insert(0, place)
-    return Scope(places)
-
-
-def find(path):
-    """The object under a dotted name of the workspace."""
-    first, *rest = path.split(".")
-    if first not in vars(__main__):
-        raise NameError(f"name {first!r} is not defined")
-    value = vars(__main__)[first]
-    for name in rest:
-        value = getattr(value, name)
-    return value
-
-
-def bind(path, value):
-    head, _, last = path.rpartition(".")
-    if head:
-        setattr(find(head), last, value)
-    else:
-        setattr(__main__, last, value)
 
 
 # ---- values
@@ -196,6 +165,7 @@ def array_of(value):
 
 
 def answering(operation):
+    @functools.wraps(operation)
     def answer(*arguments):
         try:
             return operation(*arguments)
@@ -215,41 +185,80 @@ def said(error):
     return f"{name}: {text}" if text else name
 
 
-@answering
-def evaluate(scope, text):
-    return typed(eval(text.strip(), scope_of(scope)))
+class Workspace:
+    """The operations on one set of names."""
+
+    def __init__(self, names):
+        self.names = names
+
+    def scope_of(self, path):
+        """The enclosing objects of a dotted path from the innermost outwards, then the workspace."""
+        places = [self.names]
+        place = self.names
+        for name in path.split(".")[:-1]:
+            if name not in place:
+                break
+            place = members_of(place[name])
+            places.insert(0, place)
+        return Scope(places)
+
+    def find(self, path):
+        """The object under a dotted name of the workspace."""
+        first, *rest = path.split(".")
+        if first not in self.names:
+            raise NameError(f"name {first!r} is not defined")
+        value = self.names[first]
+        for name in rest:
+            value = getattr(value, name)
+        return value
+
+    def bind(self, path, value):
+        head, _, last = path.rpartition(".")
+        if head:
+            setattr(self.find(head), last, value)
+        else:
+            self.names[last] = value
+
+    @answering
+    def evaluate(self, scope, text):
+        return typed(eval(text.strip(), self.scope_of(scope)))
+
+    @answering
+    def evaluate_array(self, scope, text):
+        return array_of(eval(text.strip(), self.scope_of(scope)))
+
+    @answering
+    def find_series(self, text):
+        return series_of(eval(text.strip(), self.scope_of("")))
+
+    @answering
+    def assign(self, name, text):
+        scope = self.scope_of("")
+        scope.places.insert(0, {"zarn": zarn})  # whatever the workspace has made of the name
+        self.bind(name, eval(text, scope))
+        return True, ""
+
+    @answering
+    def set_attribute(self, name, key, value):
+        setattr(self.find(name), key, value)
+        return True, ""
+
+    @answering
+    def set_array(self, name, view):
+        head, _, _ = name.rpartition(".")
+        wrapped_later = head and isinstance(self.find(head), zarn.TimeSeries)
+        self.bind(name, view if wrapped_later else zarn._array(view))
+        return True, ""
 
 
-@answering
-def evaluate_array(scope, text):
-    return array_of(eval(text.strip(), scope_of(scope)))
-
-
-@answering
-def find_series(text):
-    return series_of(eval(text.strip(), scope_of("")))
-
-
-@answering
-def assign(name, text):
-    scope = scope_of("")
-    scope.places.insert(0, {"zarn": zarn})  # whatever the workspace has made of the name
-    bind(name, eval(text, scope))
-    return True, ""
-
-
-@answering
-def set_attribute(name, key, value):
-    setattr(find(name), key, value)
-    return True, ""
-
-
-@answering
-def set_array(name, view):
-    head, _, _ = name.rpartition(".")
-    wrapped_later = head and isinstance(find(head), zarn.TimeSeries)
-    bind(name, view if wrapped_later else zarn._array(view))
-    return True, ""
+# the workspace of the command
+main = Workspace(vars(__main__))
+evaluate = main.evaluate
+evaluate_array = main.evaluate_array
+find_series = main.find_series
+assign = main.assign
+set_attribute = main.set_attribute
+set_array = main.set_array
 
 
 # ---- the user's own code
