@@ -35,6 +35,7 @@ struct options_t {
     bool inline_parameters = false;  ///< parameters are constants of the code
     keep_t keep = keep_t::all;
     bool series_as_inputs = false;  ///< `from_workspace` blocks are inputs of the program
+    bool in_order_of_run = false;   ///< statements stand as the run has them, not by subsystem
     std::string model = {};         ///< file name of the model, for the banner; no folder
     std::string meaning = {};       ///< what the model computes, as a hash, for the banner
 };
@@ -70,6 +71,7 @@ struct cell_t {
     std::uint64_t initial = 0;     ///< bytes of its value at the start of a run, or of an inlined parameter
     bool starts_as_time = false;   ///< at the start of a run it takes the time of the start: `initial` is that of ti
     std::vector<double> values{};  ///< of a table
+    bool is_series = false;        ///< of a table: what `from_workspace` plays; its last value is read behind its end
     std::string path{};       ///< of its block ("mainsys.controller.error"), of an input across a border the source's
     std::uint64_t block = 0;  ///< id of its block
     std::int16_t port = -1;   ///< of a signal, an output: the block's port; -1 for others
@@ -124,6 +126,11 @@ struct unit_t {
     const port_t* find(std::string_view path, std::int16_t port = 0) const;
     const port_t* find(std::uint64_t block, std::int16_t port = 0) const;
 };
+
+/// The flag around a statement. That of a flag itself is part of its value: a flag is false where its own is.
+inline cell_number gate_of(const unit_t& unit, const statement_t& statement) {
+    return unit.cell(statement.target).role == role_t::flag ? no_cell : statement.gate;
+}
 
 /// The program of a compiled model, of which `exec` was built and bound. Raises `Refusal`.
 unit_t make_unit(IMetaModel& model, const PropertiesModel& properties, IExecModel& exec, const options_t& options);

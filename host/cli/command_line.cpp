@@ -119,6 +119,7 @@ std::unique_ptr<CLI::App> make_command(int& status) {
     add_explain(*app, status);
     add_inspect(*app, status);
     add_generate(*app, status);
+    add_export(*app, status);
     add_draw(*app, status);
     add_blocks(*app, status);
     add_diff(*app, status);

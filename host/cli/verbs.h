@@ -14,6 +14,7 @@ void add_run(CLI::App& app, int& status);
 void add_check(CLI::App& app, int& status);
 void add_explain(CLI::App& app, int& status);
 void add_inspect(CLI::App& app, int& status);
+void add_export(CLI::App& app, int& status);
 void add_generate(CLI::App& app, int& status);
 void add_draw(CLI::App& app, int& status);
 void add_blocks(CLI::App& app, int& status);
