@@ -24,6 +24,7 @@ tessel::exact::unit_t program_of(Session& session, const export_options_t& optio
     how.series_as_inputs = options.series_as_inputs;
     how.in_order_of_run = options.in_order_of_run;
     how.model = session.file().filename().string();
+    how.meaning = session.meaning();
     const auto exec = session.build();
     const Session::Active active(session);
     exec->bind();
