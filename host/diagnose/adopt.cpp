@@ -120,8 +120,8 @@ bool Loader::adopt_block(walk_t& walk, std::string_view element, std::size_t at,
     tessel::IMetaBlock* block = walk.next();
     if (block == nullptr || (reference == none && block->id() != look.id)) return false;
     node_t& node = graph_.nodes.emplace_back();
-    node.block = not_owned(block);
-    node.properties = not_owned(&static_cast<const tessel::MetaBlock&>(*block).properties());
+    node.block = block;
+    node.properties = &static_cast<const tessel::MetaBlock&>(*block).properties();
     node.row = row;
     node.written_id = look.id;
     node.file = file;
@@ -161,8 +161,8 @@ bool Loader::adopt_links(walk_t& walk, std::size_t file) {
     if (links.size() - walk.link < elements.size()) return false;
     for (std::size_t i = 0; i < elements.size(); ++i) {
         const tessel::link_t& link = links[walk.link++];
-        edge_t& edge =
-            graph_.edges.emplace_back(edge_t{link.srcId, link.dstId, link.srcPort, link.dstPort, file, {}, i, none});
+        edge_t& edge = graph_.edges.emplace_back(
+            edge_t{link.srcId, link.dstId, link.srcPort, link.dstPort, file, nullptr, i, none});
         if (is_plain_link(elements[i])) continue;
         const auto value = json::parse(elements[i], nullptr, false);
         bool refused = !value.is_object();
@@ -182,7 +182,7 @@ bool Loader::adopt(const loaded_t& loaded) {
     walk_t walk{loaded};
     tessel::IMetaBlock* root = walk.next();
     if (root == nullptr || !graph_.files[0].json.is_object()) return false;
-    insert_root(not_owned(root));
+    insert_root(*root);
     graph_.nodes.reserve(main.sections()->blocks.size() + 1);
     graph_.edges.reserve(main.sections()->links.size());
     if (!adopt_blocks(walk, 0, none) || walk.next() != nullptr) return false;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <tuple>
+#include <unordered_set>
 
 #include "PropertiesModel.h"
 #include "core/python.h"
@@ -32,6 +33,13 @@ void sort_for_run(analysis_t& analysis) {
         const node_t& node = graph.nodes[live[rank]];
         if (node.block->zone() >= 0 && !is_subsystem(node)) analysis.order.push_back(live[rank]);
     }
+    std::unordered_set<std::uint64_t> gates;
+    for (const auto& [id, enable] : analysis.enables)
+        if (enable.second != 0) gates.insert(enable.second);
+    if (gates.empty()) return;
+    for (std::size_t i = 0; i < analysis.order.size(); ++i)
+        if (const auto id = graph.nodes[analysis.order[i]].id(); gates.contains(id))
+            analysis.gate_ranks.try_emplace(id, i);
 }
 
 /// Takes the stand-in for missing sources out of a model that others will use.
@@ -82,7 +90,7 @@ void analyse(analysis_t& analysis, Report& report, Document& document, const che
     if (graph.files.empty() || graph.files[0].json.is_discarded() || graph.files[0].json.is_null()) return;
 
     tessel::rules::set_tiers(line_up(graph));
-    tessel::rules::add_enables(line_up(graph), analysis.enables);
+    if (graph.has(hash_enable)) tessel::rules::add_enables(line_up(graph), analysis.enables);
     check_settings(graph, report);
     check_tree(graph, report);
 

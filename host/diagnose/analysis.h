@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <unordered_map>
 #include <vector>
 
 #include "EnableMap.h"
@@ -26,13 +27,22 @@ struct analysis_t {
     graph_t graph;
     wiring_t wiring;
     typing_t typing;
-    tessel::EnableMap enables;
+    tessel::EnableMap enables;         // empty where no block is gated
     std::vector<std::size_t> waiting;  // blocks without a zone
     bool complete = false;             // whether every input has its source and every block its zone
     std::vector<std::size_t> order;    // blocks with a zone, in the order in which a run steps them
+    std::unordered_map<std::uint64_t, std::size_t> gate_ranks;  // by id, the places in `order` of blocks that gate
 
     /// Id of the enable block that gates the block at a position, 0 for none.
-    std::uint64_t gate_of(std::size_t position) const { return enables.at(graph.nodes[position].id()).second; }
+    std::uint64_t gate_of(std::size_t position) const {
+        const auto found = enables.find(graph.nodes[position].id());
+        return found != enables.end() ? found->second.second : 0;
+    }
+    /// The place in `order` of the first block with the id of a gate, `none` where that has no zone.
+    std::size_t rank_of_gate(std::uint64_t id) const {
+        const auto found = gate_ranks.find(id);
+        return found != gate_ranks.end() ? found->second : none;
+    }
 };
 
 /// Runs every check. The document must outlive the analysis.

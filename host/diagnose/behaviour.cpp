@@ -13,17 +13,10 @@
 namespace zarn {
 namespace {
 
-/// Where blocks stand in the order of a run, by id.
-std::unordered_map<std::uint64_t, std::size_t> ranks_of(const analysis_t& analysis) {
-    std::unordered_map<std::uint64_t, std::size_t> ranks;
-    for (std::size_t i = 0; i < analysis.order.size(); ++i)
-        ranks.try_emplace(analysis.graph.nodes[analysis.order[i]].id(), i);
-    return ranks;
-}
-
 void check_enables(const analysis_t& analysis, Report& report) {
     std::unordered_map<std::uint64_t, const node_t*> first;  // enable of each subsystem
     std::unordered_set<std::uint64_t> gating;
+    if (!analysis.graph.has(hash_enable)) return;
     for (const std::size_t position : analysis.order) gating.insert(analysis.gate_of(position));
     for (const node_t& node : analysis.graph.nodes) {
         if (!node.is(hash_enable)) continue;
@@ -35,11 +28,11 @@ void check_enables(const analysis_t& analysis, Report& report) {
         else if (!fresh)
             report.at_block(
                 "Z410", severity_t::warning, node,
-                tessel::format("this enable gates nothing: {} gates this subsystem already", entry->second->path),
+                tessel::format("this enable gates nothing: {} gates this subsystem already", entry->second->path()),
                 "keep one enable block in a subsystem");
         else if (around != nullptr && is_subsystem(*around) && !gating.contains(node.id()))
             report.at_block("Z410", severity_t::warning, node,
-                            tessel::format("this enable gates nothing: no other block runs inside {}", around->path),
+                            tessel::format("this enable gates nothing: no other block runs inside {}", around->path()),
                             "move the blocks that it is to gate into the subsystem, or take it out");
     }
 }
@@ -48,7 +41,6 @@ void check_enables(const analysis_t& analysis, Report& report) {
 bool needs_no_step(const node_t& node) { return node.is(hash_constant); }
 
 void check_never(const analysis_t& analysis, Report& report) {
-    const auto ranks = ranks_of(analysis);
     const auto never = never_run(analysis);
     for (std::size_t i = 0; i < analysis.order.size(); ++i) {
         const std::size_t position = analysis.order[i];
@@ -57,31 +49,31 @@ void check_never(const analysis_t& analysis, Report& report) {
         const node_t& gate = *analysis.graph.find(analysis.gate_of(position));
         const std::int32_t zone = node.block->zone(), gate_zone = gate.block->zone();
         std::string what;
-        if (i > ranks.at(gate.id()))
-            what = tessel::format("this block never runs: its enable {} never runs", gate.path);
+        if (i > analysis.rank_of_gate(gate.id()))
+            what = tessel::format("this block never runs: its enable {} never runs", gate.path());
         else if (zone == gate_zone)
             what = tessel::format(
                 "this block never runs: it and its enable {} have zone {}, and by the order of their "
                 "classes it comes first",
-                gate.path, zone);
+                gate.path(), zone);
         else
             what = tessel::format("this block never runs: it has zone {}, and its enable {} comes later, in zone {}",
-                                  zone, gate.path, gate_zone);
+                                  zone, gate.path(), gate_zone);
         report.at_block("Z409", severity_t::warning, node, what,
                         zone == 0 ? "move it out of the subsystem, and bring its signal in through an inport"
                                   : tessel::format("bring the condition of {} on a shorter way, or the signal of this "
                                                    "block on a longer one, so that the enable has the lower zone",
-                                                   gate.path));
+                                                   gate.path()));
     }
 }
 
 /// The value that a constant gives to an input of an integer type, nothing when the source is no constant.
 std::optional<std::int64_t> constant_at(const analysis_t& analysis, std::size_t position, std::size_t input) {
-    const feed_t& feed = analysis.wiring.running[position][input];
+    const feed_t& feed = analysis.wiring.in_run(position)[input];
     if (feed.source == none || !analysis.graph.nodes[feed.source].is(hash_constant)) return std::nullopt;
     const node_t& source = analysis.graph.nodes[feed.source];
     const tessel::var_t value =
-        value_of(source, analysis.typing.evaluations[feed.source], "expression", source.properties->python_path);
+        value_of(source, analysis.typing.evaluations[feed.source], source.row->traits().parameters.front());
     if (value.type() == tessel::type_unknown || value.is_text()) return std::nullopt;
     switch (analysis.graph.nodes[position].block->input(static_cast<std::int16_t>(input))->type()) {
         case tessel::type_bool: return bool(value) ? 1 : 0;
@@ -120,24 +112,26 @@ void check_divisions(const analysis_t& analysis, Report& report) {
 
 /// What feeds the only input of a block in the run, null for nothing.
 const node_t* source_of(const analysis_t& analysis, std::size_t position) {
-    const feed_t& feed = analysis.wiring.running[position][0];
+    const feed_t& feed = analysis.wiring.in_run(position)[0];
     return feed.source != none ? &analysis.graph.nodes[feed.source] : nullptr;
 }
 
 /// Memory blocks behind memory blocks: all have zone 0 and one class, so the order of the file decides.
 void check_memories(const analysis_t& analysis, Report& report) {
     constexpr std::uint32_t hash_memory = tessel::class_hash_of("memory");
-    const auto ranks = ranks_of(analysis);
+    if (!analysis.graph.has(hash_memory)) return;
+    std::vector<std::size_t> ranks(analysis.graph.nodes.size(), none);
+    for (std::size_t i = 0; i < analysis.order.size(); ++i) ranks[analysis.order[i]] = i;
     for (std::size_t i = 0; i < analysis.order.size(); ++i) {
         const node_t& node = analysis.graph.nodes[analysis.order[i]];
         if (!node.is(hash_memory)) continue;
         const node_t* source = source_of(analysis, analysis.order[i]);
         if (source == nullptr || !source->is(hash_memory) || source == &node) continue;
-        const bool idle = ranks.at(source->id()) < i;
+        const bool idle = ranks[static_cast<std::size_t>(source - analysis.graph.nodes.data())] < i;
         report.at_block(
             "Z417", severity_t::note, node,
             tessel::format(
-                "it is fed by {} (memory), which is stepped {} it: {}", source->path, idle ? "before" : "behind",
+                "it is fed by {} (memory), which is stepped {} it: {}", source->path(), idle ? "before" : "behind",
                 idle ? "it delays nothing, and both together delay by one step" : "both together delay by two steps"),
             idle ? "for two steps, put another block between them"
                  : "put another block between them, so that the order of the file does not matter");
@@ -148,9 +142,10 @@ void check_memories(const analysis_t& analysis, Report& report) {
 
 // A gate is itself a block that may never run, so the answer for a block comes of that for its gate, each once.
 std::vector<bool> never_run(const analysis_t& analysis) {
-    const auto ranks = ranks_of(analysis);
     const std::size_t count = analysis.order.size();
-    std::vector<bool> never(count), known(count), open(count);
+    std::vector<bool> never(count);
+    if (analysis.gate_ranks.empty()) return never;
+    std::vector<bool> known(count), open(count);
     std::vector<std::size_t> way;  // up through the gates
     for (std::size_t i = 0; i < count; ++i) {
         bool answer = false;
@@ -161,18 +156,18 @@ std::vector<bool> never_run(const analysis_t& analysis) {
                 break;
             }
             const std::uint64_t gate = analysis.gate_of(analysis.order[at]);
-            const auto rank = gate != 0 ? ranks.find(gate) : ranks.end();
-            if (rank == ranks.end() || rank->second == at) {
+            const std::size_t rank = gate != 0 ? analysis.rank_of_gate(gate) : none;
+            if (rank == none || rank == at) {
                 known[at] = true;
                 break;
             }
             way.push_back(at);
             open[at] = true;
-            at = rank->second;
+            at = rank;
         }
         for (; !way.empty(); way.pop_back()) {
             const std::size_t own = way.back();
-            answer = answer || own < ranks.at(analysis.gate_of(analysis.order[own]));
+            answer = answer || own < analysis.rank_of_gate(analysis.gate_of(analysis.order[own]));
             never[own] = answer;
             known[own] = true;
             open[own] = false;

@@ -56,7 +56,7 @@ private:
 
     void check(std::size_t position) {
         const node_t& node = graph_.nodes[position];
-        if (index_.find(node.id()) != node.block.get()) return;  // a second block with its id: told with the id
+        if (index_.find(node.id()) != node.block) return;  // a second block with its id: told with the id
         const wires_t& in = of(into_, node.id());
         const wires_t& out = of(out_, node.id());
         if (wiring_.typed[position][0].source == none) {
@@ -90,13 +90,13 @@ private:
         for (const std::size_t i : out) {
             const node_t* next = cast_at(wire(i).dst);
             if (next == nullptr) continue;
-            std::string chain = first.path + " -> " + next->path;
+            std::string chain = first.path() + " -> " + next->path();
             const node_t* end = next;
             for (std::size_t length = 2; length < 32; ++length) {
                 const wires_t& behind = of(out_, end->id());
                 const node_t* cast = behind.empty() ? nullptr : cast_at(wire(behind[0]).dst);
                 if (cast == nullptr || cast == next) break;
-                chain += " -> " + cast->path;
+                chain += " -> " + cast->path();
                 end = cast;
             }
             report_.at_block("Z214", severity_t::error, *next, "casts stand in a row: " + chain,
@@ -106,7 +106,7 @@ private:
 
     /// What still touches a cast cannot be followed: told.
     void take_wires() {
-        std::vector<wire_t> kept;
+        tessel::large_array<wire_t> kept;
         for (std::size_t i = 0; i < wires_.size(); ++i) {
             if (!wires_.alive(i) || touching_.contains(i)) continue;
             const auto [first, last] = wires_.drawn_ends(i);
@@ -116,6 +116,8 @@ private:
     }
 
     void bind_anew() {
+        wiring_.running = InputTable<feed_t>(graph_);
+        wiring_.has_double_feeds = true;  // as one cast can feed many
         const lineup_t left = line_up(graph_, wiring_.live);
         const tessel::rules::Census census(left);
         for (const wire_t& wire : wiring_.wires) {
@@ -139,6 +141,10 @@ private:
 
 }  // namespace
 
-void dissolve_casts(const graph_t& graph, wiring_t& wiring, Report& report) { Casts(graph, wiring, report).run(); }
+void dissolve_casts(const graph_t& graph, wiring_t& wiring, Report& report) {
+    // blocks of one id can change places when others go
+    wiring.has_casts = graph.has(hash_cast) || graph.has_double_ids;
+    if (wiring.has_casts) Casts(graph, wiring, report).run();
+}
 
 }  // namespace zarn

@@ -3,6 +3,20 @@
 #include <algorithm>
 
 namespace zarn {
+namespace {
+
+const tessel::parameter_traits_t* parameter_of(const node_t& node, const question_t& question) {
+    std::string_view scope = question.scope;
+    if (scope.starts_with(node.properties->python_path)) scope.remove_prefix(node.properties->python_path.size());
+    const auto& parameters = node.row->traits().parameters;
+    const auto found = std::ranges::find_if(
+        parameters, [scope](const tessel::parameter_traits_t& parameter) { return scope == parameter.scope; });
+    return found != parameters.end() ? &*found : nullptr;
+}
+
+bool divides_whole(const question_t& question) { return question.text.find("//") != std::string::npos; }
+
+}  // namespace
 
 Recorder::Recorder() : bridge_(python::wrap()) {
     python::set_wrap(this);
@@ -17,14 +31,14 @@ Recorder::~Recorder() {
     python::set_console(std::move(console_));
 }
 
-void Recorder::note(evaluation_t evaluation) {
-    evaluation.told = std::exchange(told_, {});
-    noted_.push_back(std::move(evaluation));
+void Recorder::note(question_t question) {
+    question.told = std::exchange(told_, {});
+    noted_.push_back(std::move(question));
 }
 
 std::shared_ptr<python::ISeries> Recorder::find_series(const char* expression) {
     auto series = bridge_->find_series(expression);
-    note({evaluation_t::kind_t::series,
+    note({question_t::kind_t::series,
           {},
           expression != nullptr ? expression : "",
           series != nullptr ? tessel::result_ok : tessel::result_bad_parameter,
@@ -44,13 +58,13 @@ void Recorder::set_attribute(std::string_view object, std::string_view key, doub
 
 tessel::result_t Recorder::evaluate_array(std::string_view name, std::string_view text, python::var_array_t& array) {
     const tessel::result_t result = bridge_->evaluate_array(name, text, array);
-    note({evaluation_t::kind_t::array, std::string(name), std::string(text), result, {}, array, {}});
+    note({question_t::kind_t::array, std::string(name), std::string(text), result, {}, array, {}});
     return result;
 }
 
 tessel::result_t Recorder::evaluate(std::string_view scope, std::string_view text, tessel::var_t* value) {
     const tessel::result_t result = bridge_->evaluate(scope, text, value);
-    note({evaluation_t::kind_t::value,
+    note({question_t::kind_t::value,
           std::string(scope),
           std::string(text),
           result,
@@ -62,19 +76,33 @@ tessel::result_t Recorder::evaluate(std::string_view scope, std::string_view tex
 
 void Recorder::assign(std::string_view name, std::string_view expression) { bridge_->assign(name, expression); }
 
-tessel::var_t value_of(const node_t& node, const evaluations_t& evaluations, const char* key, std::string_view tail) {
+tessel::var_t value_of(const node_t& node, evaluations_t evaluations, const tessel::parameter_traits_t& parameter) {
     for (const evaluation_t& evaluation : evaluations)
-        if (evaluation.kind == evaluation_t::kind_t::value && evaluation.scope.ends_with(tail)) return evaluation.value;
-    return node.block->param(key);
+        if (evaluation.kind == evaluation_t::kind_t::value && evaluation.parameter == &parameter)
+            return evaluation.value;
+    return node.block->param(parameter.key);
 }
 
-std::string key_of(const node_t& node, const evaluation_t& evaluation) {
-    std::string_view scope = evaluation.scope;
-    if (scope.starts_with(node.properties->python_path)) scope.remove_prefix(node.properties->python_path.size());
-    const auto& parameters = node.row->traits().parameters;
-    const auto found = std::ranges::find_if(
-        parameters, [scope](const tessel::parameter_traits_t& parameter) { return scope == parameter.scope; });
-    return found != parameters.end() ? found->key : "";
+const evaluation_t::rest_t& evaluation_t::more() const {
+    static const rest_t nothing;
+    return rest != nullptr ? *rest : nothing;
+}
+
+void Evaluations::keep(std::size_t position, const node_t& node, std::vector<question_t> asked) {
+    places_[position] = {static_cast<std::uint32_t>(kept_.size()), static_cast<std::uint32_t>(asked.size())};
+    for (question_t& question : asked) {
+        evaluation_t& evaluation = kept_.emplace_back();
+        evaluation.kind = question.kind;
+        evaluation.result = question.result;
+        evaluation.parameter = parameter_of(node, question);
+        evaluation.value = std::move(question.value);
+        const bool plain = question.result == tessel::result_ok && question.told.empty() && !divides_whole(question);
+        if (plain && question.kind != question_t::kind_t::array) continue;
+        evaluation.rest = std::make_unique<evaluation_t::rest_t>();
+        if (!plain) evaluation.rest->text = std::move(question.text);
+        evaluation.rest->array = std::move(question.array);
+        evaluation.rest->told = std::move(question.told);
+    }
 }
 
 }  // namespace zarn

@@ -1,6 +1,9 @@
 // What the bridge to the workspace answered while a model was checked.
 #pragma once
 
+#include <cstdint>
+#include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,9 +13,9 @@
 
 namespace zarn {
 
-/// One question of a block to the bridge.
-struct evaluation_t {
-    enum class kind_t { value, array, series };
+/// One question of a block to the bridge, as it was asked.
+struct question_t {
+    enum class kind_t : std::uint8_t { value, array, series };
     kind_t kind = kind_t::value;
     std::string scope;  // the block's path with a tail that names the parameter
     std::string text;
@@ -21,7 +24,51 @@ struct evaluation_t {
     python::var_array_t array;
     std::string told;  // what the bridge wrote to the console
 };
-using evaluations_t = std::vector<evaluation_t>;
+
+/// What is kept of a question while a model is checked: a large one asks a million.
+struct evaluation_t {
+    using kind_t = question_t::kind_t;
+    /// What most questions do without.
+    struct rest_t {
+        std::string text;  // of an expression that was refused, or that divides whole numbers
+        python::var_array_t array;
+        std::string told;
+    };
+    const tessel::parameter_traits_t* parameter = nullptr;  // null where it cannot be told
+    tessel::var_t value;
+    std::unique_ptr<rest_t> rest;
+    tessel::result_t result = tessel::result_ok;
+    kind_t kind = kind_t::value;
+
+    /// The key of the parameter, "" when it cannot be told.
+    std::string key() const { return parameter != nullptr ? parameter->key : ""; }
+    const std::string& text() const { return more().text; }
+    const python::var_array_t& array() const { return more().array; }
+    const std::string& told() const { return more().told; }
+
+private:
+    const rest_t& more() const;
+};
+using evaluations_t = std::span<const evaluation_t>;
+
+/// The last questions of each block.
+class Evaluations {
+public:
+    explicit Evaluations(std::size_t blocks = 0) : places_(blocks) {}
+
+    void keep(std::size_t position, const node_t& node, std::vector<question_t> asked);
+    evaluations_t operator[](std::size_t position) const {
+        const auto [first, count] = places_[position];
+        return {kept_.data() + first, count};
+    }
+
+private:
+    struct places_t {
+        std::uint32_t first = 0, count = 0;
+    };
+    tessel::large_array<places_t> places_;  // of each block
+    tessel::large_array<evaluation_t> kept_;
+};
 
 /// While it lives, stands before the bridge in use, hands every question on and notes question and answer.
 class Recorder final : public python::IPythonWrap {
@@ -32,7 +79,7 @@ public:
     ~Recorder() override;
 
     /// The questions since the last call.
-    evaluations_t take() { return std::exchange(noted_, {}); }
+    std::vector<question_t> take() { return std::exchange(noted_, {}); }
 
     std::shared_ptr<python::ISeries> find_series(const char* expression) override;
     void set_array(std::string_view name, const double* values, std::int32_t count) override;
@@ -42,19 +89,16 @@ public:
     void assign(std::string_view name, std::string_view expression) override;
 
 private:
-    void note(evaluation_t evaluation);
+    void note(question_t question);
 
     python::IPythonWrap* bridge_;
     python::console_t console_;
     std::string told_;
-    evaluations_t noted_;
+    std::vector<question_t> noted_;
 };
 
-/// The value that a block of a checked model works with for a parameter: what the bridge answered for the scope that
-/// ends with `tail`, or what the file holds. An empty value when the bridge refused.
-tessel::var_t value_of(const node_t& node, const evaluations_t& evaluations, const char* key, std::string_view tail);
-
-/// The key of the parameter that an expression belongs to, "" when it cannot be told.
-std::string key_of(const node_t& node, const evaluation_t& evaluation);
+/// The value that a block of a checked model works with for a parameter of its class: what the bridge answered, or what
+/// the file holds. An empty value when the bridge refused.
+tessel::var_t value_of(const node_t& node, evaluations_t evaluations, const tessel::parameter_traits_t& parameter);
 
 }  // namespace zarn

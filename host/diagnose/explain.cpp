@@ -52,20 +52,20 @@ stepped_t Explanation::describe(std::size_t rank, const std::vector<std::size_t>
     stepped_t block;
     block.position = rank;
     block.id = node.id();
-    block.path = node.path;
+    block.path = node.path();
     block.block_class = node.class_name();
     block.zone = node.block->zone();
     block.tier = node.block->tier();
     block.never = never;
     if (const node_t* gate = analysis_->graph.find(analysis_->gate_of(position));
         gate != nullptr && analysis_->gate_of(position) != 0)
-        block.gate = gate->path;
+        block.gate = gate->path();
     for (std::size_t i = 0; i < node.inputs(); ++i) {
         reading_t reading;
         reading.type = type_of_port(*node.block->input(static_cast<std::int16_t>(i)));
-        if (const feed_t& feed = analysis_->wiring.running[position][i]; feed.source != none) {
+        if (const feed_t& feed = analysis_->wiring.in_run(position)[i]; feed.source != none) {
             const node_t& source = analysis_->graph.nodes[feed.source];
-            reading.source = source.path;
+            reading.source = source.path();
             reading.source_id = source.id();
             reading.source_port = feed.port;
             // a constant has its value before the first step
@@ -88,7 +88,7 @@ void Explanation::note_raises(std::size_t node, stepped_t& block) const {
         const node_t& source = analysis_->graph.nodes[feed.source];
         const std::int32_t lifted = tessel::lifted_zone(zone, block.tier, *source.block);
         const std::int32_t by = lifted != zone ? lifted - source.block->zone() : 0;
-        block.raises.push_back({i, source.path, source.block->zone(), by, lifted});
+        block.raises.push_back({i, source.path(), source.block->zone(), by, lifted});
         zone = lifted;
     }
     block.fixed_zone = block.raises.empty() || analysis_->graph.nodes[node].row->traits().steps_first;

@@ -46,7 +46,7 @@ private:
             if (fresh) continue;
             report_.at_block("Z211", severity_t::error, at(i),
                              tessel::format("the target {} is that of {} already", in_quotes(target_of(at(i))),
-                                            at(first->second).path),
+                                            at(first->second).path()),
                              "give each goto a target of its own");
         }
     }
@@ -108,7 +108,7 @@ private:
         if (found == gotos_.end() || unfed_.contains(found->second)) return;  // told with the target
         report_.at_block("Z224", severity_t::error, at(position),
                          tessel::format("the signal goes round in a ring: what feeds {} comes from this from again",
-                                        at(found->second).path),
+                                        at(found->second).path()),
                          "link a source to one of the gotos of the ring");
     }
 
@@ -135,7 +135,7 @@ private:
             const auto* block = index_.find(id);
             return block != nullptr && tessel::is_goto_or_from(*block);
         };
-        std::vector<wire_t> kept;
+        tessel::large_array<wire_t> kept;
         for (std::size_t i = 0; i < wires_.size(); ++i) {
             if (!wires_.alive(i) || touches(wires_[i].dst)) continue;
             const bool lost = touches(wires_[i].src);
@@ -158,6 +158,8 @@ private:
 
 }  // namespace
 
-void dissolve_gotos(const graph_t& graph, wiring_t& wiring, Report& report) { Gotos(graph, wiring, report).run(); }
+void dissolve_gotos(const graph_t& graph, wiring_t& wiring, Report& report) {
+    if (graph.has(hash_goto) || graph.has(hash_from)) Gotos(graph, wiring, report).run();
+}
 
 }  // namespace zarn

@@ -1,17 +1,20 @@
 // A model as its files draw it, read leniently: what the checks work on.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <deque>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
-#include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "IMetaBlock.h"
 #include "PropertiesBlock.h"
+#include "core/id_index.h"
+#include "core/large_array.h"
 #include "framework/classes.h"
 #include "host/document/document.h"
 
@@ -25,29 +28,35 @@ struct file_t {
     nlohmann::json json;
 };
 
-/// A share in nothing: the model owns its blocks.
-template <class T>
-std::shared_ptr<T> not_owned(T* object) {
-    return std::shared_ptr<T>(std::shared_ptr<void>(), object);
-}
+/// A position in half the room that `std::size_t` takes: a large model has millions of them.
+class place_in_list_t {
+public:
+    place_in_list_t(std::size_t position = none) noexcept : position_(static_cast<std::uint32_t>(position)) {}
+    operator std::size_t() const noexcept { return position_ != nowhere ? position_ : none; }
 
-/// A block, as an object of the library that belongs to no model, with the ports and parameters that the loader would
-/// have given it.
+private:
+    static constexpr std::uint32_t nowhere = static_cast<std::uint32_t>(none);
+    std::uint32_t position_;
+};
+
+/// A block, as an object of the library, with the ports and parameters that the loader has given it or would have. Who
+/// owns it, the model that was loaded or the graph, keeps it in place.
 struct node_t {
-    std::shared_ptr<tessel::IMetaBlock> block;  // its own, or without a share in the model that owns it
-    std::shared_ptr<const tessel::PropertiesBlock> properties;
+    tessel::IMetaBlock* block = nullptr;
+    const tessel::PropertiesBlock* properties = nullptr;
     const tessel::class_row_t* row = nullptr;
-    std::uint64_t written_id = 0;  // as the file has it; blocks of references get ids of their own
-    std::size_t file = 0;
-    std::size_t reference = none;  // position in `references` of the one that brought the block
-    std::string pointer;           // of the block's object in its file, where `element` does not tell it
-    std::size_t element = none;    // position in its file's "blocks"
-    std::string path;              // for messages; always set
-    bool damaged = false;          // the file holds values for it that the library refuses
-    bool hangs = true;             // whether the way up ends at the root
+    std::uint64_t written_id = 0;          // as the file has it; blocks of references get ids of their own
+    const std::string* pointer = nullptr;  // of the block's object in its file, where `element` does not tell it
+    place_in_list_t element;               // in its file's "blocks"
+    place_in_list_t file = 0;
+    place_in_list_t reference;  // in `references`, the one that brought the block
+    bool damaged = false;       // the file holds values for it that the library refuses
+    bool hangs = true;          // whether the way up ends at the root
 
     /// JSON pointer of the block's object in its file.
     std::string place() const;
+    /// For messages, once `name_paths` has been; never empty then.
+    std::string path() const;
 
     std::uint64_t id() const noexcept { return properties->id; }
     std::uint64_t parent() const noexcept { return properties->parent; }
@@ -61,10 +70,10 @@ struct node_t {
 struct edge_t {
     std::uint64_t src = 0, dst = 0;
     std::int16_t src_port = 0, dst_port = 0;
-    std::size_t file = 0;
-    std::string pointer;         // where `element` does not tell it
-    std::size_t element = none;  // position in its file's "links"
-    std::size_t finding = none;  // the finding that an end of it is not written
+    place_in_list_t file = 0;
+    const std::string* pointer = nullptr;  // where `element` does not tell it
+    place_in_list_t element;               // in its file's "links"
+    place_in_list_t finding;               // the finding that an end of it is not written
 
     /// JSON pointer of the link in its file.
     std::string place() const;
@@ -82,20 +91,35 @@ struct reference_t {
 /// Blocks in the order in which the loader inserts them, the root first.
 struct graph_t {
     std::deque<file_t> files;  // a deque, so that the JSON stays where it is
-    std::vector<node_t> nodes;
-    std::vector<edge_t> edges;
+    tessel::large_array<node_t> nodes;
+    tessel::large_array<edge_t> edges;
     std::vector<reference_t> references;
     double ti = 0.0, tf = 10.0, ts = 1.0;
     bool has_root = false;
     bool is_adopted = false;                    // whether the blocks are those of a loaded model
+    bool has_double_ids = false;                // whether two blocks have one id
     std::unordered_set<std::uint64_t> skipped;  // ids of elements that no block could be made of
 
+    /// What belongs to the graph itself: blocks that no model owns, and pointers into files of unusual form.
+    std::deque<std::unique_ptr<tessel::IMetaBlock>> own_blocks;
+    std::deque<std::string> own_pointers;
+
+    const std::string* keep(std::string pointer) { return &own_pointers.emplace_back(std::move(pointer)); }
+    /// Finds blocks by their ids from here on, when all are there.
+    void make_index();
     /// First block with that id, or null.
-    const node_t* find(std::uint64_t id) const noexcept {
-        const auto found = index.find(id);
-        return found != index.end() ? &nodes[found->second] : nullptr;
+    const node_t* find(std::uint64_t id) const noexcept { return index_ != nullptr ? index_->find(id) : nullptr; }
+    /// The position of the first block with that id, or `none`.
+    std::size_t position(std::uint64_t id) const noexcept {
+        const node_t* node = find(id);
+        return node != nullptr ? static_cast<std::size_t>(node - nodes.data()) : none;
     }
-    std::unordered_map<std::uint64_t, std::size_t> index;  // from an id to the position of the first block with it
+    bool has(std::uint32_t class_hash) const noexcept {
+        return std::ranges::any_of(nodes, [=](const node_t& node) { return node.is(class_hash); });
+    }
+
+private:
+    std::unique_ptr<tessel::IdIndex<const node_t>> index_;
 };
 
 class Report;

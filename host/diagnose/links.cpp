@@ -84,8 +84,9 @@ private:
         wire.src_port = src.port;
         wire.dst = at(dst.block).id();
         wire.dst_port = dst.port;
-        wiring_.typed[dead.node][static_cast<std::size_t>(dst.port)] = {wiring_.live[src.block], src.port, wire.from,
-                                                                        wire.to};
+        feed_t& feed = wiring_.typed[dead.node][static_cast<std::size_t>(dst.port)];
+        wiring_.has_double_feeds = wiring_.has_double_feeds || feed.source != none;
+        feed = {wiring_.live[src.block], src.port, wire.from, wire.to};
         blocks_[dst.block]->input(dst.port)->link(blocks_[src.block], src.port);
         return true;
     }
@@ -195,7 +196,7 @@ private:
         const bool starves_behind = !starves && dead.followed;
         if (starves_behind)
             what += tessel::format("; it is the first link into {}, and what stands behind that stays without a source",
-                                   fed->path);
+                                   fed->path());
         report_.at_link(dead.code, starves || starves_behind ? severity_t::error : severity_t::warning, *dead.edge,
                         dead.about, what, dead.mend);
     }
@@ -229,10 +230,10 @@ void tell_missing(const graph_t& graph, const node_t& node, const std::vector<st
     what.insert(what.rfind("no source"), missing.size() == 1 ? "has " : "have ");
     std::string mend = "link a source to it";
     if (node.is(hash_enable) && node.parent() != 0 && around != nullptr) {
-        what = tessel::format("nothing is linked to the enable input (port -1) of {}", around->path);
+        what = tessel::format("nothing is linked to the enable input (port -1) of {}", around->path());
         mend = "link a condition to it, or take the enable block out";
     } else if (node.is(hash_inport) && around != nullptr) {
-        what = tessel::format("nothing is linked to input {} of {}", port_number(node), around->path);
+        what = tessel::format("nothing is linked to input {} of {}", port_number(node), around->path());
     } else if (node.row->traits().input_count >= 0 &&
                node.inputs() > static_cast<std::size_t>(node.row->traits().input_count)) {
         what += tessel::format("; the file's \"inportCount\" of {} gives this class more than its {}", node.inputs(),
@@ -249,7 +250,7 @@ void bind_links(const graph_t& graph, wiring_t& wiring, Report& report) { Binder
 void check_sources(const graph_t& graph, const wiring_t& wiring, Report& report) {
     std::unordered_set<std::uint64_t> ids;  // that a block without a source shares with one before it
     for (std::size_t i = 0; i < graph.nodes.size(); ++i)
-        if (wiring.starves[i] && graph.index.at(graph.nodes[i].id()) != i) ids.insert(graph.nodes[i].id());
+        if (wiring.starves[i] && graph.position(graph.nodes[i].id()) != i) ids.insert(graph.nodes[i].id());
     for (const std::size_t position : wiring.live) {
         const node_t& node = graph.nodes[position];
         if (is_model_input(node)) continue;
@@ -263,6 +264,7 @@ void check_sources(const graph_t& graph, const wiring_t& wiring, Report& report)
 }
 
 void check_double_feeds(const graph_t& graph, const wiring_t& wiring, Report& report) {
+    if (!wiring.has_double_feeds) return;
     std::vector<const wire_t*> feeds;
     for (const wire_t& wire : wiring.wires)
         if (!wire.told) feeds.push_back(&wire);

@@ -130,14 +130,14 @@ bool Loader::insert(const element_t& element, std::size_t file, std::size_t refe
         check_block_values(*report_, *element.object, *element.row, file, element.pointer, refused, weight);
     node_t node;
     const auto properties = std::make_shared<tessel::PropertiesBlock>();
-    node.properties = properties;
-    node.block = tessel::factory::create(element.row->name, properties);
+    node.properties = properties.get();
+    node.block = own(element.row->name, properties);
     node.block->import_json(kept);
     node.row = element.row;
     node.written_id = node.properties->id;
     node.file = file;
     node.reference = reference;
-    node.pointer = element.pointer;
+    node.pointer = graph_.keep(element.pointer);
     node.damaged = refused;
     constexpr std::size_t most = std::size_t{1} << 26;  // 2 GiB of ports
     total_ports_ += node.inputs();
@@ -146,20 +146,24 @@ bool Loader::insert(const element_t& element, std::size_t file, std::size_t refe
                           tessel::format("the blocks up to this one have {} inputs together", total_ports_),
                           "write the number of inputs that each block has, at most 8");
         properties->inportCount = 0;
-        node.block = tessel::factory::create(element.row->name, properties);
+        node.block = own(element.row->name, properties);
         total_ports_ = 0;
     }
-    graph_.nodes.push_back(std::move(node));
+    graph_.nodes.push_back(node);
     return !refused;
 }
 
-void Loader::insert_root(std::shared_ptr<tessel::IMetaBlock> block) {
+tessel::IMetaBlock* Loader::own(std::string_view name, std::shared_ptr<tessel::PropertiesBlock> properties) {
+    return graph_.own_blocks.emplace_back(tessel::factory::create(name, std::move(properties))).get();
+}
+
+void Loader::insert_root(tessel::IMetaBlock& block) {
     node_t root;
-    root.properties = not_owned(&static_cast<const tessel::MetaBlock&>(*block).properties());
-    root.block = std::move(block);
+    root.properties = &static_cast<const tessel::MetaBlock&>(block).properties();
+    root.block = &block;
     root.block->set_name("mainsys");
     root.row = tessel::factory::find_class(hash_subsys);
-    graph_.nodes.push_back(std::move(root));
+    graph_.nodes.push_back(root);
     graph_.has_root = true;
 }
 
@@ -180,7 +184,7 @@ void Loader::main_file() {
                               : tessel::format("the file holds {}, but a model is an object", kind_of(file)),
                           "write an object with \"blocks\", \"links\" and \"model\"");
     } else {
-        insert_root(tessel::factory::create("subsys", std::make_shared<tessel::PropertiesBlock>()));
+        insert_root(*own("subsys", std::make_shared<tessel::PropertiesBlock>()));
         for (auto& [pointer, value] : elements_of(file)) {
             element_t element;
             if (!check_element(pointer, *value, 0, severity_t::error, element)) {
@@ -230,8 +234,8 @@ void Loader::links(std::size_t file, std::size_t reference, const fresh_ids& ids
         tessel::PropertiesModel one;
         one.import_json(json{{"links", json::array({kept})}}, true);
         const auto& link = one.links.front();
-        graph_.edges.push_back({fresh(link.srcId), fresh(link.dstId), link.srcPort, link.dstPort, file, pointer, none,
-                                check_link_ends(*report_, *value, file, pointer)});
+        graph_.edges.push_back({fresh(link.srcId), fresh(link.dstId), link.srcPort, link.dstPort, file,
+                                graph_.keep(pointer), none, check_link_ends(*report_, *value, file, pointer)});
     }
 }
 
@@ -247,11 +251,19 @@ void Loader::settings(std::size_t file) {
 }
 
 std::string node_t::place() const {
-    if (element == none) return pointer;
+    if (element == none) return pointer != nullptr ? *pointer : std::string();
     return "/blocks" + segment(element) + segment(std::string_view(row->name));
 }
 
-std::string edge_t::place() const { return element == none ? pointer : "/links" + segment(element); }
+std::string edge_t::place() const { return element == none ? *pointer : "/links" + segment(element); }
+
+void graph_t::make_index() {
+    index_ = std::make_unique<tessel::IdIndex<const node_t>>(nodes.size());
+    for (const node_t& node : nodes) {
+        index_->add(node.id(), &node);
+        has_double_ids = has_double_ids || index_->find(node.id()) != &node;
+    }
+}
 
 void load_graph(graph_t& graph, Report& report, Document& document, const loaded_t* loaded) {
     if (loaded != nullptr) graph.is_adopted = Loader(graph, report, document).adopt(*loaded);
@@ -260,7 +272,7 @@ void load_graph(graph_t& graph, Report& report, Document& document, const loaded
         graph = graph_t();
         Loader(graph, report, document).main_file();
     }
-    for (std::size_t i = 0; i < graph.nodes.size(); ++i) graph.index.try_emplace(graph.nodes[i].id(), i);
+    graph.make_index();
     name_paths(graph);
     report.name_blocks();
 }

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -75,7 +77,9 @@ private:
         place_t place;
     };
 
-    void insert_root(std::shared_ptr<tessel::IMetaBlock> block);
+    void insert_root(tessel::IMetaBlock& block);
+    /// Makes a block that belongs to the graph.
+    tessel::IMetaBlock* own(std::string_view name, std::shared_ptr<tessel::PropertiesBlock> properties);
     /// Adds a file to the graph. Returns whether it holds JSON; `reference` keeps what it holds out of the message.
     bool read(const ModelFile& source, bool reference, unread_t& unread);
     /// The elements of "blocks" with their pointers.

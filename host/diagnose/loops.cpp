@@ -125,13 +125,13 @@ private:
                 chain += tessel::format("... ({} more) -> ", loop.size() - most_shown);
                 break;
             }
-            chain += node(links_[loop[k]].from).path + " -> ";
+            chain += node(links_[loop[k]].from).path() + " -> ";
         }
         const node_t& first = node(links_[loop.front()].from);
         const link_in_loop_t& weak = links_[cut];
         const finding_id id = report_.at_block(
             "Z217", severity_t::error, first,
-            tessel::format("an algebraic loop of {}: {}{}", counted(loop.size(), "block"), chain, first.path),
+            tessel::format("an algebraic loop of {}: {}{}", counted(loop.size(), "block"), chain, first.path()),
             tessel::format("put a memory between {} and {}", output_text(node(weak.from), weak.output),
                            input_text(node(weak.to), weak.input)));
         for (const std::size_t i : loop) {
@@ -148,7 +148,7 @@ private:
         const node_t* in = graph_.find(link.first->dst);
         const node_t* out = graph_.find(link.last->src);
         if (in == nullptr || out == nullptr) return {};
-        return tessel::format(" by way of {} ({}) and {} ({})", in->path, in->class_name(), out->path,
+        return tessel::format(" by way of {} ({}) and {} ({})", in->path(), in->class_name(), out->path(),
                               out->class_name());
     }
 

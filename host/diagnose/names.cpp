@@ -1,6 +1,10 @@
 // Names: what blocks are called in the workspace and in generated code.
 
 #include <algorithm>
+#include <bit>
+#include <functional>
+#include <string_view>
+#include <unordered_map>
 
 #include "core/str.h"
 #include "host/diagnose/analysis.h"
@@ -12,15 +16,39 @@ namespace {
 /// Whether the workspace holds an object under the block's path.
 bool in_workspace(const node_t& node) { return is_subsystem(node) || node.is(hash_to_workspace); }
 
+/// Tells which paths came before. Holds places of blocks by the hashes of their paths, since a model has millions.
+class Paths {
+public:
+    explicit Paths(const graph_t& graph) : graph_(graph), slots_(std::bit_ceil(2 * graph.nodes.size() + 1)) {}
+
+    /// Adds the path of a block that hangs. Returns whether it is new.
+    bool add(std::size_t position) {
+        const std::string_view path = path_at(position);
+        std::size_t slot = std::hash<std::string_view>()(path) & (slots_.size() - 1);
+        for (; slots_[slot] != none; slot = (slot + 1) & (slots_.size() - 1))
+            if (path_at(slots_[slot]) == path) return false;
+        slots_[slot] = position;
+        return true;
+    }
+
+private:
+    std::string_view path_at(std::size_t position) const { return graph_.nodes[position].block->path(); }
+
+    const graph_t& graph_;
+    tessel::large_array<place_in_list_t> slots_;  // a power of two, half of them free at least
+};
+
 void check_paths(const graph_t& graph, Report& report) {
-    std::unordered_map<std::string, const node_t*> first, first_object;
-    for (const node_t& node : graph.nodes) {
+    Paths paths(graph);
+    std::unordered_map<std::string_view, const node_t*> first_object;
+    for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
+        const node_t& node = graph.nodes[i];
         if (!node.hangs) continue;
-        const auto [entry, fresh] = first.try_emplace(node.path, &node);
+        const bool fresh = paths.add(i);
         const bool object = in_workspace(node);
         const node_t* object_before = nullptr;
         if (object) {
-            const auto [other, alone] = first_object.try_emplace(node.path, &node);
+            const auto [other, alone] = first_object.try_emplace(node.block->path(), &node);
             if (!alone) object_before = other->second;
         }
         if (object_before != nullptr && (node.is(hash_to_workspace) || object_before->is(hash_to_workspace)))
@@ -28,12 +56,12 @@ void check_paths(const graph_t& graph, Report& report) {
                 "Z504", severity_t::warning, node,
                 tessel::format("the workspace keeps one object under {}, and a {} of that name stands there "
                                "already",
-                               node.path, object_before->class_name()),
+                               node.path(), object_before->class_name()),
                 "give it a name of its own");
         else if (!fresh && node.id() != 0)
             report.at_block(
                 "Z502", object_before != nullptr ? severity_t::warning : severity_t::note, node,
-                tessel::format("another block has the path {}{}", node.path,
+                tessel::format("another block has the path {}{}", node.path(),
                                object_before != nullptr ? ", and both subsystems are one object in the workspace" : ""),
                 "give it a name of its own");
         if (node.properties->name.empty() && node.id() != 0)
@@ -47,29 +75,27 @@ void check_series_names(const graph_t& graph, Report& report) {
         if (!node.is(hash_to_workspace)) continue;
         if (node.parent() == 0)
             for (const char* key : {"ti", "tf", "ts"})
-                if (node.path == std::string("mainsys.") + key)
+                if (node.path() == std::string("mainsys.") + key)
                     report.at_block(
                         "Z504", severity_t::warning, node,
-                        tessel::format("its series takes the place of the setting {} in the workspace", node.path),
+                        tessel::format("its series takes the place of the setting {} in the workspace", node.path()),
                         "give it another name");
     }
 }
 
 /// Objects of subsystems are made in the order of the file, inside the one of the subsystem around them.
 void check_object_order(const graph_t& graph, Report& report) {
-    std::unordered_map<std::uint64_t, std::size_t> rank;
-    for (std::size_t i = 0; i < graph.nodes.size(); ++i) rank.try_emplace(graph.nodes[i].id(), i);
     for (const node_t& node : graph.nodes) {
         if (!node.is(hash_to_workspace) || !node.hangs) continue;
         const node_t* inner = graph.find(node.parent());
         while (inner != nullptr && inner->parent() != 0) {
             const node_t* outer = graph.find(inner->parent());
             if (outer == nullptr) break;
-            if (rank.at(outer->id()) > rank.at(inner->id())) {
+            if (outer > inner) {
                 report.at_block("Z222", severity_t::warning, node,
                                 tessel::format("its series is lost: {} stands before {} in the list of blocks, so its "
                                                "object in the workspace is made before the one that should hold it",
-                                               inner->path, outer->path),
+                                               inner->path(), outer->path()),
                                 inner->reference != none
                                     ? "record the signal outside the subsystems of the referenced file"
                                     : "list the outer subsystem first");

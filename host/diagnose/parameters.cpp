@@ -37,7 +37,7 @@ public:
     void run() {
         for (std::size_t i = 0; i < analysis_.graph.nodes.size(); ++i) {
             const node_t& node = analysis_.graph.nodes[i];
-            const evaluations_t& evaluations = analysis_.typing.evaluations[i];
+            evaluations_t evaluations = analysis_.typing.evaluations[i];
             check_evaluations(node, evaluations);
             check_result(node, evaluations, analysis_.typing.results[i]);
             check_mixture(node);
@@ -48,15 +48,15 @@ public:
     }
 
 private:
-    void check_evaluations(const node_t& node, const evaluations_t& evaluations) {
+    void check_evaluations(const node_t& node, evaluations_t evaluations) {
         std::vector<std::string> told;
         for (const evaluation_t& evaluation : evaluations) {
             if (evaluation.result == tessel::result_ok) continue;
-            const std::string key = key_of(node, evaluation);
+            const std::string key = evaluation.key();
             if (std::ranges::find(told, key) != told.end()) continue;
             told.push_back(key);
             const bool series = evaluation.kind == evaluation_t::kind_t::series;
-            const bool hopeless = is_blank(evaluation.text) || evaluation.text == "[]";
+            const bool hopeless = is_blank(evaluation.text()) || evaluation.text() == "[]";
             if (!hopeless && waits_for_workspace(evaluation)) {
                 waiting_.push_back({&node, key, &evaluation});
                 continue;
@@ -73,7 +73,7 @@ private:
     /// Whether an expression may be fine once the workspace has been made.
     bool waits_for_workspace(const evaluation_t& evaluation) const {
         if (!options_.final_bridge) return true;
-        return evaluation.kind != evaluation_t::kind_t::series && evaluation.told.ends_with("is not defined");
+        return evaluation.kind != evaluation_t::kind_t::series && evaluation.told().ends_with("is not defined");
     }
 
     /// What waits for a workspace, in one finding where there are many.
@@ -81,7 +81,7 @@ private:
         std::vector<std::string> names;
         std::set<std::string> known;
         for (const waiting_t& waiting : waiting_)
-            for (std::string& name : names_in(waiting.evaluation->text))
+            for (std::string& name : names_in(waiting.evaluation->text()))
                 if (known.insert(name).second) names.push_back(std::move(name));
         if (waiting_.size() < most_single || names.empty()) {
             for (const waiting_t& waiting : waiting_) tell_single(waiting);
@@ -92,8 +92,8 @@ private:
             "", tessel::format("{} need {}: -w FILE.py", counted(waiting_.size(), "expression"), few_of(names)),
             "name the file that makes them with -w FILE.py");
         for (const waiting_t& waiting : waiting_)
-            report_[id].steps.push_back(tessel::format("{}: \"{}\" is {}", waiting.node->path, waiting.key,
-                                                       in_quotes(waiting.evaluation->text)));
+            report_[id].steps.push_back(tessel::format("{}: \"{}\" is {}", waiting.node->path(), waiting.key,
+                                                       in_quotes(waiting.evaluation->text())));
     }
 
     void tell_single(const waiting_t& waiting) {
@@ -103,18 +103,18 @@ private:
         else
             report_.at_block("Z402", severity_t::warning, *waiting.node,
                              tessel::format("\"{}\" is the expression {}, which is not evaluated here", waiting.key,
-                                            in_quotes(waiting.evaluation->text)),
+                                            in_quotes(waiting.evaluation->text())),
                              "check with --python, -w FILE.py or -e CODE to have it evaluated");
         point_at(*waiting.node, waiting.key);
     }
 
     /// Texts where blocks work with numbers.
-    void check_kinds(const node_t& node, const evaluations_t& evaluations) {
+    void check_kinds(const node_t& node, evaluations_t evaluations) {
         if (node.is(hash_constant)) return;  // of which the signal itself is a text
         for (const evaluation_t& evaluation : evaluations) {
             if (evaluation.kind != evaluation_t::kind_t::value || evaluation.result != tessel::result_ok) continue;
             if (!evaluation.value.is_text()) continue;
-            const std::string key = key_of(node, evaluation);
+            const std::string key = evaluation.key();
             report_.at_block("Z423", severity_t::warning, node,
                              tessel::format("\"{}\" is the text {} where a number belongs; it counts as {}", key,
                                             in_quotes(evaluation.value.text()), shortest(double(evaluation.value))),
@@ -125,15 +125,15 @@ private:
 
     void tell_refused(const node_t& node, const evaluation_t& evaluation, const std::string& key, bool series) {
         std::string what = series ? tessel::format("\"{}\" is {}, and the workspace has no such series", key,
-                                                   in_quotes(evaluation.text))
+                                                   in_quotes(evaluation.text()))
                                   : tessel::format("\"{}\" is the expression {}, which cannot be evaluated", key,
-                                                   in_quotes(evaluation.text));
-        if (!evaluation.told.empty()) what += " (" + evaluation.told + ")";
+                                                   in_quotes(evaluation.text()));
+        if (!evaluation.told().empty()) what += " (" + evaluation.told() + ")";
         report_.at_block(series ? "Z412" : "Z401", severity_t::error, node, what,
                          "give the workspace what it names (-w FILE.py), or mend the expression");
     }
 
-    void check_result(const node_t& node, const evaluations_t& evaluations, tessel::result_t result) {
+    void check_result(const node_t& node, evaluations_t evaluations, tessel::result_t result) {
         if (result == tessel::result_table_mismatch) return check_tables(node, evaluations);
         if (result != tessel::result_bad_parameter) return;
         for (const parameter_traits_t& parameter : node.row->traits().parameters) {
@@ -144,7 +144,7 @@ private:
         }
     }
 
-    void check_values(const node_t& node, const evaluations_t& evaluations) {
+    void check_values(const node_t& node, evaluations_t evaluations) {
         bool times = false;  // whether one is below 0
         for (const parameter_traits_t& parameter : node.row->traits().parameters) {
             const auto value = [&] { return number_of(node, evaluations, parameter); };
@@ -164,7 +164,7 @@ private:
         if (times) tell_times(node, evaluations, severity_t::warning);
     }
 
-    void tell_frequency(const node_t& node, const parameter_traits_t& parameter, const evaluations_t& evaluations,
+    void tell_frequency(const node_t& node, const parameter_traits_t& parameter, evaluations_t evaluations,
                         severity_t severity) {
         report_.at_block("Z407", severity, node,
                          tessel::format("\"{}\" is {}, but must be above 0", parameter.key,
@@ -173,7 +173,7 @@ private:
         point_at(node, parameter.key);
     }
 
-    void tell_times(const node_t& node, const evaluations_t& evaluations, severity_t severity) {
+    void tell_times(const node_t& node, evaluations_t evaluations, severity_t severity) {
         std::string all;
         const char* first = nullptr;  // of those below 0
         for (const parameter_traits_t& parameter : node.row->traits().parameters) {
@@ -196,14 +196,14 @@ private:
         point_at(node, parameter.key);
     }
 
-    void check_tables(const node_t& node, const evaluations_t& evaluations) {
+    void check_tables(const node_t& node, evaluations_t evaluations) {
         std::string sizes;
         for (const evaluation_t& evaluation : evaluations) {
             if (evaluation.kind != evaluation_t::kind_t::array) continue;
             if (evaluation.result != tessel::result_ok) return;  // a table that is not known: told
-            const auto [rows, columns] = evaluation.array.dimensions;
+            const auto [rows, columns] = evaluation.array().dimensions;
             sizes += sizes.empty() ? "" : ", ";
-            sizes += tessel::format("\"{}\" has ", key_of(node, evaluation));
+            sizes += tessel::format("\"{}\" has ", evaluation.key());
             sizes += columns == 1 ? counted(rows, "element") : tessel::format("{} by {} elements", rows, columns);
         }
         report_.at_block("Z404", severity_t::error, node, "the table does not fit its breakpoints: " + sizes,
@@ -217,12 +217,12 @@ private:
         return std::ranges::count(node.row->traits().parameters, limit_t::rising, &parameter_traits_t::limit);
     }
 
-    void check_breakpoints(const node_t& node, const parameter_traits_t& parameter, const evaluations_t& evaluations) {
+    void check_breakpoints(const node_t& node, const parameter_traits_t& parameter, evaluations_t evaluations) {
         const auto found = std::ranges::find_if(evaluations, [&](const evaluation_t& evaluation) {
-            return evaluation.kind == evaluation_t::kind_t::array && key_of(node, evaluation) == parameter.key;
+            return evaluation.kind == evaluation_t::kind_t::array && evaluation.key() == parameter.key;
         });
         if (found == evaluations.end()) return;
-        const auto& values = found->array.values;
+        const auto& values = found->array().values;
         // between the points of a grid there is nothing until there are two each way
         if (breakpoint_lists(node) > 1 && values.size() < 2) {
             report_.at_block("Z413", severity_t::warning, node,
@@ -253,7 +253,7 @@ private:
         }
     }
 
-    void check_range(const node_t& node, const parameter_traits_t& upper, const evaluations_t& evaluations) {
+    void check_range(const node_t& node, const parameter_traits_t& upper, evaluations_t evaluations) {
         const parameter_traits_t& lower = *partner(node, limit_t::lower_end);
         const double max = number_of(node, evaluations, upper), min = number_of(node, evaluations, lower);
         const std::int64_t range = tessel::truncate64(max - min + 1.0);
@@ -278,10 +278,10 @@ private:
         point_at(node, parameter.key);
     }
 
-    void check_field(const node_t& node, const parameter_traits_t& highest, const evaluations_t& evaluations) {
+    void check_field(const node_t& node, const parameter_traits_t& highest, evaluations_t evaluations) {
         const parameter_traits_t& lowest = *partner(node, limit_t::lowest_bit);
-        const std::int32_t lsb = int(value_of(node, evaluations, lowest.key, lowest.scope));
-        const std::int32_t msb = int(value_of(node, evaluations, highest.key, highest.scope));
+        const std::int32_t lsb = int(value_of(node, evaluations, lowest));
+        const std::int32_t msb = int(value_of(node, evaluations, highest));
         const std::uint32_t mask = (1u << ((static_cast<std::uint32_t>(msb) + 1u) % 32u)) - 1u;
         if ((mask >> (static_cast<std::uint32_t>(lsb) % 32u)) != 0) return;
         report_.at_block(
@@ -328,8 +328,8 @@ private:
         }
     }
 
-    static double number_of(const node_t& node, const evaluations_t& evaluations, const parameter_traits_t& parameter) {
-        return double(value_of(node, evaluations, parameter.key, parameter.scope));
+    static double number_of(const node_t& node, evaluations_t evaluations, const parameter_traits_t& parameter) {
+        return double(value_of(node, evaluations, parameter));
     }
     /// The parameter of the same class with that limit.
     static const parameter_traits_t* partner(const node_t& node, limit_t limit) {

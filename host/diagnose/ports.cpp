@@ -20,7 +20,8 @@ bool stands_for_port(const graph_t& graph, const node_t& node) {
 void tell_duplicate(const node_t& node, const node_t& first, const node_t& around, Report& report) {
     const std::int16_t number = port_number(node);
     const bool input = node.is(hash_inport);
-    std::string what = tessel::format("{} has the \"portNumber\" {} already, in {}", first.path, number, around.path);
+    std::string what =
+        tessel::format("{} has the \"portNumber\" {} already, in {}", first.path(), number, around.path());
     if (number == unnumbered) what += ", which is that of a port without a number";
     what += input ? "; this one gets no source" : "; nothing reads this one";
     report.at_block("Z205", input ? severity_t::error : severity_t::warning, node, what,
@@ -47,7 +48,7 @@ void check_port_numbers(const graph_t& graph, wiring_t& wiring, Report& report) 
             if (input) wiring.excused[position][0] = true;
             report.at_block("Z206", used ? severity_t::error : severity_t::warning, node,
                             tessel::format("\"portNumber\" is the text {}, and a text stands for no port of {}",
-                                           in_quotes(number.text()), around.path),
+                                           in_quotes(number.text()), around.path()),
                             "write the number without quotes");
         }
         const auto [first, fresh] = (input ? inports : outports).try_emplace(key, &node);

@@ -12,7 +12,7 @@ namespace zarn {
 using nlohmann::json;
 
 void Loader::refer(std::size_t refsys) {
-    node_t held = std::move(graph_.nodes[refsys]);
+    const node_t held = graph_.nodes[refsys];
     graph_.nodes.pop_back();
     const std::string name = held.block->param("path").text();
     const std::size_t reference = graph_.references.size();
@@ -48,7 +48,7 @@ void Loader::refer(std::size_t refsys) {
         }
         referenced_file(file, reference);
     }
-    graph_.nodes.push_back(std::move(held));
+    graph_.nodes.push_back(held);
 }
 
 std::vector<std::uint64_t> Loader::written_ids(json& file, std::size_t position, std::size_t reference, bool& well) {

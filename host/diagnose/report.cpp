@@ -63,7 +63,7 @@ finding_id Report::at_block(const char* code, severity_t severity, const node_t&
         return cause;
     }
     const finding_id id = at_place(code, severity, node.file, node.place(), std::move(what), std::move(mend));
-    findings_[id].path = node.path;
+    findings_[id].path = node.path();
     findings_[id].block_class = node.class_name();
     return id;
 }
@@ -105,24 +105,34 @@ bool Report::blame_reference(const node_t& node, const std::string& input) {
 
 void Report::name_blocks() {
     if (findings_.empty()) return;
+    const auto key_of = [](std::size_t file, std::string_view pointer) {
+        // "/blocks/3/add/name": the block's object is three levels deep
+        std::size_t end = 0;
+        for (int level = 0; level < 3 && end != std::string::npos; ++level) end = pointer.find('/', end + 1);
+        return std::to_string(file) + std::string(pointer.substr(0, end));
+    };
     std::unordered_map<std::string, const node_t*> blocks;
-    for (const node_t& node : graph_.nodes) blocks.emplace(std::to_string(node.file) + node.place(), &node);
+    for (std::size_t i = 0; i < findings_.size(); ++i)
+        if (!findings_[i].pointer.empty()) blocks.emplace(key_of(files_[i], findings_[i].pointer), nullptr);
+    for (const node_t& node : graph_.nodes) {
+        if (blocks.empty()) break;
+        if (const auto found = blocks.find(std::to_string(std::size_t(node.file)) + node.place());
+            found != blocks.end() && found->second == nullptr)
+            found->second = &node;
+    }
     for (std::size_t i = 0; i < findings_.size(); ++i) {
         const std::string& pointer = findings_[i].pointer;
         if (findings_[i].code == "Z113") {  // of blocks whose names and ids are not those of the file
             const auto reference = std::ranges::find(graph_.references, files_[i], &reference_t::file);
             const node_t* refsys = reference != graph_.references.end() ? graph_.find(reference->id) : nullptr;
             if (refsys == nullptr) continue;
-            findings_[i].path = refsys->path;
+            findings_[i].path = refsys->path();
             findings_[i].block_class = refsys->class_name();
             continue;
         }
-        // "/blocks/3/add/name": the block's object is three levels deep
-        std::size_t end = 0;
-        for (int level = 0; level < 3 && end != std::string::npos; ++level) end = pointer.find('/', end + 1);
-        const auto found = blocks.find(std::to_string(files_[i]) + pointer.substr(0, end));
-        if (found == blocks.end() || pointer.empty()) continue;
-        findings_[i].path = found->second->path;
+        const auto found = blocks.find(key_of(files_[i], pointer));
+        if (found == blocks.end() || found->second == nullptr || pointer.empty()) continue;
+        findings_[i].path = found->second->path();
         findings_[i].block_class = found->second->class_name();
     }
 }

@@ -146,7 +146,7 @@ std::string casts_text(const graph_t& graph, std::span<const feed_t> feeds, cons
         if (given[i] == wanted[i]) continue;
         text += text.empty() ? "put a cast to " : ", and one to ";
         text += name_of(wanted[i]);
-        if (feeds[i].source != none) text += " behind " + graph.nodes[feeds[i].source].path;
+        if (feeds[i].source != none) text += " behind " + graph.nodes[feeds[i].source].path();
         text += tessel::format(", before input {}", i);
     }
     return text;

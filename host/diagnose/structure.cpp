@@ -29,13 +29,14 @@ void check_parents(const graph_t& graph, Report& report) {
                             "write the id of a subsystem, or 0 for the root");
         } else if (!is_subsystem(*around)) {
             report.at_block("Z218", severity_t::warning, node,
-                            tessel::format("its parent {} ({}) is no subsystem and holds no blocks", around->path,
+                            tessel::format("its parent {} ({}) is no subsystem and holds no blocks", around->path(),
                                            around->class_name()),
                             "write the id of a subsystem, or 0 for the root");
         } else if (!node.hangs && is_subsystem(node) && in_ring(graph, node)) {
-            report.at_block("Z219", severity_t::warning, node,
-                            tessel::format("this subsystem lies inside itself, by way of its parent {}", around->path),
-                            "write the id of the subsystem around it, or 0 for the root");
+            report.at_block(
+                "Z219", severity_t::warning, node,
+                tessel::format("this subsystem lies inside itself, by way of its parent {}", around->path()),
+                "write the id of the subsystem around it, or 0 for the root");
         }
     }
 }
@@ -55,12 +56,12 @@ void check_counts(const graph_t& graph, Report& report) {
 }  // namespace
 
 void check_ids(const graph_t& graph, const wiring_t& wiring, Report& report) {
-    for (std::size_t i = 1; i < graph.nodes.size(); ++i) {
+    for (std::size_t i = 1; graph.has_double_ids && i < graph.nodes.size(); ++i) {
         const node_t& node = graph.nodes[i];
-        const std::size_t first = graph.index.at(node.id());
+        const std::size_t first = graph.position(node.id());
         if (first == i) continue;
         const bool error = wiring.starves[i];
-        const std::string other = first == 0 ? "the root" : graph.nodes[first].path;
+        const std::string other = first == 0 ? "the root" : graph.nodes[first].path();
         report.at_block("Z114", error ? severity_t::error : severity_t::warning, node,
                         tessel::format("its id {} is that of {} too, which all links lead to{}", node.written_id, other,
                                        error ? "; its inputs stay without a source" : ""),

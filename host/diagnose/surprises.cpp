@@ -21,14 +21,14 @@ void check_subtract(const node_t& node, Report& report) {
 }
 
 /// Expressions in which // cuts all of a quotient off.
-void check_quotients(const node_t& node, const evaluations_t& evaluations, Report& report) {
+void check_quotients(const node_t& node, evaluations_t evaluations, Report& report) {
     for (const evaluation_t& evaluation : evaluations) {
         if (evaluation.kind != evaluation_t::kind_t::value || evaluation.result != tessel::result_ok) continue;
-        if (evaluation.text.find("//") == std::string::npos || evaluation.value.is_text()) continue;
+        if (evaluation.text().find("//") == std::string::npos || evaluation.value.is_text()) continue;
         if (double(evaluation.value) != 0.0) continue;
         report.at_block("Z422", severity_t::note, node,
                         tessel::format("the expression {} is 0: // leaves the whole part of a quotient",
-                                       in_quotes(evaluation.text)),
+                                       in_quotes(evaluation.text())),
                         "write / where the fraction counts");
     }
 }
@@ -61,7 +61,7 @@ void excuse_idle_random(const analysis_t& analysis, Report& report) {
         if (finding.code != "Z403" || finding.severity != severity_t::error) continue;
         for (std::size_t i = 0; i < stepped.size(); ++i) {
             const node_t& node = analysis.graph.nodes[i];
-            if (stepped[i] || !node.is(class_hash_of("random")) || node.path != finding.path) continue;
+            if (stepped[i] || !node.is(class_hash_of("random")) || node.path() != finding.path) continue;
             finding.severity = severity_t::warning;
             finding.what += "; it never runs";
         }

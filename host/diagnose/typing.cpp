@@ -31,7 +31,7 @@ class Typer final : private tessel::rules::TypePolicy {
 public:
     Typer(const graph_t& graph, const wiring_t& wiring, Report& report)
         : graph_(graph), wiring_(wiring), report_(report) {
-        typing_.evaluations.resize(graph.nodes.size());
+        typing_.evaluations = Evaluations(graph.nodes.size());
         typing_.results.resize(graph.nodes.size());
         typing_.unknown.resize(graph.nodes.size());
         typing_.ghost = tessel::factory::create("from");
@@ -72,7 +72,8 @@ private:
         const std::size_t position = wiring_.live[rank];
         const std::size_t before = typed_ports(own);
         const tessel::result_t result = own.calculate_type();
-        typing_.evaluations[position] = recorder_->take();  // what it works with is what it was told last
+        // what it works with is what it was told last
+        typing_.evaluations.keep(position, graph_.nodes[position], recorder_->take());
         if (typed_ports(own) != before) refined_ = std::min(refined_, position);
         return result;
     }
@@ -114,7 +115,7 @@ private:
     std::string waiting_text(std::size_t position, std::size_t input) const {
         const node_t& source = graph_.nodes[wiring_.typed[position][input].source];
         return tessel::format("{} waits for {} ({})",
-                              input_text(graph_.nodes[position], static_cast<std::int16_t>(input)), source.path,
+                              input_text(graph_.nodes[position], static_cast<std::int16_t>(input)), source.path(),
                               source.class_name());
     }
 
@@ -195,13 +196,13 @@ private:
         std::ranges::reverse(way);
         std::rotate(way.begin(), std::ranges::min_element(way), way.end());
         std::string chain;
-        for (const std::size_t i : way) chain += graph_.nodes[open[i]].path + " -> ";
+        for (const std::size_t i : way) chain += graph_.nodes[open[i]].path() + " -> ";
         const node_t& node = graph_.nodes[open[way.front()]];
         const std::size_t behind = open.size() - way.size();
         const finding_id id = report_.at_block(
             "Z301", tessel_error, node,
             tessel::format("no type can be worked out: {}{}; none of these blocks has a type of its own{}", chain,
-                           node.path,
+                           node.path(),
                            behind == 0 ? ""
                                        : tessel::format(", and {} behind them {}", counted(behind, "block"),
                                                         behind == 1 ? "waits" : "wait")),
@@ -209,7 +210,7 @@ private:
         for (std::size_t k = 0; k < way.size(); ++k) {
             const std::size_t source = open[way[k]], target = open[way[(k + 1) % way.size()]];
             const auto feeds = wiring_.typed[target];
-            const auto fed = std::ranges::find(feeds, source, &feed_t::source);
+            const auto fed = std::ranges::find_if(feeds, [=](const feed_t& feed) { return feed.source == source; });
             if (fed == feeds.end()) continue;  // a block that has no type for a reason of its own
             report_[id].steps.push_back(waiting_text(target, static_cast<std::size_t>(fed - feeds.begin())));
         }
@@ -222,7 +223,7 @@ private:
             "types come to a standstill: a sweep over the blocks gives this one the type of a port, but no block all "
             "of its types, and the compile gives up there",
             tessel::format("list the blocks of the loop in the order of the signal, {} first, or put a cast into it",
-                           node.path));
+                           node.path()));
         report_[id].steps = waiting_;
     }
 

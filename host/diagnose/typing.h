@@ -9,9 +9,9 @@
 namespace zarn {
 
 struct typing_t {
-    std::vector<evaluations_t> evaluations;  // of each block
-    std::vector<tessel::result_t> results;   // of each block's last calculate_type
-    std::vector<bool> unknown;               // blocks whose types cannot be known for a reason that is told elsewhere
+    Evaluations evaluations;                // of each block
+    std::vector<tessel::result_t> results;  // of each block's last calculate_type
+    std::vector<bool> unknown;              // blocks whose types cannot be known for a reason that is told elsewhere
     std::unique_ptr<tessel::IMetaBlock> ghost;  // stands in for the sources that are missing
 };
 

@@ -9,14 +9,14 @@ namespace zarn {
 lineup_t line_up(const graph_t& graph) {
     lineup_t all;
     all.reserve(graph.nodes.size());
-    for (const node_t& node : graph.nodes) all.push_back(node.block.get());
+    for (const node_t& node : graph.nodes) all.push_back(node.block);
     return all;
 }
 
 lineup_t line_up(const graph_t& graph, const std::vector<std::size_t>& live) {
     lineup_t all;
     all.reserve(live.size());
-    for (const std::size_t position : live) all.push_back(graph.nodes[position].block.get());
+    for (const std::size_t position : live) all.push_back(graph.nodes[position].block);
     return all;
 }
 
@@ -29,16 +29,15 @@ wiring_t as_drawn(const graph_t& graph) {
         wiring.wires.push_back({{edge.src, edge.dst, edge.src_port, edge.dst_port}, &edge, &edge});
     wiring.typed = InputTable<feed_t>(graph);
     wiring.excused = InputTable<char>(graph);
-    wiring.running = wiring.typed;
     return wiring;
 }
 
 std::string input_text(const node_t& node, std::int16_t port) {
-    return tessel::format("input {} of {} ({})", port, node.path, node.class_name());
+    return tessel::format("input {} of {} ({})", port, node.path(), node.class_name());
 }
 
 std::string output_text(const node_t& node, std::int16_t port) {
-    return tessel::format("output {} of {} ({})", port, node.path, node.class_name());
+    return tessel::format("output {} of {} ({})", port, node.path(), node.class_name());
 }
 
 }  // namespace zarn

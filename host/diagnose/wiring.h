@@ -24,7 +24,7 @@ struct wire_t : tessel::rules::wire_t {
 
 /// What feeds an input.
 struct feed_t {
-    std::size_t source = none;  // position of the block
+    place_in_list_t source;  // position of the block
     std::int16_t port = 0;
     const edge_t* from = nullptr;  // as in `wire_t`
     const edge_t* edge = nullptr;
@@ -37,7 +37,8 @@ public:
     InputTable() = default;
     explicit InputTable(const graph_t& graph) {
         first_.reserve(graph.nodes.size() + 1);
-        for (const node_t& node : graph.nodes) first_.push_back(first_.back() + node.inputs());
+        for (const node_t& node : graph.nodes)
+            first_.push_back(first_.back() + static_cast<std::uint32_t>(node.inputs()));
         values_.resize(first_.back());
     }
 
@@ -49,16 +50,18 @@ private:
     std::size_t begin_of(std::size_t node) const { return first_[std::min(node, first_.size() - 1)]; }
     std::size_t count_of(std::size_t node) const { return begin_of(node + 1) - begin_of(node); }
 
-    std::vector<std::size_t> first_{0};  // of each block, and the end
-    std::vector<T> values_;
+    tessel::large_array<std::uint32_t> first_{0};  // of each block, and the end
+    tessel::large_array<T> values_;
 };
 
 /// The state of the diagram between passes. Positions are those of `graph_t::nodes`.
 struct wiring_t {
     std::vector<std::size_t> live;  // in the order of the library's list
-    std::vector<wire_t> wires;
-    InputTable<feed_t> typed;                // while types and zones are worked out
-    InputTable<feed_t> running;              // in the run
+    tessel::large_array<wire_t> wires;
+    InputTable<feed_t> typed;       // while types and zones are worked out
+    InputTable<feed_t> running;     // in the run, where casts make it another
+    bool has_double_feeds = false;  // whether two wires may lead to one input
+    bool has_casts = false;
     InputTable<char> excused;                // whether an input lacks a source for a reason that is told
     std::unordered_set<std::size_t> needed;  // outports without a number that an input waits for
     std::vector<bool> starves;               // blocks of which an input has no source
@@ -67,6 +70,8 @@ struct wiring_t {
         const feed_t& found = typed[node][input];
         return found.source != none ? &found : nullptr;
     }
+    /// What feeds the inputs of a block in the run.
+    std::span<const feed_t> in_run(std::size_t node) const { return has_casts ? running[node] : typed[node]; }
 };
 
 /// Blocks as the rules take them: all, or those that are live.
