@@ -69,18 +69,20 @@ std::unique_ptr<IMetaBlock> by_document(std::string_view piece) {
 
 /// Reads a file piece by piece: the document of a large model as a whole takes several times its room. Empty, without
 /// an effect, when a piece is in any way out of order: what then happens, and what is told of it, is up to the whole.
-std::optional<staged_t> stage(std::string_view text) {
-    auto sections = cut(text);
-    if (!sections) return std::nullopt;
+std::optional<staged_t> stage(std::string_view text, const sections_t* known) {
+    std::optional<sections_t> own;
+    if (known == nullptr && !(own = cut(text))) return std::nullopt;
+    const sections_t& sections = known != nullptr ? *known : *own;
     try {
         staged_t staged;
-        staged.rest = nlohmann::json::parse(sections->rest);
-        auto links = read_links(std::exchange(sections->links, {}));
+        staged.rest = nlohmann::json::parse(sections.rest);
+        auto links = read_links(sections.links);
         if (!links) return std::nullopt;
+        if (own) own->links = {};
         staged.links = std::move(*links);
-        staged.blocks.reserve(sections->blocks.size());
+        staged.blocks.reserve(sections.blocks.size());
         BlockReader reader;
-        for (const std::string_view piece : sections->blocks) {
+        for (const std::string_view piece : sections.blocks) {
             auto block = reader.read(piece);
             if (block == nullptr) block = by_document(piece);
             if (block == nullptr) return std::nullopt;
@@ -166,9 +168,9 @@ void commit(IMetaModel& model, PropertiesModel& properties, staged_t staged, Sou
     model.import_json(staged.rest, false);
 }
 
-result_t load_main(IMetaModel& model, std::string_view text, Source& source) {
+result_t load_main(IMetaModel& model, std::string_view text, Source& source, const sections_t* cut) {
     if (PropertiesModel* const properties = model.own_properties(); properties != nullptr) {
-        if (auto staged = stage(text)) {
+        if (auto staged = stage(text, cut)) {
             commit(model, *properties, std::move(*staged), source);
             return result_ok;
         }
@@ -218,9 +220,9 @@ std::vector<std::uint64_t> Source::fresh_ids(std::string_view, std::span<const s
     return create_ids(old_ids);
 }
 
-result_t load_text(IMetaModel& model, std::string_view text, Source& source) {
+result_t load_text(IMetaModel& model, std::string_view text, Source& source, const sections_t* cut) {
     model.clear();
-    return told([&] { return load_main(model, text, source); });
+    return told([&] { return load_main(model, text, source, cut); });
 }
 
 result_t load(IMetaModel* model, std::string_view path) {
@@ -228,7 +230,7 @@ result_t load(IMetaModel* model, std::string_view path) {
     return told([&] {
         const std::string padded = read_padded(path);
         FileSource source;
-        return load_main(*model, FileSource::without_padding(padded), source);
+        return load_main(*model, FileSource::without_padding(padded), source, nullptr);
     });
 }
 

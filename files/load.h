@@ -29,7 +29,9 @@ public:
     virtual std::vector<std::uint64_t> fresh_ids(std::string_view path, std::span<const std::uint64_t> old_ids);
 };
 
-/// What `load` of a main file does, once that is read. `text` has `padding` readable bytes behind it.
-BLOCKS_API result_t load_text(IMetaModel& model, std::string_view text, Source& source);
+/// What `load` of a main file does, once that is read. `text` has `padding` readable bytes behind it. `cut` are the
+/// text's sections, of one who has cut it already and found some.
+BLOCKS_API result_t load_text(IMetaModel& model, std::string_view text, Source& source,
+                              const sections_t* cut = nullptr);
 
 }  // namespace tessel::json

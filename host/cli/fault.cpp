@@ -87,11 +87,13 @@ void on_fault(int) {
 FaultGuard::FaultGuard(const std::string& name, tessel::IMetaModel& model, tessel::IExecModel& exec, bool json) {
     std::unordered_map<std::uint64_t, tessel::IMetaBlock*> blocks;
     for (const auto& block : model)
-        if (block != nullptr) blocks.try_emplace(block->id(), block.get());
+        if (block != nullptr && tessel::factory::traits_of(*block).fault != tessel::fault_t::never)
+            blocks.try_emplace(block->id(), block.get());
     suspects.clear();
     model_name = name;
     answers_json = json;
     for (const auto& object : exec) {
+        if (blocks.empty()) break;
         const auto found = object != nullptr ? blocks.find(object->id()) : blocks.end();
         if (found == blocks.end()) continue;
         auto& block = *found->second;

@@ -119,11 +119,8 @@ bool Loader::adopt_block(walk_t& walk, std::string_view element, std::size_t at,
         if (reference != none || !adopt_reference(walk, text_of(look.path))) return false;
     tessel::IMetaBlock* block = walk.next();
     if (block == nullptr || (reference == none && block->id() != look.id)) return false;
-    node_t& node = graph_.nodes.emplace_back();
-    node.block = block;
-    node.properties = &static_cast<const tessel::MetaBlock&>(*block).properties();
-    node.row = row;
-    node.written_id = look.id;
+    node_t& node = graph_.nodes.emplace_back(*block, static_cast<const tessel::MetaBlock&>(*block).properties(), *row);
+    if (reference != none) graph_.written_ids.try_emplace(node.id(), look.id);
     node.file = file;
     node.reference = reference;
     node.element = at;

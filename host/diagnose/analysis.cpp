@@ -1,11 +1,13 @@
 #include "host/diagnose/analysis.h"
 
 #include <algorithm>
+#include <functional>
 #include <tuple>
 #include <unordered_set>
 
 #include "PropertiesModel.h"
 #include "core/python.h"
+#include "host/diagnose/parameters.h"
 #include "host/diagnose/source.h"
 #include "host/document/limits.h"
 #include "host/document/load.h"
@@ -101,11 +103,13 @@ void analyse(analysis_t& analysis, Report& report, Document& document, const che
     check_ids(graph, wiring, report);
     check_port_numbers(graph, wiring, report);
     check_sources(graph, wiring, report);
+    if (!has_casts(graph) && !wiring.has_double_feeds) wiring.wires = {};  // of which a large model has millions
 
     make_namespaces(graph);
-    analysis.typing = work_out_types(graph, wiring, report);
+    ParameterChecks parameters(graph, report, options);
+    analysis.typing = work_out_types(graph, wiring, report, std::ref(parameters));
     check_signatures(graph, wiring, analysis.typing, report);
-    check_parameters(analysis, report, options);
+    parameters.tell_waiting();
     analysis.waiting = work_out_zones(graph, wiring);
     check_loops(graph, wiring, analysis.waiting, report);
     analysis.complete = analysis.waiting.empty() && std::ranges::find(wiring.starves, true) == wiring.starves.end();

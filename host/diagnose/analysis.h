@@ -56,8 +56,6 @@ void check_tree(const graph_t& graph, Report& report);
 void check_ids(const graph_t& graph, const wiring_t& wiring, Report& report);
 /// Start, end and step of the time.
 void check_settings(const graph_t& graph, Report& report);
-/// Parameters that the bridge refused, and values that no block can work with.
-void check_parameters(const analysis_t& analysis, Report& report, const check_options_t& options);
 /// What will not run, or not as drawn: gates, and divisions that the processor refuses.
 void check_behaviour(const analysis_t& analysis, Report& report);
 /// What the system does on purpose and people do not expect.

@@ -141,9 +141,11 @@ private:
 
 }  // namespace
 
+// blocks of one id can change places when others go
+bool has_casts(const graph_t& graph) { return graph.has(hash_cast) || graph.has_double_ids; }
+
 void dissolve_casts(const graph_t& graph, wiring_t& wiring, Report& report) {
-    // blocks of one id can change places when others go
-    wiring.has_casts = graph.has(hash_cast) || graph.has_double_ids;
+    wiring.has_casts = has_casts(graph);
     if (wiring.has_casts) Casts(graph, wiring, report).run();
 }
 

@@ -88,21 +88,21 @@ const evaluation_t::rest_t& evaluation_t::more() const {
     return rest != nullptr ? *rest : nothing;
 }
 
-void Evaluations::keep(std::size_t position, const node_t& node, std::vector<question_t> asked) {
-    places_[position] = {static_cast<std::uint32_t>(kept_.size()), static_cast<std::uint32_t>(asked.size())};
-    for (question_t& question : asked) {
-        evaluation_t& evaluation = kept_.emplace_back();
+std::vector<evaluation_t> evaluations_of(const node_t& node, std::vector<question_t> asked) {
+    std::vector<evaluation_t> evaluations(asked.size());
+    for (std::size_t i = 0; i < asked.size(); ++i) {
+        question_t& question = asked[i];
+        evaluation_t& evaluation = evaluations[i];
         evaluation.kind = question.kind;
         evaluation.result = question.result;
         evaluation.parameter = parameter_of(node, question);
         evaluation.value = std::move(question.value);
         const bool plain = question.result == tessel::result_ok && question.told.empty() && !divides_whole(question);
         if (plain && question.kind != question_t::kind_t::array) continue;
-        evaluation.rest = std::make_unique<evaluation_t::rest_t>();
-        if (!plain) evaluation.rest->text = std::move(question.text);
-        evaluation.rest->array = std::move(question.array);
-        evaluation.rest->told = std::move(question.told);
+        evaluation.rest = std::make_shared<const evaluation_t::rest_t>(
+            evaluation_t::rest_t{std::move(question.text), std::move(question.array), std::move(question.told)});
     }
+    return evaluations;
 }
 
 }  // namespace zarn

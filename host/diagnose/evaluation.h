@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "core/python.h"
@@ -25,7 +26,7 @@ struct question_t {
     std::string told;  // what the bridge wrote to the console
 };
 
-/// What is kept of a question while a model is checked: a large one asks a million.
+/// What a question came to, as far as anything can be said of it.
 struct evaluation_t {
     using kind_t = question_t::kind_t;
     /// What most questions do without.
@@ -36,7 +37,7 @@ struct evaluation_t {
     };
     const tessel::parameter_traits_t* parameter = nullptr;  // null where it cannot be told
     tessel::var_t value;
-    std::unique_ptr<rest_t> rest;
+    std::shared_ptr<const rest_t> rest;
     tessel::result_t result = tessel::result_ok;
     kind_t kind = kind_t::value;
 
@@ -51,23 +52,20 @@ private:
 };
 using evaluations_t = std::span<const evaluation_t>;
 
-/// The last questions of each block.
+/// What the questions of a block came to.
+std::vector<evaluation_t> evaluations_of(const node_t& node, std::vector<question_t> asked);
+
+/// The last questions of those blocks of which they are kept: a large model asks a million.
 class Evaluations {
 public:
-    explicit Evaluations(std::size_t blocks = 0) : places_(blocks) {}
-
-    void keep(std::size_t position, const node_t& node, std::vector<question_t> asked);
+    void keep(std::size_t position, std::vector<evaluation_t> last) { kept_[position] = std::move(last); }
     evaluations_t operator[](std::size_t position) const {
-        const auto [first, count] = places_[position];
-        return {kept_.data() + first, count};
+        const auto found = kept_.find(position);
+        return found != kept_.end() ? evaluations_t(found->second) : evaluations_t();
     }
 
 private:
-    struct places_t {
-        std::uint32_t first = 0, count = 0;
-    };
-    tessel::large_array<places_t> places_;  // of each block
-    tessel::large_array<evaluation_t> kept_;
+    std::unordered_map<std::size_t, std::vector<evaluation_t>> kept_;
 };
 
 /// While it lives, stands before the bridge in use, hands every question on and notes question and answer.

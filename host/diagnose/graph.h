@@ -7,6 +7,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -42,26 +43,31 @@ private:
 /// A block, as an object of the library, with the ports and parameters that the loader has given it or would have. Who
 /// owns it, the model that was loaded or the graph, keeps it in place.
 struct node_t {
+    node_t() = default;
+    node_t(tessel::IMetaBlock& block, const tessel::PropertiesBlock& properties, const tessel::class_row_t& row);
+
     tessel::IMetaBlock* block = nullptr;
     const tessel::PropertiesBlock* properties = nullptr;
     const tessel::class_row_t* row = nullptr;
-    std::uint64_t written_id = 0;          // as the file has it; blocks of references get ids of their own
+    std::uint64_t own_id = 0, parent_id = 0;
     const std::string* pointer = nullptr;  // of the block's object in its file, where `element` does not tell it
     place_in_list_t element;               // in its file's "blocks"
     place_in_list_t file = 0;
     place_in_list_t reference;  // in `references`, the one that brought the block
-    bool damaged = false;       // the file holds values for it that the library refuses
-    bool hangs = true;          // whether the way up ends at the root
+    std::uint32_t class_hash = 0;
+    bool damaged = false;  // the file holds values for it that the library refuses
+    bool hangs = true;     // whether the way up ends at the root
 
     /// JSON pointer of the block's object in its file.
     std::string place() const;
     /// For messages, once `name_paths` has been; never empty then.
     std::string path() const;
 
-    std::uint64_t id() const noexcept { return properties->id; }
-    std::uint64_t parent() const noexcept { return properties->parent; }
-    const char* class_name() const noexcept { return block->class_name(); }
-    bool is(std::uint32_t hash) const noexcept { return block->class_hash() == hash; }
+    // the checks ask for these all the time: where they stand here, no walk over the nodes waits for the blocks
+    std::uint64_t id() const noexcept { return own_id; }
+    std::uint64_t parent() const noexcept { return parent_id; }
+    const char* class_name() const noexcept { return row->name; }
+    bool is(std::uint32_t hash) const noexcept { return class_hash == hash; }
     std::size_t inputs() const noexcept { return block->input_count(); }
     std::size_t outputs() const noexcept { return block->output_count(); }
 };
@@ -104,13 +110,20 @@ struct graph_t {
     std::deque<std::unique_ptr<tessel::IMetaBlock>> own_blocks;
     std::deque<std::string> own_pointers;
 
+    /// The ids that blocks of references have in their files, by those that they got.
+    std::unordered_map<std::uint64_t, std::uint64_t> written_ids;
+    std::uint64_t written_id(std::uint64_t id) const {
+        const auto found = written_ids.find(id);
+        return found != written_ids.end() ? found->second : id;
+    }
+
     const std::string* keep(std::string pointer) { return &own_pointers.emplace_back(std::move(pointer)); }
-    /// Finds blocks by their ids from here on, when all are there.
-    void make_index();
+    /// Sets `has_double_ids`, when all blocks are there.
+    void find_double_ids();
     /// First block with that id, or null.
-    const node_t* find(std::uint64_t id) const noexcept { return index_ != nullptr ? index_->find(id) : nullptr; }
+    const node_t* find(std::uint64_t id) const { return index().find(id); }
     /// The position of the first block with that id, or `none`.
-    std::size_t position(std::uint64_t id) const noexcept {
+    std::size_t position(std::uint64_t id) const {
         const node_t* node = find(id);
         return node != nullptr ? static_cast<std::size_t>(node - nodes.data()) : none;
     }
@@ -119,7 +132,9 @@ struct graph_t {
     }
 
 private:
-    std::unique_ptr<tessel::IdIndex<const node_t>> index_;
+    /// Made when it is first asked for, when all blocks are there: a flat model whose links are in order needs none.
+    const tessel::IdIndex<const node_t>& index() const;
+    mutable std::unique_ptr<tessel::IdIndex<const node_t>> index_;
 };
 
 class Report;

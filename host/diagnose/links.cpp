@@ -62,10 +62,7 @@ private:
 
     /// The block at a position of the line-up.
     const node_t& at(std::size_t position) const { return graph_.nodes[wiring_.live[position]]; }
-    std::uint64_t shown(std::uint64_t id) const {
-        const node_t* node = graph_.find(id);
-        return node != nullptr ? node->written_id : id;
-    }
+    std::uint64_t shown(std::uint64_t id) const { return graph_.written_id(id); }
 
     bool bind(wire_t& wire) {
         const auto dst = census_.destination(wire), src = census_.source(wire);

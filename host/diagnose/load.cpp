@@ -1,7 +1,9 @@
 #include "host/diagnose/loader.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <functional>
 
 #include "PropertiesModel.h"
 #include "core/hash.h"
@@ -128,13 +130,10 @@ bool Loader::insert(const element_t& element, std::size_t file, std::size_t refe
     bool refused = false;
     const json kept =
         check_block_values(*report_, *element.object, *element.row, file, element.pointer, refused, weight);
-    node_t node;
     const auto properties = std::make_shared<tessel::PropertiesBlock>();
-    node.properties = properties.get();
-    node.block = own(element.row->name, properties);
-    node.block->import_json(kept);
-    node.row = element.row;
-    node.written_id = node.properties->id;
+    auto* const block = own(element.row->name, properties);
+    block->import_json(kept);
+    node_t node(*block, *properties, *element.row);
     node.file = file;
     node.reference = reference;
     node.pointer = graph_.keep(element.pointer);
@@ -158,12 +157,9 @@ tessel::IMetaBlock* Loader::own(std::string_view name, std::shared_ptr<tessel::P
 }
 
 void Loader::insert_root(tessel::IMetaBlock& block) {
-    node_t root;
-    root.properties = &static_cast<const tessel::MetaBlock&>(block).properties();
-    root.block = &block;
-    root.block->set_name("mainsys");
-    root.row = tessel::factory::find_class(hash_subsys);
-    graph_.nodes.push_back(root);
+    block.set_name("mainsys");
+    graph_.nodes.emplace_back(block, static_cast<const tessel::MetaBlock&>(block).properties(),
+                              *tessel::factory::find_class(hash_subsys));
     graph_.has_root = true;
 }
 
@@ -257,12 +253,21 @@ std::string node_t::place() const {
 
 std::string edge_t::place() const { return element == none ? *pointer : "/links" + segment(element); }
 
-void graph_t::make_index() {
-    index_ = std::make_unique<tessel::IdIndex<const node_t>>(nodes.size());
-    for (const node_t& node : nodes) {
-        index_->add(node.id(), &node);
-        has_double_ids = has_double_ids || index_->find(node.id()) != &node;
+node_t::node_t(tessel::IMetaBlock& made, const tessel::PropertiesBlock& own, const tessel::class_row_t& of)
+    : block(&made), properties(&own), row(&of), own_id(own.id), parent_id(own.parent), class_hash(made.class_hash()) {}
+
+void graph_t::find_double_ids() {
+    const auto falls = std::ranges::adjacent_find(nodes, std::ranges::greater_equal(), &node_t::own_id);
+    has_double_ids = falls != nodes.end() &&
+                     std::ranges::any_of(nodes, [this](const node_t& node) { return find(node.id()) != &node; });
+}
+
+const tessel::IdIndex<const node_t>& graph_t::index() const {
+    if (index_ == nullptr) {
+        index_ = std::make_unique<tessel::IdIndex<const node_t>>(nodes.size());
+        for (const node_t& node : nodes) index_->add(node.id(), &node);
     }
+    return *index_;
 }
 
 void load_graph(graph_t& graph, Report& report, Document& document, const loaded_t* loaded) {
@@ -272,7 +277,8 @@ void load_graph(graph_t& graph, Report& report, Document& document, const loaded
         graph = graph_t();
         Loader(graph, report, document).main_file();
     }
-    graph.make_index();
+    for (const file_t& file : graph.files) file.source->forget_sections();
+    graph.find_double_ids();
     name_paths(graph);
     report.name_blocks();
 }

@@ -1,4 +1,4 @@
-// Parameters: expressions that the bridge refused, and values that no block can work with.
+#include "host/diagnose/parameters.h"
 
 #include <algorithm>
 #include <cmath>
@@ -6,15 +6,15 @@
 
 #include "core/convert.h"
 #include "core/str.h"
-#include "host/diagnose/analysis.h"
+#include "host/diagnose/classes.h"
 #include "host/diagnose/nearest.h"
+#include "host/diagnose/report.h"
 #include "host/diagnose/source.h"
 #include "host/diagnose/workspace.h"
 
 namespace zarn {
 namespace {
 
-using tessel::content_t;
 using tessel::limit_t;
 using tessel::parameter_traits_t;
 using tessel::var_t;
@@ -22,32 +22,52 @@ using tessel::str::shortest;
 
 bool is_blank(std::string_view text) { return text.find_first_not_of(" \t\r\n") == std::string_view::npos; }
 
-/// An expression that the bridge at hand cannot evaluate, and another workspace may.
-struct waiting_t {
-    const node_t* node;
-    std::string key;
-    const evaluation_t* evaluation;
-};
+}  // namespace
 
-class Parameters {
+class ParameterChecks::Checks {
 public:
-    Parameters(const analysis_t& analysis, Report& report, const check_options_t& options)
-        : analysis_(analysis), report_(report), options_(options) {}
+    Checks(const graph_t& graph, Report& report, const check_options_t& options)
+        : graph_(graph), report_(report), options_(options) {}
 
-    void run() {
-        for (std::size_t i = 0; i < analysis_.graph.nodes.size(); ++i) {
-            const node_t& node = analysis_.graph.nodes[i];
-            evaluations_t evaluations = analysis_.typing.evaluations[i];
-            check_evaluations(node, evaluations);
-            check_result(node, evaluations, analysis_.typing.results[i]);
-            check_mixture(node);
-            if (analysis_.typing.results[i] == tessel::result_ok) check_values(node, evaluations);
-            check_kinds(node, evaluations);
+    void run(std::size_t position, evaluations_t evaluations, tessel::result_t result) {
+        const node_t& node = graph_.nodes[position];
+        check_evaluations(node, evaluations);
+        check_result(node, evaluations, result);
+        check_mixture(node);
+        if (result == tessel::result_ok) check_values(node, evaluations);
+        check_kinds(node, evaluations);
+        check_quotients(node, evaluations);
+    }
+
+    /// What waits for a workspace, in one finding where there are many.
+    void tell_waiting() {
+        std::ranges::stable_sort(waiting_, {}, &waiting_t::node);
+        std::vector<std::string> names;
+        std::set<std::string> known;
+        for (const waiting_t& waiting : waiting_)
+            for (std::string& name : names_in(waiting.evaluation.text()))
+                if (known.insert(name).second) names.push_back(std::move(name));
+        if (waiting_.size() < most_single || names.empty()) {
+            for (const waiting_t& waiting : waiting_) tell_single(waiting);
+            return;
         }
-        tell_waiting();
+        const finding_id id = report_.at_place(
+            options_.final_bridge ? "Z401" : "Z402", options_.final_bridge ? severity_t::error : severity_t::warning, 0,
+            "", tessel::format("{} need {}: -w FILE.py", counted(waiting_.size(), "expression"), few_of(names)),
+            "name the file that makes them with -w FILE.py");
+        for (const waiting_t& waiting : waiting_)
+            report_[id].steps.push_back(tessel::format("{}: \"{}\" is {}", waiting.node->path(), waiting.key,
+                                                       in_quotes(waiting.evaluation.text())));
     }
 
 private:
+    /// An expression that the bridge at hand cannot evaluate, and another workspace may.
+    struct waiting_t {
+        const node_t* node;
+        std::string key;
+        evaluation_t evaluation;
+    };
+
     void check_evaluations(const node_t& node, evaluations_t evaluations) {
         std::vector<std::string> told;
         for (const evaluation_t& evaluation : evaluations) {
@@ -58,7 +78,7 @@ private:
             const bool series = evaluation.kind == evaluation_t::kind_t::series;
             const bool hopeless = is_blank(evaluation.text()) || evaluation.text() == "[]";
             if (!hopeless && waits_for_workspace(evaluation)) {
-                waiting_.push_back({&node, key, &evaluation});
+                waiting_.push_back({&node, key, evaluation});
                 continue;
             }
             if (hopeless)
@@ -76,34 +96,14 @@ private:
         return evaluation.kind != evaluation_t::kind_t::series && evaluation.told().ends_with("is not defined");
     }
 
-    /// What waits for a workspace, in one finding where there are many.
-    void tell_waiting() {
-        std::vector<std::string> names;
-        std::set<std::string> known;
-        for (const waiting_t& waiting : waiting_)
-            for (std::string& name : names_in(waiting.evaluation->text()))
-                if (known.insert(name).second) names.push_back(std::move(name));
-        if (waiting_.size() < most_single || names.empty()) {
-            for (const waiting_t& waiting : waiting_) tell_single(waiting);
-            return;
-        }
-        const finding_id id = report_.at_place(
-            options_.final_bridge ? "Z401" : "Z402", options_.final_bridge ? severity_t::error : severity_t::warning, 0,
-            "", tessel::format("{} need {}: -w FILE.py", counted(waiting_.size(), "expression"), few_of(names)),
-            "name the file that makes them with -w FILE.py");
-        for (const waiting_t& waiting : waiting_)
-            report_[id].steps.push_back(tessel::format("{}: \"{}\" is {}", waiting.node->path(), waiting.key,
-                                                       in_quotes(waiting.evaluation->text())));
-    }
-
     void tell_single(const waiting_t& waiting) {
         if (options_.final_bridge)
-            tell_refused(*waiting.node, *waiting.evaluation, waiting.key,
-                         waiting.evaluation->kind == evaluation_t::kind_t::series);
+            tell_refused(*waiting.node, waiting.evaluation, waiting.key,
+                         waiting.evaluation.kind == evaluation_t::kind_t::series);
         else
             report_.at_block("Z402", severity_t::warning, *waiting.node,
                              tessel::format("\"{}\" is the expression {}, which is not evaluated here", waiting.key,
-                                            in_quotes(waiting.evaluation->text())),
+                                            in_quotes(waiting.evaluation.text())),
                              "check with --python, -w FILE.py or -e CODE to have it evaluated");
         point_at(*waiting.node, waiting.key);
     }
@@ -140,7 +140,7 @@ private:
             if (parameter.limit == limit_t::above_0)
                 return tell_frequency(node, parameter, evaluations, severity_t::error);
             if (parameter.limit == limit_t::not_below_0) return tell_times(node, evaluations, severity_t::error);
-            if (parameter.content == content_t::word) return tell_word(node, parameter);
+            if (parameter.content == tessel::content_t::word) return tell_word(node, parameter);
         }
     }
 
@@ -159,7 +159,7 @@ private:
                 case limit_t::highest_bit: check_field(node, parameter, evaluations); break;
                 default: break;
             }
-            if (parameter.content == content_t::word) check_word(node, parameter);
+            if (parameter.content == tessel::content_t::word) check_word(node, parameter);
         }
         if (times) tell_times(node, evaluations, severity_t::warning);
     }
@@ -293,6 +293,19 @@ private:
         point_at(node, highest.key);
     }
 
+    /// Expressions in which // cuts all of a quotient off.
+    void check_quotients(const node_t& node, evaluations_t evaluations) {
+        for (const evaluation_t& evaluation : evaluations) {
+            if (evaluation.kind != evaluation_t::kind_t::value || evaluation.result != tessel::result_ok) continue;
+            if (evaluation.text().find("//") == std::string::npos || evaluation.value.is_text()) continue;
+            if (double(evaluation.value) != 0.0) continue;
+            report_.at_block("Z422", severity_t::note, node,
+                             tessel::format("the expression {} is 0: // leaves the whole part of a quotient",
+                                            in_quotes(evaluation.text())),
+                             "write / where the fraction counts");
+        }
+    }
+
     /// A word that is none of the keywords and that the class takes all the same, as if it were its default.
     void check_word(const node_t& node, const parameter_traits_t& parameter) {
         const std::vector<std::string> known = words_of(parameter);
@@ -354,16 +367,21 @@ private:
 
     static constexpr std::size_t most_single = 3;  // as many expressions are not told one by one
 
-    const analysis_t& analysis_;
+    const graph_t& graph_;
     Report& report_;
     const check_options_t& options_;
     std::vector<waiting_t> waiting_;
 };
 
-}  // namespace
+ParameterChecks::ParameterChecks(const graph_t& graph, Report& report, const check_options_t& options)
+    : checks_(std::make_unique<Checks>(graph, report, options)) {}
 
-void check_parameters(const analysis_t& analysis, Report& report, const check_options_t& options) {
-    Parameters(analysis, report, options).run();
+ParameterChecks::~ParameterChecks() = default;
+
+void ParameterChecks::operator()(std::size_t position, evaluations_t evaluations, tessel::result_t result) const {
+    checks_->run(position, evaluations, result);
 }
+
+void ParameterChecks::tell_waiting() const { checks_->tell_waiting(); }
 
 }  // namespace zarn

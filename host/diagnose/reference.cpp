@@ -145,9 +145,12 @@ bool Loader::referenced_blocks(std::size_t file, std::size_t reference, const fr
         }
         node_t& node = graph_.nodes[before];
         auto& properties = const_cast<tessel::PropertiesBlock&>(*node.properties);  // of the graph's own block
-        if (const auto own = fresh.find(node.id()); own != fresh.end()) properties.id = own->second;
+        if (const auto own = fresh.find(node.id()); own != fresh.end()) {
+            graph_.written_ids.try_emplace(own->second, properties.id);
+            node.own_id = properties.id = own->second;
+        }
         const auto outer = fresh.find(node.parent());
-        properties.parent = outer != fresh.end() ? outer->second : graph_.references[reference].id;
+        node.parent_id = properties.parent = outer != fresh.end() ? outer->second : graph_.references[reference].id;
         if (!node.is(hash_refsys)) continue;
         // an empty reference of a copy is told with the copy
         std::size_t nested = garbled ? graph_.references[reference].finding : graph_.references[reference].circle;

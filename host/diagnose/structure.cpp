@@ -62,10 +62,11 @@ void check_ids(const graph_t& graph, const wiring_t& wiring, Report& report) {
         if (first == i) continue;
         const bool error = wiring.starves[i];
         const std::string other = first == 0 ? "the root" : graph.nodes[first].path();
-        report.at_block("Z114", error ? severity_t::error : severity_t::warning, node,
-                        tessel::format("its id {} is that of {} too, which all links lead to{}", node.written_id, other,
-                                       error ? "; its inputs stay without a source" : ""),
-                        "give every block an id of its own, above 0");
+        report.at_block(
+            "Z114", error ? severity_t::error : severity_t::warning, node,
+            tessel::format("its id {} is that of {} too, which all links lead to{}", graph.written_id(node.id()), other,
+                           error ? "; its inputs stay without a source" : ""),
+            "give every block an id of its own, above 0");
     }
 }
 

@@ -20,19 +20,6 @@ void check_subtract(const node_t& node, Report& report) {
                     "put two subtract blocks in a row where input 0 - input 1 - input 2 is meant");
 }
 
-/// Expressions in which // cuts all of a quotient off.
-void check_quotients(const node_t& node, evaluations_t evaluations, Report& report) {
-    for (const evaluation_t& evaluation : evaluations) {
-        if (evaluation.kind != evaluation_t::kind_t::value || evaluation.result != tessel::result_ok) continue;
-        if (evaluation.text().find("//") == std::string::npos || evaluation.value.is_text()) continue;
-        if (double(evaluation.value) != 0.0) continue;
-        report.at_block("Z422", severity_t::note, node,
-                        tessel::format("the expression {} is 0: // leaves the whole part of a quotient",
-                                       in_quotes(evaluation.text())),
-                        "write / where the fraction counts");
-    }
-}
-
 /// A last step that rounding drops: the time is a sum of steps, and may end just behind the end.
 void check_last_step(const graph_t& graph, Report& report) {
     constexpr double most_steps = 1e7;  // summed up here as in a run
@@ -71,10 +58,7 @@ void excuse_idle_random(const analysis_t& analysis, Report& report) {
 }  // namespace
 
 void check_surprises(const analysis_t& analysis, Report& report) {
-    for (std::size_t i = 0; i < analysis.graph.nodes.size(); ++i) {
-        check_subtract(analysis.graph.nodes[i], report);
-        check_quotients(analysis.graph.nodes[i], analysis.typing.evaluations[i], report);
-    }
+    for (const node_t& node : analysis.graph.nodes) check_subtract(node, report);
     check_last_step(analysis.graph, report);
     excuse_idle_random(analysis, report);
 }

@@ -27,11 +27,17 @@ bool typed_outputs(const tessel::IMetaBlock& block) {
     return true;
 }
 
+bool divides_integers(const node_t& node) { return node.row->traits().fault == tessel::fault_t::lowest_by_minus_1; }
+
 class Typer final : private tessel::rules::TypePolicy {
 public:
-    Typer(const graph_t& graph, const wiring_t& wiring, Report& report)
-        : graph_(graph), wiring_(wiring), report_(report) {
-        typing_.evaluations = Evaluations(graph.nodes.size());
+    Typer(const graph_t& graph, const wiring_t& wiring, Report& report, const look_at_block_t& look)
+        : graph_(graph),
+          wiring_(wiring),
+          report_(report),
+          look_(look),
+          looked_at_(graph.nodes.size()),
+          divides_(std::ranges::any_of(graph.nodes, divides_integers)) {
         typing_.results.resize(graph.nodes.size());
         typing_.unknown.resize(graph.nodes.size());
         typing_.ghost = tessel::factory::create("from");
@@ -45,6 +51,8 @@ public:
             recorder_ = &recorder;
             tessel::rules::sweep_types(line_up(graph_, wiring_.live), *this);
         }
+        for (std::size_t i = 0; i < looked_at_.size(); ++i)
+            if (!looked_at_[i]) look_(i, typing_.evaluations[i], typing_.results[i]);
         spread_unknown();
         tell_unresolved();
         return std::move(typing_);
@@ -73,7 +81,12 @@ private:
         const std::size_t before = typed_ports(own);
         const tessel::result_t result = own.calculate_type();
         // what it works with is what it was told last
-        typing_.evaluations.keep(position, graph_.nodes[position], recorder_->take());
+        const node_t& node = graph_.nodes[position];
+        auto evaluations = evaluations_of(node, recorder_->take());
+        looked_at_[position] = result == tessel::result_ok && own.has_all_types();
+        if (looked_at_[position]) look_(position, evaluations, result);
+        if (!evaluations.empty() && (!looked_at_[position] || (divides_ && node.is(hash_constant))))
+            typing_.evaluations.keep(position, std::move(evaluations));
         if (typed_ports(own) != before) refined_ = std::min(refined_, position);
         return result;
     }
@@ -231,7 +244,10 @@ private:
     const graph_t& graph_;
     const wiring_t& wiring_;
     Report& report_;
+    const look_at_block_t& look_;
     typing_t typing_;
+    std::vector<bool> looked_at_;
+    bool divides_;  // whether the values of constants matter later
     Recorder* recorder_ = nullptr;
     std::size_t refined_ = none;  // the first block that got a type in this sweep
     std::size_t stalled_ = none;  // a block that got a type in the first sweep that completed none
@@ -240,8 +256,8 @@ private:
 
 }  // namespace
 
-typing_t work_out_types(const graph_t& graph, const wiring_t& wiring, Report& report) {
-    return Typer(graph, wiring, report).run();
+typing_t work_out_types(const graph_t& graph, const wiring_t& wiring, Report& report, const look_at_block_t& look) {
+    return Typer(graph, wiring, report, look).run();
 }
 
 std::vector<std::size_t> parts_of(const std::vector<std::vector<std::size_t>>& successors) {

@@ -58,10 +58,10 @@ private:
 struct wiring_t {
     std::vector<std::size_t> live;  // in the order of the library's list
     tessel::large_array<wire_t> wires;
-    InputTable<feed_t> typed;       // while types and zones are worked out
-    InputTable<feed_t> running;     // in the run, where casts make it another
-    bool has_double_feeds = false;  // whether two wires may lead to one input
-    bool has_casts = false;
+    InputTable<feed_t> typed;                // while types and zones are worked out
+    InputTable<feed_t> running;              // in the run, where casts make it another
+    bool has_double_feeds = false;           // whether two wires may lead to one input
+    bool has_casts = false;                  // whether `running` counts
     InputTable<char> excused;                // whether an input lacks a source for a reason that is told
     std::unordered_set<std::size_t> needed;  // outports without a number that an input waits for
     std::vector<bool> starves;               // blocks of which an input has no source
@@ -94,6 +94,8 @@ void check_port_numbers(const graph_t& graph, wiring_t& wiring, Report& report);
 /// Inputs that nothing feeds.
 void check_sources(const graph_t& graph, const wiring_t& wiring, Report& report);
 
+/// Whether inputs can have other sources in the run than while types are worked out.
+bool has_casts(const graph_t& graph);
 /// cast blocks become direct links, inputs get the sources that they have in the run.
 void dissolve_casts(const graph_t& graph, wiring_t& wiring, Report& report);
 

@@ -40,6 +40,11 @@ public:
     /// The elements of "blocks" and "links" as pieces of the text, cut when first asked for; null for a text that is
     /// not laid out as an object with these two lists. Whether the pieces are JSON is not looked at.
     const tessel::json::sections_t* sections() const;
+    /// Lets go of the pieces, which take as much as a sixth of the text, until they are asked for again.
+    void forget_sections() const noexcept {
+        is_cut_ = false;
+        sections_.reset();
+    }
 
     /// Lines and columns of values of a text that is JSON, by pointer. Where the text has sections, only the elements
     /// that the pointers lead into are looked through.

@@ -94,6 +94,12 @@ std::vector<block_t> blocks_of(const ModelFile& file) {
 
 /// The bytes of the paths of blocks: each is made of the names on the way to it.
 double length_of_paths(const std::vector<block_t>& blocks, std::size_t prefix) {
+    // most large models are flat
+    if (std::ranges::all_of(blocks, [](const block_t& block) { return block.parent == 0 && block.id != 0; })) {
+        double sum = static_cast<double>(prefix) * static_cast<double>(blocks.size());
+        for (const block_t& block : blocks) sum += static_cast<double>(block.name.size());
+        return sum;
+    }
     std::unordered_map<std::uint64_t, std::size_t> index;
     for (std::size_t i = 0; i < blocks.size(); ++i) index.try_emplace(blocks[i].id, i);
     constexpr double unknown = -1.0;

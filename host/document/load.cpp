@@ -62,7 +62,7 @@ tessel::result_t load(tessel::IMetaModel& model, Document& document) {
         return tessel::result_failure;
     }
     Texts texts(document);
-    return tessel::json::load_text(model, main.text(), texts);
+    return tessel::json::load_text(model, main.text(), texts, main.sections());
 }
 
 }  // namespace zarn

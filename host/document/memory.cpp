@@ -1,8 +1,10 @@
 #include "host/document/memory.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 
 #include "core/format.h"
@@ -23,17 +25,18 @@ double memory_of_text(std::size_t length) {
 
 namespace {
 
-/// How many objects a text can hold, in pieces short enough for a count in one byte, which the compiler turns into
-/// whole registers at a time.
+/// How many objects a text can hold. Counts eight characters at a time: of those that are a brace, what is left of the
+/// difference is a byte of zeros, and of no other.
 std::size_t count_objects(std::string_view text) {
-    constexpr std::size_t piece = 128;
+    constexpr std::uint64_t low = 0x7F7F7F7F7F7F7F7Fu, braces = 0x0101010101010101u * '{';
     std::size_t count = 0;
-    for (; !text.empty(); text.remove_prefix(std::min(piece, text.size()))) {
-        std::uint8_t here = 0;
-        for (const char c : text.substr(0, piece)) here = static_cast<std::uint8_t>(here + (c == '{' ? 1 : 0));
-        count += here;
+    for (; text.size() >= sizeof low; text.remove_prefix(sizeof low)) {
+        std::uint64_t eight = 0;
+        std::memcpy(&eight, text.data(), sizeof eight);
+        eight ^= braces;
+        count += static_cast<std::size_t>(std::popcount(~(((eight & low) + low) | eight | low)));
     }
-    return count;
+    return count + static_cast<std::size_t>(std::ranges::count(text, '{'));
 }
 
 }  // namespace

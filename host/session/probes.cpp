@@ -248,6 +248,7 @@ std::vector<signal_t> find_signals(tessel::IMetaModel& model, const std::vector<
 }
 
 void attach_probes(tessel::IExecModel& exec, std::vector<signal_t>& signals, run_clock_t& clock) {
+    if (signals.empty()) return;
     std::unordered_map<std::uint64_t, tessel::ExecBlock*> objects;
     for (const auto& object : exec)
         if (object != nullptr) objects.try_emplace(object->id(), object.get());
