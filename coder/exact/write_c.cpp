@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "coder/exact/columns.h"
 #include "coder/exact/layout.h"
 #include "coder/exact/step.h"
 #include "core/format.h"
@@ -43,16 +44,6 @@ std::string joined(const std::vector<std::string>& lines) {
 
 std::string number(double v) { return constant_text(type_flt64, bits_of(v)); }
 
-std::string banner(const unit_t& unit) {
-    std::string text =
-        tessel::format("/* {}: made from {} by zarn", unit.name, unit.model.empty() ? "a model" : unit.model);
-    if (!unit.part.empty()) text += tessel::format(", part {}", unit.part);
-    text += "; do not edit.";
-    str::replace_all(text, "*/", "* /");
-    if (!unit.meaning.empty()) text += tessel::format("\n * Model {}", unit.meaning);
-    return text + " */\n";
-}
-
 std::string upper(std::string text) {
     for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
     return text;
@@ -68,7 +59,7 @@ public:
 
     std::string take() {
         write_step();  // it tells what it needs
-        std::string text = banner(unit_) + tessel::format("#include \"{}.h\"\n", unit_.name);
+        std::string text = banner_of(unit_) + tessel::format("#include \"{}.h\"\n", unit_.name);
         const bool sizes = program_.rules.need_sizes();
         std::string constants = constants_text();
         const bool math = program_.math || program_.rules.need_math() ||
@@ -196,9 +187,19 @@ std::string Source::run_text() const {
 
 }  // namespace
 
+std::string banner_of(const unit_t& unit) {
+    std::string text =
+        tessel::format("/* {}: made from {} by zarn", unit.name, unit.model.empty() ? "a model" : unit.model);
+    if (!unit.part.empty()) text += tessel::format(", part {}", unit.part);
+    text += "; do not edit.";
+    str::replace_all(text, "*/", "* /");
+    if (!unit.meaning.empty()) text += tessel::format("\n * Model {}", unit.meaning);
+    return text + " */\n";
+}
+
 text_file_t write_header(const unit_t& unit) {
     const member_t layout = layout_of(unit);
-    std::string text = banner(unit);
+    std::string text = banner_of(unit);
     const std::string guard = upper(unit.name) + "_H";
     text += tessel::format("#ifndef {0}\n#define {0}\n\n#include <stdbool.h>\n#include <stdint.h>\n\n", guard);
     text += "#ifdef __cplusplus\nextern \"C\" {\n#endif\n\n";
@@ -229,7 +230,7 @@ text_file_t write_header(const unit_t& unit) {
 text_file_t write_source(const unit_t& unit) { return {unit.name + ".c", Source(unit).take()}; }
 
 text_file_t write_symbols(const unit_t& unit) {
-    std::string text = banner(unit) + tessel::format("#include \"{0}.h\"\n\n#include <stddef.h>\n\n", unit.name);
+    std::string text = banner_of(unit) + tessel::format("#include \"{0}.h\"\n\n#include <stddef.h>\n\n", unit.name);
     text += tessel::format(
         "typedef struct {{\n    const char *access;\n    const char *path;\n    int32_t port;\n    const char *role;\n"
         "    const char *type;\n    uint64_t offset;\n    uint64_t size;\n}} {0}_symbol_t;\n\n",

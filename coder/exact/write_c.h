@@ -21,6 +21,8 @@ text_file_t write_source(const unit_t& unit);
 /// `N_symbols.c`, which includes `N.h`: `const N_symbol_t N_symbols[]` { access, path, port, role, type, offset, size }
 /// of every member and `const uint32_t N_symbol_count`, for programs that look members up by name.
 text_file_t write_symbols(const unit_t& unit);
+/// `N_main.c`: N_main [IN.csv] > OUT.csv runs the program as long as the model runs.
+text_file_t write_main(const unit_t& unit);
 /// Header and source.
 std::vector<text_file_t> write_c(const unit_t& unit);
 

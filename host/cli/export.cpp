@@ -25,7 +25,9 @@ int export_model(const verb_options_t& options) {
     call.prepare();
     const auto unit = program_of(call.session(), options.how);
     std::filesystem::create_directories(folder);
-    for (const auto& file : tessel::exact::write_c(unit)) std::ofstream(folder / file.name) << file.text;
+    auto files = tessel::exact::write_c(unit);
+    files.push_back(tessel::exact::write_main(unit));
+    for (const auto& file : files) std::ofstream(folder / file.name) << file.text;
     return status_ok;
 }
 
