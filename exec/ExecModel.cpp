@@ -26,25 +26,24 @@ void step_object(ExecBlock& block, double t) noexcept {
     block.step();
 }
 
-/// The objects of one zone, and the threads' shares of them: each thread has as many neighbouring chunks of the
-/// partition as it has at once. A zone that is done sooner than another thread hears of it is not shared.
+/// The objects of one zone, and the threads' shares of them: neighbouring chunks of the partition, equally many but for
+/// one. A zone that is done sooner than another thread hears of it is not shared, unless all are.
 struct shared_zone_t {
     std::vector<position_t> objects;
     partition_t part;
     std::size_t shares;
 
-    shared_zone_t(std::vector<position_t> positions, unsigned threads)
+    shared_zone_t(std::vector<position_t> positions, unsigned threads, bool always)
         : objects(std::move(positions)),
           part(partition_t::of(objects.size(), threads)),
-          shares(objects.size() < narrow * threads ? 1 : threads) {
+          shares(objects.size() < narrow * threads && !always ? 1 : threads) {
         objects.shrink_to_fit();
     }
 
     std::span<const position_t> share(std::size_t i) const noexcept {
         const std::span<const position_t> all(objects);
-        const std::size_t chunks = part.chunks / shares;
-        const std::size_t begin = part.begin_of(i * chunks);
-        return all.subspan(begin, part.end_of(i * chunks + chunks - 1) - begin);
+        const std::size_t begin = part.begin_of(i * part.chunks / shares);
+        return all.subspan(begin, part.begin_of((i + 1) * part.chunks / shares) - begin);
     }
 
     static constexpr std::size_t narrow = 128;  // objects for each thread
@@ -122,7 +121,11 @@ result_t ExecModel::run() noexcept {
     bind();
     const auto setting = [this](const char* key) { return properties->get(key).payload<double>(); };
     const double ti = setting("ti"), tf = setting("tf"), ts = setting("ts");
-    return blocks.size() >= parallel_objects && is_wide() ? run_parallel(ti, tf, ts) : run_serial(ti, tf, ts);
+    const bool parallel = share_all_ || (blocks.size() >= parallel_objects && is_wide());
+    if (parallel) run_parallel(ti, tf, ts);
+    else run_serial(ti, tf, ts);
+    share_all_ = false;
+    return result_ok;
 }
 
 void ExecModel::bind() {
@@ -231,7 +234,7 @@ void ExecModel::run_zones(const Zones& zones, unsigned threads, double ti, doubl
     });
 }
 
-result_t ExecModel::run_serial(double ti, double tf, double ts) {
+void ExecModel::run_serial(double ti, double tf, double ts) {
     for (const auto& block : blocks) {
         if (block == nullptr) continue;
         block->set_time(ti);
@@ -252,7 +255,6 @@ result_t ExecModel::run_serial(double ti, double tf, double ts) {
     }
     for (const auto& block : blocks)
         if (block != nullptr) block->finish();
-    return result_ok;
 }
 
 bool ExecModel::is_wide() const {
@@ -294,7 +296,7 @@ std::unordered_set<std::int32_t> ExecModel::ordered_zones() const {
     return zones;
 }
 
-result_t ExecModel::run_parallel(double ti, double tf, double ts) {
+void ExecModel::run_parallel(double ti, double tf, double ts) {
     const unsigned threads = sys::hardware_threads();
     std::map<std::int32_t, std::vector<position_t>> members;  // of each zone, in the order of the list
     for (std::size_t i = 0; i < blocks.size(); ++i)
@@ -308,7 +310,7 @@ result_t ExecModel::run_parallel(double ti, double tf, double ts) {
         std::vector<position_t> positions(entries.size());
         std::iota(positions.begin(), positions.end(), static_cast<position_t>(order.size()));
         order.insert(order.end(), entries.begin(), entries.end());
-        zones.emplace_back(std::move(positions), ordered.contains(zone) ? 1 : threads);
+        zones.emplace_back(std::move(positions), ordered.contains(zone) ? 1 : threads, share_all_);
     }
 
     parallel_for_each(blocks, [ti](ExecBlock& block) {
@@ -335,7 +337,6 @@ result_t ExecModel::run_parallel(double ti, double tf, double ts) {
         });
     }
     parallel_for_each(blocks, [](ExecBlock& block) { block.finish(); });
-    return result_ok;
 }
 
 }  // namespace tessel

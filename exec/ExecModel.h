@@ -39,6 +39,10 @@ public:
     void attach(std::vector<attachment_t> attachments) override;
     std::unique_ptr<IStepper> start() override;
 
+    /// Lets the next run take the parallel path whatever the model's size, with every zone shared that can be: for who
+    /// compares the paths of a run.
+    void share_next_run() noexcept { share_all_ = true; }
+
     /// A run's path is the parallel one from this many objects on, when at least `wide_zones` zones hold more than
     /// `wide_zone` objects each.
     static constexpr std::size_t parallel_objects = 8096;
@@ -73,11 +77,12 @@ private:
     void set_enables(const IdIndex<ExecBlock>& index);
     /// Whether enough zones are wide enough for the parallel run.
     bool is_wide() const;
-    result_t run_serial(double ti, double tf, double ts);
-    result_t run_parallel(double ti, double tf, double ts);
+    void run_serial(double ti, double tf, double ts);
+    void run_parallel(double ti, double tf, double ts);
 
     RunMonitor* monitor_ = nullptr;
     engine_t engine_ = engine_t::plan;
+    bool share_all_ = false;
     std::vector<ExecBlock*> enables_;   // those of enable_blocks, in the order of what they gate
     large_array<std::uint32_t> gates_;  // of each entry of `blocks`: 1 + which of them gates it, 0 for none
 };

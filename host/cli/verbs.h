@@ -19,6 +19,7 @@ void add_generate(CLI::App& app, int& status);
 void add_draw(CLI::App& app, int& status);
 void add_blocks(CLI::App& app, int& status);
 void add_diff(CLI::App& app, int& status);
+void add_verify(CLI::App& app, int& status);
 void add_verify_engines(CLI::App& app, int& status);
 void add_schema(CLI::App& app, int& status);
 void add_pages(CLI::App& app, int& status);

@@ -17,7 +17,7 @@ class Inspect(CommandTest):
         self.write("m.json", gated())
         answer = self.inspect("m.json")
         self.assertEqual(
-            list(answer), ["schema", "result", "result_name", "console", "log", "blocks", "links", "enable_map"]
+            list(answer), ["schema", "result", "result_name", "meaning", "console", "log", "blocks", "links", "enable_map"]
         )
         self.assertEqual((answer["result"], answer["result_name"], answer["console"]), (0, "result_ok", []))
         self.assertEqual(answer["log"][:2], ["validate [enter]", "validate [leave]"])
@@ -394,7 +394,7 @@ class VerifyEngines(CommandTest):
         self.write("m.json", model)
         self.check(
             "verify-engines", "m.json", "-e", "import itertools; numbers = itertools.count()", status=1,
-            out="step 0: mainsys.two (constant) output 0: objects ",
+            out="step 0, t = 0.0 s: mainsys.two (constant) output 0: expected ",
         )
 
 

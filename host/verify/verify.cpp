@@ -1,0 +1,171 @@
+#include "host/verify/verify.h"
+
+#include <algorithm>
+#include <chrono>
+
+#include "core/format.h"
+#include "formula/formula.h"
+#include "framework/MetaBlock.h"
+#include "framework/classes.h"
+
+namespace zarn::verify {
+namespace {
+
+using tessel::engine_t;
+
+class Verification {
+public:
+    Verification(Session& session, const around_t& around, const request_t& request,
+                 const std::function<void(const row_t&)>& on_row)
+        : session_(session), around_(around), request_(request), on_row_(on_row) {}
+    report_t go();
+
+private:
+    bool wants(std::string_view group) const {
+        return request_.groups.empty() || std::ranges::find(request_.groups, group) != request_.groups.end();
+    }
+    look_t whole() const { return {.steps = request_.steps}; }
+    std::unique_ptr<Way> way(recipe_t recipe) const { return in_process(session_, around_, std::move(recipe)); }
+    void add(row_t row);
+    void go_reference();
+    /// Goes a way and compares it with what the reference left.
+    void judge(Way& way, Way& reference, const seen_t& expected);
+    void judge_second_runs();
+    bool is_library_function(std::uint64_t block) const;
+
+    Session& session_;
+    const around_t& around_;
+    const request_t& request_;
+    const std::function<void(const row_t&)>& on_row_;
+    std::unique_ptr<Way> reference_;
+    seen_t expected_;
+    report_t report_;
+};
+
+/// Seconds of what `work` does.
+template <class Work>
+double timed(const Work& work) {
+    const auto begin = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+}
+
+bool is_library_op(tessel::op_t op) {
+    using enum tessel::op_t;
+    switch (op) {
+        case sine:
+        case cosine:
+        case tangent:
+        case arc_sine:
+        case arc_cosine:
+        case arc_tangent:
+        case logarithm:
+        case power: return true;
+        default: return false;
+    }
+}
+
+void Verification::add(row_t row) {
+    if (on_row_) on_row_(row);
+    report_.rows.push_back(std::move(row));
+}
+
+void Verification::go_reference() {
+    reference_ = way({.name = "objects", .engine = engine_t::objects});
+    const double seconds = timed([&] { expected_ = reference_->run(whole()); });
+    report_.ports = reference_->ports().size();
+    report_.steps = expected_.trace.steps;
+    add({.way = reference_->name(), .verdict = verdict_t::reference, .seconds = seconds});
+}
+
+bool Verification::is_library_function(std::uint64_t id) const {
+    auto* block = session_.model().find_block(id);
+    if (block == nullptr || tessel::factory::find_class(block->class_hash()) == nullptr) return false;
+    const auto formula = static_cast<tessel::MetaBlock&>(*block).formula();
+    return formula && std::ranges::any_of(formula->values, is_library_op, &tessel::value_t::op);
+}
+
+void Verification::judge(Way& way, Way& reference, const seen_t& expected) {
+    row_t row{.way = way.name()};
+    try {
+        seen_t got;
+        row.seconds = timed([&] { got = way.run(whole()); });
+        row.difference = compare(reference, expected, way, got, request_.steps);
+        if (row.difference) {
+            row.verdict = verdict_t::differs;
+            add_inputs(*row.difference, *reference_, way, request_.steps);
+            row.by_library_function = is_library_function(row.difference->port.block);
+        }
+    } catch (const Skipped& skipped) {
+        row.verdict = verdict_t::skipped;
+        row.reason = skipped.what();
+    } catch (const SessionError&) {
+        throw;
+    } catch (const std::runtime_error& error) {
+        row.verdict = verdict_t::failed;
+        row.reason = error.what();
+    }
+    add(std::move(row));
+}
+
+/// A second run finds the states that the first has left: it has a reference of its own.
+void Verification::judge_second_runs() {
+    const auto first = way({.name = "objects, second run", .engine = engine_t::objects, .runs = 2});
+    const auto second = way({.name = "plan, second run", .runs = 2});
+    const seen_t expected = first->run(whole());
+    judge(*second, *first, expected);
+}
+
+report_t Verification::go() {
+    for (const std::string& name : request_.groups)
+        if (std::ranges::none_of(groups(), [&](const group_t& group) { return name == group.name; })) {
+            std::string known;
+            for (const group_t& group : groups())
+                known += tessel::format("{}{}", known.empty() ? "" : ", ", group.name);
+            throw SessionError(problem_t::usage, tessel::format("there is no way '{}'; there are {}", name, known));
+        }
+    around_.prepare();
+    go_reference();
+    const auto judge_as = [&](recipe_t recipe) { judge(*way(std::move(recipe)), *reference_, expected_); };
+    if (wants("plan")) judge_as({.name = "plan", .load = true});
+    if (wants("unwatched")) judge_as({.name = "plan, nobody looking", .watched = false});
+    if (wants("again")) judge_second_runs();
+    if (wants("threads"))
+        for (const unsigned count : {1u, 2u, 3u, 8u})
+            judge_as({.name = tessel::format("{} thread{}", count, count == 1 ? "" : "s"), .threads = count});
+    return std::move(report_);
+}
+
+}  // namespace
+
+const std::vector<group_t>& groups() {
+    static const std::vector<group_t> all{
+        {"plan", "the plan that a run makes"},
+        {"unwatched", "the plan when nobody looks into the run: values behind it"},
+        {"again", "a second run of the same objects"},
+        {"threads", "the parallel path with 1, 2, 3 and 8 threads"},
+    };
+    return all;
+}
+
+const char* verdict_name(verdict_t verdict) {
+    switch (verdict) {
+        case verdict_t::reference: return "reference";
+        case verdict_t::equal: return "equal";
+        case verdict_t::differs: return "differs";
+        case verdict_t::skipped: return "skipped";
+        default: return "failed";
+    }
+}
+
+bool report_t::is_good() const {
+    return std::ranges::none_of(
+        rows, [](const row_t& row) { return row.verdict == verdict_t::differs || row.verdict == verdict_t::failed; });
+}
+
+report_t verify(Session& session, const around_t& around, const request_t& request,
+                const std::function<void(const row_t&)>& on_row) {
+    return Verification(session, around, request, on_row).go();
+}
+
+}  // namespace zarn::verify
