@@ -170,6 +170,11 @@ py::dict PySession::draw(const std::string& level, int depth, bool relayout, dou
     return answer;
 }
 
+std::string PySession::meaning() {
+    const unlocked others;
+    return session_->meaning();
+}
+
 /// Where the blocks of the file itself would stand in a picture, by their places in its list.
 py::list PySession::layout() {
     struct place_t {
@@ -213,7 +218,8 @@ void add_session(py::module_& module) {
              py::arg("objects") = false)
         .def("explain", &PySession::explain, py::arg("path"), py::arg("json"))
         .def("draw", &PySession::draw, py::arg("level"), py::arg("depth"), py::arg("relayout"), py::arg("seconds"))
-        .def("layout", &PySession::layout);
+        .def("layout", &PySession::layout)
+        .def("meaning", &PySession::meaning);
 }
 
 }  // namespace zarn::module

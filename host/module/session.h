@@ -40,6 +40,7 @@ public:
     std::string explain(const std::string& path, bool json);
     py::dict draw(const std::string& level, int depth, bool relayout, double seconds);
     py::list layout();
+    std::string meaning();
     py::list console() const;
 
     Session& session() { return *session_; }

@@ -12,10 +12,14 @@ one `TimeSeries` for each `to_workspace` block.
 
 # What is not needed in a workspace is imported when it is first used.
 _PLACES = {
-    "load": "_load",
-    "loads": "_load",
-    "Model": "_load",
+    "load": "_models",
+    "loads": "_models",
+    "subsystem": "_models",
+    "Model": "_models",
+    "Signal": "_build",
+    "Block": "_build",
     "Run": "_run",
+    "Comparison": "_run",
     "Series": "_series",
     "Stepper": "_stepper",
     "Snapshot": "_stepper",
