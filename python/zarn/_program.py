@@ -90,6 +90,9 @@ class _Nested(_Program):
         for source, source_port, target, port, _ in self.model._links:
             if (id(target), port) in self.sources or source.parent is not target.parent:
                 return False
+            rule = RULES.get(source.block_class)
+            if rule is not None and not 0 <= source_port < rule.outputs:
+                return False
             self.sources[id(target), port] = (source, source_port)
         return True
 
@@ -144,13 +147,15 @@ class _Nested(_Program):
         while rest:
             block = next((block for block in rest if self._is_ready(block)), None)
             if block is None:
-                block = next((block for block in rest if block.block_class == "memory"), rest[0])
+                block = rest[0]
             rest.remove(block)
             self._write_block(block, indent)
         for block in outports:
             self._write_outport(block, indent)
 
     def _is_ready(self, block: Block) -> bool:
+        if block.block_class == "memory":
+            return True  # it closes loops, and its kind stays in order
         count = _input_count(block)
         return all(
             (id(block), port) not in self.sources or id(self.sources[id(block), port][0]) in self.ready
