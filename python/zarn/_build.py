@@ -331,9 +331,13 @@ class Builder:
                 if (place, name) not in names:
                     break
             self._numbered[numbered] = number
-        elif (place, name) in names:
-            where = scope.path if scope is not None else "mainsys"
-            raise UsageError(f"{where}: there is a block {name!r} already")
+        else:
+            # a port can be called as the block is that it leads to
+            key = name if block_class not in ("inport", "outport") else f"{block_class} {name}"
+            if (place, key) in names:
+                where = scope.path if scope is not None else "mainsys"
+                raise UsageError(f"{where}: there is {'a block' if key is name else 'an'} {key!r} already")
+            names[place, key] = 1
         names[place, name] = 1
         block = Block(self, block_class, name, scope, parameters)
         self._blocks.append(block)

@@ -196,7 +196,7 @@ class Model(Macros, AskedModel):
 
     def _twin(self, name: Optional[str], parent: Optional[Block]) -> Optional[str]:
         """A file can have two blocks of one name, and a program that is made of it as well."""
-        return self._free_name(parent, name) if name is not None else None
+        return self._free_name(parent, name) if name is not None else None  # the name itself follows
 
     def wire(self, source: Signal, target: Block, port: int = 0) -> None:
         """Feeds an input of a block; -1 is the enable of a subsystem."""
@@ -208,12 +208,12 @@ class Model(Macros, AskedModel):
         self._understand()
         return list(self._blocks)
 
-    def find(self, path: str) -> Block:
-        """The block at a path, with or without "mainsys."."""
+    def find(self, path: str, block_class: str = "") -> Block:
+        """The block at a path, with or without "mainsys."; of that class where several have one path."""
         self._understand()
         wanted = path if path.startswith("mainsys.") else f"mainsys.{path}"
         for block in self._blocks:
-            if block.path == wanted:
+            if block.path == wanted and block_class in ("", block.block_class):
                 return block
         raise UsageError(f"{self._name}: there is no block {path}")
 
@@ -346,6 +346,8 @@ class Model(Macros, AskedModel):
         for block in self._blocks:
             place = id(block.parent) if block.parent is not None else None
             self._names[place, block.name] = 1
+            if block.block_class in ("inport", "outport"):
+                self._names[place, f"{block.block_class} {block.name}"] = 1
             ports = self._root if block.parent is None else block.parent.ports
             if ports is None:
                 continue

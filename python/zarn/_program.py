@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import keyword
 import re
-from collections import defaultdict
+from collections import Counter, defaultdict
 from typing import TYPE_CHECKING, Any, Optional
 
 from zarn._blocks import RULES
@@ -83,6 +83,7 @@ class _Nested(_Program):
             self.inside[id(block.parent) if block.parent is not None else None].append(block)
         self.sources: dict[tuple[int, int], tuple[Block, int]] = {}
         self.late: list[str] = []
+        self.named = Counter(map(_kind, model._blocks))
         self.ready: set[int] = set()
         self.fits = self._take_links() and all(map(self._is_plain, model._blocks))
 
@@ -99,9 +100,7 @@ class _Nested(_Program):
     def _is_plain(self, block: Block) -> bool:
         """Whether its function says all of it."""
         siblings = self.inside[id(block.parent) if block.parent is not None else None]
-        if not isinstance(block.name, str) or not block.name:
-            return False
-        if sum(other.name == block.name for other in siblings) > 1 if len(siblings) < 2000 else False:
+        if not isinstance(block.name, str) or not block.name or self.named[_kind(block)] > 1:
             return False
         inner = self.inside.get(id(block), [])
         if block.block_class == "subsys":
@@ -204,7 +203,7 @@ class _Nested(_Program):
         self.written.append(block)
         place = "m" if block.parent is None else self.names[id(block.parent)]
         self.lines.append(f"{indent}{place}.output({block.name!r}, {self._source(block, 0)})")
-        self._wire_later(block, 0, f"m.find({block.path!r})")
+        self._wire_later(block, 0, f"m.find({block.path!r}, 'outport')")
 
     def _write_block(self, block: Block, indent: str) -> None:
         self.written.append(block)
@@ -269,6 +268,12 @@ class _Nested(_Program):
                 block = next(one for one in self.model._blocks if id(one) == int(source))
                 self.lines[at] = f"m.wire({self._signal(block, int(source_port))}, {target}, {port})"
         return super().text()
+
+
+def _kind(block: Block) -> tuple[Optional[int], str, str]:
+    """What no two blocks of a program share: a port can be called as another block is."""
+    port = block.block_class if block.block_class in ("inport", "outport") else ""
+    return (id(block.parent) if block.parent is not None else None, port, block.name)
 
 
 def _parents_first(blocks: list[Block]) -> list[Block]:
