@@ -281,9 +281,9 @@ std::string shown_name(const Diagram& diagram, const Node& node) {
     return block.name;
 }
 
-bool place_as_drawn(const Diagram& diagram, Page& page) {
-    if (!usable(diagram, page)) return false;
-    const double k = enlargement(diagram, page);
+bool place_as_drawn(const Diagram& diagram, Page& page, bool as_written) {
+    if (!as_written && !usable(diagram, page)) return false;
+    const double k = as_written ? 1 : enlargement(diagram, page);
     auto& nodes = page.scene.nodes;
     std::vector<bool> done(nodes.size(), false);
     for (std::size_t i = 0; i < nodes.size(); ++i) {
@@ -296,7 +296,7 @@ bool place_as_drawn(const Diagram& diagram, Page& page) {
         node.box = {block.x * k, block.y * k, side(block.width, node.symbol.width),
                     side(block.height, node.symbol.height)};
         node.rotation = block.rotation;
-        done[i] = block.placed;
+        done[i] = as_written || block.placed;
     }
     for (std::size_t i = 0; i < nodes.size(); ++i) {
         if (done[i]) continue;

@@ -29,8 +29,8 @@ struct Page {
 };
 
 /// Puts blocks where the file has them, enlarged alike when they are small. False when the file has no usable
-/// positions: then `layout_graph` and `accept_layout` place the blocks.
-bool place_as_drawn(const Diagram& diagram, Page& page);
+/// positions: then `layout_graph` and `accept_layout` place the blocks. `as_written` takes the positions as they are.
+bool place_as_drawn(const Diagram& diagram, Page& page, bool as_written = false);
 
 /// The page as the layout programs take it.
 LayoutGraph layout_graph(const Diagram& diagram, const Page& page);

@@ -243,6 +243,7 @@ private:
             if (!above) corners.push_back(over);
             for (const double x : {to_right, to_left})
                 for (const double y : {under.y, over.y}) corners.push_back({x, y});
+            label.block = node.block;
             settle(label, corners, taken);
             taken.add(label.box);
             page.scene.labels.push_back(std::move(label));
@@ -284,7 +285,7 @@ private:
 
     Wire wire_of(const PageLink& link, Polyline path) const {
         const std::size_t source = page.scene.nodes[link.from].block;
-        return {std::move(path), source, diagram_.links[link.link].type, broken(link), true};
+        return {std::move(path), source, diagram_.links[link.link].type, broken(link), true, link.link};
     }
 
     void lay_wires() {
@@ -346,12 +347,14 @@ private:
             wire.source = leaves ? page.scene.nodes[stray.from].block : other;
             wire.broken = other == none;
             wire.arrow = true;
+            wire.link = stray.link;
             wire_pieces_.push_back(pieces_of({wire.path}));
             page.scene.wires.push_back(std::move(wire));
             wire_links_.push_back(none);
             const std::string text = other == none ? tessel::format("no block {}", id)
                                                    : (leaves ? "to " : "from ") + diagram_.short_path(other);
             Label label = make_label(other == none ? Label::Kind::broken : Label::Kind::link, text, type_size, 190);
+            label.link = stray.link;
             const double x = port.out.x < 0 ? end.x - label.box.w - 3 : end.x + 3;
             const Point corner{x, end.y - label.box.h / 2};
             settle(label, {&corner, 1}, {});
@@ -367,15 +370,16 @@ private:
             const Wire& wire = page.scene.wires[w];
             const Link& link = diagram_.links[wire_links_[w]];
             const bool first = typed.emplace(std::pair(link.source, link.source_port), true).second;
-            if (first && !wire.type.empty()) put(Label::Kind::type, wire.type, type_size, wire.path, taken);
+            if (first && !wire.type.empty()) put(Label::Kind::type, wire.type, type_size, wire, taken);
             const bool unsaid = named.emplace(std::tuple(link.source, link.source_port, link.label), true).second;
-            if (unsaid && !link.label.empty()) put(Label::Kind::link, link.label, link_label_size, wire.path, taken);
+            if (unsaid && !link.label.empty()) put(Label::Kind::link, link.label, link_label_size, wire, taken);
         }
     }
 
-    void put(Label::Kind kind, const std::string& text, double size, const Polyline& path, Taken& taken) {
+    void put(Label::Kind kind, const std::string& text, double size, const Wire& wire, Taken& taken) {
         Label label = make_label(kind, text, size, 150);
-        settle(label, beside(path, label), taken);
+        label.link = wire.link;
+        settle(label, beside(wire.path, label), taken);
         taken.add(label.box);
         page.scene.labels.push_back(std::move(label));
     }
@@ -422,7 +426,7 @@ void lay_out(const Diagram& diagram, std::vector<PageMaker>& makers, const DrawO
     std::vector<std::size_t> small_pages;
     for (std::size_t i = 0; i < makers.size(); ++i) {
         Page& page = makers[i].page;
-        if (!options.relayout && place_as_drawn(diagram, page)) continue;
+        if (!options.relayout && place_as_drawn(diagram, page, options.as_written)) continue;
         LayoutGraph graph = layout_graph(diagram, page);
         if (graph.nodes.size() <= most_for_dot) {
             small.push_back(std::move(graph));

@@ -30,6 +30,8 @@ struct Label {
     double size = 10;
     Rect box;
     std::string hint;  ///< the whole text when it had to be shortened
+    std::size_t block = none;  ///< that it names
+    std::size_t link = none;   ///< beside whose wire it stands
 };
 
 struct Scene;
@@ -52,6 +54,7 @@ struct Wire {
     std::string type;           ///< short name, "" while unknown
     bool broken = false;
     bool arrow = true;
+    std::size_t link = none;  ///< that it stands for
 };
 
 /// A dot where wires of one signal part.
@@ -76,6 +79,7 @@ struct DrawOptions {
     int depth = 0;             ///< so many levels of subsystems are drawn with their content in place
     std::size_t level = none;  ///< the one subsystem that is drawn, `none` for all
     bool relayout = false;     ///< passes over the positions of the file
+    bool as_written = false;   ///< one pixel is one unit of the file, and every block stands where the diagram has it
     std::chrono::milliseconds layout_limit{10'000};  ///< for Graphviz's dot
 };
 

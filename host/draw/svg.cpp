@@ -5,6 +5,7 @@
 #include <unordered_map>
 
 #include "core/format.h"
+#include "host/draw/figures.h"
 #include "host/draw/text.h"
 
 namespace zarn::draw {
@@ -16,8 +17,6 @@ constexpr double padding = 22;  // inside a panel
 constexpr double note_height = 17;
 constexpr double least_width = 420;
 constexpr std::size_t most_titles = 2;  // further references that the title of their content names
-constexpr double text_size = 11;
-constexpr double port_text_size = 9;
 
 constexpr const char* style = R"(
 text { font-family: Helvetica, Arial, 'Liberation Sans', 'DejaVu Sans', sans-serif; fill: #1e293b; }
@@ -52,27 +51,6 @@ text { font-family: Helvetica, Arial, 'Liberation Sans', 'DejaVu Sans', sans-ser
 .port { fill: #475569; }
 .halo { paint-order: stroke; stroke: #ffffff; stroke-width: 3px; stroke-linejoin: round; }
 )";
-
-/// The inside of a file's colour is dark: texts on it are white.
-bool is_dark(const std::array<double, 4>& c) { return c[3] > 0.5 && 0.299 * c[0] + 0.587 * c[1] + 0.114 * c[2] < 0.45; }
-
-int byte_of(double v) { return static_cast<int>(std::lround(v * 255)); }
-
-const char* type_class(const std::string& type) {
-    if (type == "bool") return " bool";
-    return type.starts_with("int") || type.starts_with("uint") ? " int" : "";
-}
-
-/// Whether a "^" in the caption is not the user's own: it starts what stands above the line.
-bool raises(const Block& block) {
-    const char* caption = block.traits->caption;
-    return caption != nullptr && std::string_view(caption).find('^') != std::string_view::npos;
-}
-
-const char* family(const Block& block) {
-    if (block.traits->family == tessel::family_t::source) return " source";
-    return block.traits->family == tessel::family_t::state ? " state" : "";
-}
 
 class Writer {
 public:
@@ -160,16 +138,9 @@ private:
 
     // ---- wires
 
-    static std::string path_data(const Polyline& path) {
-        std::string data;
-        for (std::size_t i = 0; i < path.size(); ++i)
-            data += tessel::format("{}{} {}", i == 0 ? "M" : "L", num(path[i].x), num(path[i].y));
-        return data;
-    }
-
     void wire(const Wire& w) {
         if (w.path.size() < 2) return;
-        const char* kind = w.broken ? " broken" : type_class(w.type);
+        const char* kind = wire_style(w);
         const Point end = w.path.back(), before = w.path[w.path.size() - 2];
         const double length = std::hypot(end.x - before.x, end.y - before.y);
         Polyline shaft = w.path;
@@ -184,7 +155,7 @@ private:
     }
 
     void joint(const Joint& j) {
-        line(R"(<circle class="joint{}" cx="{}" cy="{}" r="2.6"/>)", type_class(j.type), num(j.at.x), num(j.at.y));
+        line(R"(<circle class="joint{}" cx="{}" cy="{}" r="2.6"/>)", type_style(j.type), num(j.at.x), num(j.at.y));
     }
 
     // ---- blocks
@@ -195,130 +166,12 @@ private:
         const bool leads = panel != panels_.end();
         if (leads) line("<a href=\"#page-{}\">", panel->second);
         line(R"(<g class="node" data-class="{}" data-id="{}">)", escape(block.class_name), block.id);
-        line("<title>{}</title>", escape(tooltip(n)));
-        outline(n, block);
-        if (n.inner != nullptr) {
-            content(n, block);
-        } else {
-            icon(n);
-            caption(n, block);
-        }
-        ports(n, block);
+        line("<title>{}</title>", escape(tooltip_of(diagram_, n.block)));
+        figures(body_of(block, n));
+        if (n.inner != nullptr) content(n, block);
+        figures(ports_of(block, n));
         line("</g>");
         if (leads) line("</a>");
-    }
-
-    std::string tooltip(const Node& n) const {
-        const Block& block = diagram_.blocks[n.block];
-        std::string text = diagram_.short_path(n.block) + " (" + block.class_name + ")";
-        for (const auto& [key, value] : block.parameters) text += "; " + key + " = " + value;
-        return text;
-    }
-
-    static std::string fill(const Block& block) {
-        const auto& c = block.color;
-        if (c[3] <= 0) return {};
-        std::string attribute =
-            tessel::format(" style=\"fill:#{:02x}{:02x}{:02x}", byte_of(c[0]), byte_of(c[1]), byte_of(c[2]));
-        if (c[3] < 1) attribute += ";fill-opacity:" + tessel::format("{:.2f}", c[3]);
-        return attribute + "\"";
-    }
-
-    static std::string turn(const Node& n) {
-        if (n.rotation == 0) return {};
-        const Point c = n.box.center();
-        return tessel::format(" transform=\"rotate({} {} {})\"", num(n.rotation), num(c.x), num(c.y));
-    }
-
-    void outline(const Node& n, const Block& block) {
-        const Rect& b = n.box;
-        const std::string classes = std::string("block") + family(block) + (block.failed ? " failed" : "");
-        const std::string rest = fill(block) + turn(n);
-        const auto rect = [&](const std::string& kind, const Rect& r, double corner, const std::string& more) {
-            line(R"(<rect class="{}" x="{}" y="{}" width="{}" height="{}" rx="{}"{}/>)", kind, num(r.x), num(r.y),
-                 num(r.w), num(r.h), num(corner), more);
-        };
-        const double nose = std::min(b.h / 2, b.w / 3);
-        switch (n.symbol.shape) {
-            case Shape::circle:
-                line(R"(<ellipse class="{}" cx="{}" cy="{}" rx="{}" ry="{}"{}/>)", classes, num(b.center().x),
-                     num(b.center().y), num(b.w / 2), num(b.h / 2), rest);
-                return;
-            case Shape::pill: rect(classes + " tag", b, std::min(b.w, b.h) / 2, rest); return;
-            case Shape::goto_tag:
-                line(R"(<path class="{} tag" d="M{} {}H{}L{} {}L{} {}H{}z"{}/>)", classes, num(b.x), num(b.y),
-                     num(b.right() - nose), num(b.right()), num(b.center().y), num(b.right() - nose), num(b.bottom()),
-                     num(b.x), rest);
-                return;
-            case Shape::from_tag:
-                line(R"(<path class="{} tag" d="M{} {}H{}V{}H{}L{} {}z"{}/>)", classes, num(b.x), num(b.y),
-                     num(b.right()), num(b.bottom()), num(b.x), num(b.x + nose), num(b.center().y), rest);
-                return;
-            case Shape::frame:
-                rect(classes + " frame", b, 3, rest);
-                if (std::min(b.w, b.h) > 12) rect("inner", b.grown(-3.5), 2, turn(n));
-                return;
-            case Shape::screen:
-                rect(classes, b, 3, rest);
-                if (std::min(b.w, b.h) > 14) rect("screen", b.grown(-5), 2, turn(n));
-                return;
-            case Shape::unknown: rect("block unknown", b, 2, rest); return;
-            default: rect(classes, b, 2, rest); return;
-        }
-    }
-
-    /// Room for text or an icon in the middle, inside of the ports' names.
-    Rect middle(const Node& n) const {
-        const Rect b = n.bounds();
-        const double slant = n.symbol.shape == Shape::goto_tag || n.symbol.shape == Shape::from_tag ? b.h / 4 : 0;
-        const double inset = std::min(4.0, b.w / 8) + slant;
-        const bool names = shows_port_names(n) && n.symbol.shape != Shape::circle;
-        const double left = inset + (names ? widest(n.inputs) : 0), right = inset + (names ? widest(n.outputs) : 0);
-        const double above = std::min(4.0, b.h / 8);
-        return {b.x + left, b.y + above, b.w - left - right, b.h - 2 * above};
-    }
-
-    static double widest(const std::vector<Port>& ports) {
-        double width = 0;
-        for (const Port& port : ports)
-            if (!port.label.empty()) width = std::max(width, text_width(port.label, port_text_size) + 5);
-        return width;
-    }
-
-    void icon(const Node& n) {
-        const Rect room = middle(n);
-        const double half_h = std::min(room.h / 2 * 0.72, 16.0);
-        const double half_w = std::min(room.w / 2 * 0.8, half_h * 1.35);
-        const Point c = room.center();
-        const auto placed = [&](const Polyline& strokes) {
-            Polyline points;
-            for (const Point p : strokes) points.push_back({c.x + p.x * half_w, c.y + p.y * half_h});
-            return path_data(points);
-        };
-        for (const auto& axis : n.symbol.icon.axes) line(R"(<path class="axis" d="{}"/>)", placed(axis));
-        for (const auto& stroke : n.symbol.icon.strokes) line(R"(<path class="icon" d="{}"/>)", placed(stroke));
-        for (const Point p : n.symbol.icon.dots)
-            line(R"(<circle class="dot" cx="{}" cy="{}" r="1.9"/>)", num(c.x + p.x * half_w), num(c.y + p.y * half_h));
-    }
-
-    void caption(const Node& n, const Block& block) {
-        if (n.symbol.text.empty() || n.symbol.shape == Shape::circle) return;
-        const Rect room = middle(n);
-        double size = std::min(text_size, room.h * 0.75);
-        const bool sign = block.traits->large_caption && text_width(n.symbol.text, 1) < 0.9;
-        if (sign) size = std::min(18.0, room.h * 0.7);
-        if (n.symbol.shape == Shape::frame && n.symbol.inputs.empty()) size = std::min(size, 10.0);
-        // a long text may become smaller before it is cut
-        while (size > 7 && text_width(n.symbol.text, size) > room.w) size -= 0.5;
-        const std::string text = fit(n.symbol.text, size, room.w);
-        const auto raised = text.find('^');
-        const std::string head = tessel::format(R"(<text x="{}" y="{}" font-size="{}" text-anchor="middle"{}>)",
-                                                num(room.center().x), num(room.center().y + size * 0.36), num(size),
-                                                is_dark(block.color) ? " style=\"fill:#ffffff\"" : "");
-        if (!raises(block) || raised == std::string::npos) line("{}{}</text>", head, escape(text));
-        else
-            line(R"({}{}<tspan dy="{}" font-size="{}">{}</tspan></text>)", head, escape(text.substr(0, raised)),
-                 num(-size * 0.4), num(size * 0.75), escape(text.substr(raised + 1)));
     }
 
     void content(const Node& n, const Block& block) {
@@ -329,71 +182,60 @@ private:
         line("</g>");
     }
 
-    // ---- ports
+    // ---- figures
 
-    /// Names of ports are shown where the block is large enough for them.
-    static bool shows_port_names(const Node& n) {
-        const Rect b = n.bounds();
-        const auto rows = static_cast<double>(std::max(n.inputs.size(), n.outputs.size()));
-        const double beside = widest(n.inputs) + widest(n.outputs);
-        const bool icon = !n.symbol.icon.strokes.empty();
-        const double center = icon ? 34 : std::min(text_width(n.symbol.text, text_size), 16.0) + 12;
-        return rows > 0 && b.h / rows >= 8 && b.w >= beside + (n.symbol.shape == Shape::frame ? 6 : center);
+    void figures(const std::vector<Figure>& list) {
+        for (const Figure& f : list) figure(f);
     }
 
-    void ports(const Node& n, const Block& block) {
-        const bool relay = block.is("inport") || block.is("outport") || block.is("enable");
-        for (const auto* list : {&n.inputs, &n.outputs}) {
-            const bool input = list == &n.inputs;
-            for (const Port& port : *list) {
-                if (port.number == enable_port && input) enable_mark(port);
-                if (!port.linked && !relay) open_mark(port, input);
-                if (port.number != enable_port || !input) port_name(n, block, port);
-            }
+    void figure(const Figure& f) {
+        const std::string kind = f.style.empty() ? "" : " class=\"" + f.style + "\"";
+        const std::string rest = fill(f) + turn(f);
+        switch (f.kind) {
+            case Figure::Kind::rect:
+                line(R"(<rect{} x="{}" y="{}" width="{}" height="{}" rx="{}"{}/>)", kind, num(f.box.x), num(f.box.y),
+                     num(f.box.w), num(f.box.h), num(f.radius), rest);
+                return;
+            case Figure::Kind::ellipse:
+                line(R"(<ellipse{} cx="{}" cy="{}" rx="{}" ry="{}"{}/>)", kind, num(f.box.center().x),
+                     num(f.box.center().y), num(f.box.w / 2), num(f.box.h / 2), rest);
+                return;
+            case Figure::Kind::dot:
+                line(R"(<circle{} cx="{}" cy="{}" r="{}"/>)", kind, num(f.box.center().x), num(f.box.center().y),
+                     num(f.box.w / 2));
+                return;
+            case Figure::Kind::path:
+                line(R"(<path{}{} d="{}"{}/>)", kind,
+                     f.stroke_width > 0 ? " style=\"stroke-width:" + num(f.stroke_width) + "\"" : "", f.path, rest);
+                return;
+            case Figure::Kind::text: text(f, kind); return;
         }
     }
 
-    void port_name(const Node& n, const Block& block, const Port& port) {
-        const bool circle = n.symbol.shape == Shape::circle;
-        if (port.label.empty() || (!circle && !port.broken && !shows_port_names(n))) return;
-        const double inside = circle ? std::min(n.box.w, n.box.h) * 0.26 : n.symbol.shape == Shape::frame ? 7 : 5;
-        const Point at = port.at - port.out * inside;
-        const char* anchor = circle || port.out.x == 0 ? "middle" : port.out.x < 0 ? "start" : "end";
-        const double size = circle ? std::clamp(n.box.w * 0.36, 7.0, 13.0) : port_text_size;
-        const double limit = n.symbol.shape == Shape::frame ? n.bounds().w / 2 - 6 : n.bounds().w;
-        const double drop = circle || port.out.x != 0 ? 0.34 : port.out.y < 0 ? 0.9 : 0;
-        line(R"(<text class="{}" x="{}" y="{}" font-size="{}" text-anchor="{}"{}>{}</text>)",
-             port.broken ? "bad" : "port", num(at.x), num(at.y + size * drop), num(size), anchor,
-             is_dark(block.color) && !port.broken ? " style=\"fill:#ffffff\"" : "",
-             escape(fit(port.label, size, limit)));
+    void text(const Figure& f, const std::string& kind) {
+        const std::string raised =
+            f.raised.empty() ? ""
+                             : tessel::format(R"(<tspan dy="{}" font-size="{}">{}</tspan>)", num(-f.size * 0.4),
+                                              num(f.size * 0.75), escape(f.raised));
+        line(R"(<text{} x="{}" y="{}" font-size="{}" text-anchor="{}"{}>{}{}</text>)", kind, num(f.box.x),
+             num(f.box.y), num(f.size), f.anchor, fill(f), escape(f.text), raised);
     }
 
-    /// A small pulse inside of the frame.
-    void enable_mark(const Port& port) {
-        const Point c = port.at - port.out * 12;
-        const Polyline pulse{{c.x - 7, c.y + 4},   {c.x - 3.5, c.y + 4}, {c.x - 3.5, c.y - 4},
-                             {c.x + 3.5, c.y - 4}, {c.x + 3.5, c.y + 4}, {c.x + 7, c.y + 4}};
-        line(R"(<path class="icon" style="stroke-width:1.1" d="{}"/>)", path_data(pulse));
+    static std::string fill(const Figure& f) {
+        if (f.fill.empty()) return {};
+        const std::string opacity = f.opacity < 1 ? ";fill-opacity:" + tessel::format("{:.2f}", f.opacity) : "";
+        return " style=\"fill:" + f.fill + opacity + "\"";
     }
 
-    /// A port where nothing is connected: a hollow angle.
-    void open_mark(const Port& port, bool input) {
-        const Point across{-port.out.y, port.out.x};
-        const Point tip = input ? port.at : port.at + port.out * 6, base = input ? port.at + port.out * 6 : port.at;
-        line(R"(<path class="open" d="{}"/>)", path_data({base + across * 4, tip, base - across * 4}));
+    static std::string turn(const Figure& f) {
+        if (f.degrees == 0) return {};
+        return tessel::format(" transform=\"rotate({} {} {})\"", num(f.degrees), num(f.pivot.x), num(f.pivot.y));
     }
 
     // ---- texts
 
     void label(const Label& l) {
-        const char* kind = "name";
-        switch (l.kind) {
-            case Label::Kind::type: kind = "type"; break;
-            case Label::Kind::link: kind = "link"; break;
-            case Label::Kind::broken:
-            case Label::Kind::note: kind = "bad"; break;
-            default: break;
-        }
+        const char* kind = label_style(l.kind);
         const bool middle = l.kind == Label::Kind::name;
         const double x = middle ? l.at.x + l.box.w / 2 : l.at.x;
         const std::string hint = l.hint.empty() ? "" : "<title>" + escape(l.hint) + "</title>";
@@ -413,6 +255,8 @@ private:
 };
 
 }  // namespace
+
+std::string_view stylesheet() { return style; }
 
 std::string write_svg(const Diagram& diagram, const std::vector<Scene>& pages) {
     return Writer(diagram, pages).document(pages);
