@@ -1,0 +1,3 @@
+#define BLOCKS_TARGET
+#define BLOCKS_ISA_NAME baseline_kernels
+#include "exec/ensemble/kernels.inl"
