@@ -265,6 +265,16 @@ bool ExecModel::is_wide() const {
     return static_cast<std::size_t>(wide) >= wide_zones;
 }
 
+std::vector<std::uint32_t> ExecModel::stepping_order() const {
+    std::vector<std::uint32_t> order;
+    order.reserve(blocks.size());
+    for (std::size_t i = 0; i < blocks.size(); ++i)
+        if (blocks[i] != nullptr) order.push_back(static_cast<std::uint32_t>(i));
+    if (blocks.size() >= parallel_objects && is_wide())
+        std::ranges::stable_sort(order, {}, [this](std::uint32_t i) { return blocks[i]->zone(); });
+    return order;
+}
+
 std::unordered_set<std::int32_t> ExecModel::ordered_zones() const {
     using entry_t = std::unique_ptr<ExecBlock>;
     PortIndex<entry_t> owners(blocks);

@@ -42,6 +42,8 @@ public:
     /// Lets the next run take the parallel path whatever the model's size, with every zone shared that can be: for who
     /// compares the paths of a run.
     void share_next_run() noexcept { share_all_ = true; }
+    /// Places in `blocks` in the order in which a run steps them. Before the first run, which overwrites the zones.
+    std::vector<std::uint32_t> stepping_order() const;
 
     /// A run's path is the parallel one from this many objects on, when at least `wide_zones` zones hold more than
     /// `wide_zone` objects each.
