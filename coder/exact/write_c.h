@@ -8,6 +8,13 @@
 
 namespace tessel::exact {
 
+/// What a compiler must be told so that it computes what is written: products and sums are rounded one by one, and
+/// calls of the library of mathematics are left to the library, which rounds otherwise than a compiler that folds them.
+inline constexpr const char* compiler_flags =
+    "-ffp-contract=off -fno-builtin-sin -fno-builtin-cos -fno-builtin-tan -fno-builtin-asin -fno-builtin-acos "
+    "-fno-builtin-atan -fno-builtin-log -fno-builtin-pow -fno-builtin-sinf -fno-builtin-cosf -fno-builtin-tanf "
+    "-fno-builtin-asinf -fno-builtin-acosf -fno-builtin-atanf -fno-builtin-logf -fno-builtin-powf";
+
 struct text_file_t {
     std::string name;
     std::string text;

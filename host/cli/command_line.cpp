@@ -125,6 +125,7 @@ std::unique_ptr<CLI::App> make_command(int& status) {
     add_blocks(*app, status);
     add_diff(*app, status);
     add_schema(*app, status);
+    add_cache(*app, status);
     add_verify(*app, status);
     add_verify_engines(*app, status);
     add_help(*app, status);

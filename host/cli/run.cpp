@@ -20,6 +20,7 @@
 #include "host/diagnose/computation.h"
 #include "host/diagnose/source.h"
 #include "host/embed/interpreter.h"
+#include "host/native/engine.h"
 #include "host/session/json_text.h"
 #include "host/session/npz.h"
 #include "host/session/run.h"
@@ -98,6 +99,7 @@ private:
     Session& session() const { return call_->session(); }
     void require_interpreter(bool needed, const char* option) const;
     void prepare();
+    void make_native();
     std::vector<signal_t> choose_signals() const;
     void open(std::optional<sink_t>& sink) const;
     void make_drain();
@@ -112,7 +114,8 @@ private:
     std::optional<sink_t> output_, plot_;
     std::unique_ptr<Call> call_;
     std::unique_ptr<Run> run_;
-    std::unique_ptr<Drain> drain_;  // into output_
+    std::unique_ptr<native::Engine> native_;  // null for the other engines
+    std::unique_ptr<Drain> drain_;            // into output_
 };
 
 void RunVerb::require_interpreter(bool needed, const char* option) const {
@@ -155,6 +158,7 @@ int RunVerb::go() {
 void RunVerb::prepare() {
     call_->prepare();
     run_ = std::make_unique<Run>(session());
+    if (options_.engine == "native") make_native();
     auto signals = choose_signals();
     name_as_written(signals, session());
     run_->record(std::move(signals));
@@ -165,6 +169,18 @@ void RunVerb::prepare() {
     open(plot_);
     if (output_) with_name(*output_, [this] { make_drain(); });
     tell_room();
+}
+
+/// Where no machine code can be made, the plan takes over: the values are the same.
+void RunVerb::make_native() {
+    const DeferInterrupts deferred;
+    native::Cache cache;
+    try {
+        native_ = std::make_unique<native::Engine>(session(), *run_, cache, interrupted);
+    } catch (const native::Unavailable& reason) {
+        if (!options_.quiet)
+            call_->complain(tessel::format("no native engine, the plan steps instead: {}", reason.what()));
+    }
 }
 
 std::vector<signal_t> RunVerb::choose_signals() const {
@@ -209,6 +225,10 @@ void RunVerb::step_all() {
     const FaultGuard guard(options_.model, session().model(), run_->model(), options_.json);
     Monitor monitor(*run_, session().setting("ti"), session().setting("tf"), show_progress, guard.looks_at_cells());
     const auto step = [&] {
+        if (native_ != nullptr)
+            return run_->go(monitor, [this](tessel::IExecModel& exec, Watch& watch) {
+                native_->drive(exec, watch, run_->signals());
+            });
         run_->go(monitor, options_.engine == "objects" ? tessel::engine_t::objects : tessel::engine_t::plan);
     };
     if (output_) with_name(*output_, step);
@@ -288,8 +308,8 @@ void add_run(CLI::App& app, int& status) {
         ->type_name("FILE");
     verb->add_option("--plot", options->plot, "Draw what was recorded as .png or .svg")->type_name("FILE");
     verb->add_flag("-i,--interactive", options->interactive, "Stay in the interpreter after the run");
-    verb->add_option("--engine", options->engine, "How to step: objects or plan; the values are the same")
-        ->check(CLI::IsMember({"objects", "plan"}));
+    verb->add_option("--engine", options->engine, "How to step: objects, plan or native; the values are the same")
+        ->check(CLI::IsMember({"objects", "plan", "native"}));
     verb->footer(
         "PATH can hold * for any characters ('controller.*'), or name a subsystem, whose outports are meant then, and\n"
         "PORT one of them by name or number.\n"

@@ -22,6 +22,7 @@ void add_blocks(CLI::App& app, int& status);
 void add_diff(CLI::App& app, int& status);
 void add_verify(CLI::App& app, int& status);
 void add_verify_engines(CLI::App& app, int& status);
+void add_cache(CLI::App& app, int& status);
 void add_schema(CLI::App& app, int& status);
 void add_pages(CLI::App& app, int& status);
 

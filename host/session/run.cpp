@@ -80,12 +80,18 @@ void Run::stream_to(Drain& drain) {
 }
 
 void Run::go(Watch& watch, tessel::engine_t engine) {
+    go(watch, [engine](tessel::IExecModel& exec, Watch& monitor) {
+        exec.set_monitor(&monitor);
+        exec.set_engine(engine);
+        exec.run();
+        exec.set_monitor(nullptr);
+    });
+}
+
+void Run::go(Watch& watch, const std::function<void(tessel::IExecModel&, Watch&)>& drive) {
     const Session::Active active(session_);
     session_.forget_answers();
-    exec_->set_monitor(&watch);
-    exec_->set_engine(engine);
-    exec_->run();
-    exec_->set_monitor(nullptr);
+    drive(*exec_, watch);
     if (failure_ != nullptr) std::rethrow_exception(failure_);
     if (drain_ == nullptr) return;
     drain_->finish(clock_.step);

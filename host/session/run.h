@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <exception>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -27,6 +28,11 @@ public:
         clock_.time = t;
         if (clock_.step >= clock_.drain_at) drain();
         return go_on(t) && !clock_.exhausted;
+    }
+    /// The same behind several steps of which nobody recorded anything, the last of them at t.
+    bool steps_done(std::uint64_t count, double t) noexcept {
+        clock_.step += count - 1;
+        return step_done(t);
     }
     bool looks_at_cells() const noexcept override { return false; }
 
@@ -59,6 +65,8 @@ public:
     void stream_to(Drain& drain);
     /// Runs to the end, or to where the watch ends it. Raises what the drain does.
     void go(Watch& watch, tessel::engine_t engine);
+    /// The same with steps of the caller's own: `drive` starts and finishes the objects as `IExecModel::run` does.
+    void go(Watch& watch, const std::function<void(tessel::IExecModel&, Watch&)>& drive);
     /// Hands what is recorded, and not streamed, to a drain.
     void write_to(Drain& drain) { drain.finish(clock_.step); }
 

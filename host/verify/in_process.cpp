@@ -4,9 +4,11 @@
 #include <unordered_map>
 #include <utility>
 
+#include "core/hash.h"
 #include "core/thread_pool.h"
 #include "exec/ExecModel.h"
 #include "host/session/run.h"
+#include "port.h"
 
 namespace zarn::verify {
 namespace {
@@ -24,11 +26,14 @@ struct cell_t {
     std::uint64_t bits() const noexcept { return trace_bits(value, size, is_float); }
 };
 
-/// Looks at cells at the end of each step. It stands behind all others, and as nobody knows how to step it but by its
-/// operations, every cell must be up to date when its turn comes.
+/// Looks at cells at the end of each step, and feeds the next one. It stands behind all others, and as nobody knows how
+/// to step it but by its operations, every cell must be up to date when its turn comes.
 class Observer final : public tessel::ExecBlock {
 public:
-    Observer(std::vector<cell_t> cells, Watcher& watcher) : cells_(std::move(cells)), watcher_(watcher) {}
+    Observer(std::vector<cell_t> cells, std::vector<double*> inputs, Watcher& watcher)
+        : cells_(std::move(cells)), inputs_(std::move(inputs)), watcher_(watcher) {
+        feed();
+    }
 
     tessel::ExecPort* input(std::int16_t) noexcept override { return nullptr; }
     const tessel::ExecPort* input(std::int16_t) const noexcept override { return nullptr; }
@@ -37,10 +42,17 @@ public:
     void sample() noexcept override {}
     void step() noexcept override {
         watcher_.step(time(), cells_.size(), [this](std::size_t i) { return cells_[i].bits(); });
+        feed();
     }
 
 private:
+    /// Writes the inputs of the step that comes.
+    void feed() {
+        for (std::uint32_t i = 0; i < inputs_.size(); ++i) *inputs_[i] = trace_input(watcher_.seen().trace.steps, i);
+    }
+
     std::vector<cell_t> cells_;
+    std::vector<double*> inputs_;
     Watcher& watcher_;
 };
 
@@ -113,9 +125,13 @@ seen_t InProcess::run(const look_t& look) {
     if (shows_all_) ports_ = ports_of(session_, exec);
     Watcher watcher(look);
     const auto cells = cells_of(exec);
+    std::vector<double*> inputs;
+    for (const std::uint64_t id : fed_blocks(session_, exec))
+        inputs.push_back(static_cast<double*>(exec.find_block(id)->input(0)->value_ptr()));
+    if (!recipe_.watched && !inputs.empty()) throw Skipped("the model has inputs, which somebody must write");
     if (recipe_.watched) {
         std::vector<tessel::attachment_t> attachments;
-        attachments.push_back({0, std::make_unique<Observer>(cells, watcher)});
+        attachments.push_back({0, std::make_unique<Observer>(cells, inputs, watcher)});
         exec.attach(std::move(attachments));
     }
     const auto guard = around_.guard ? around_.guard(exec) : nullptr;
@@ -134,6 +150,18 @@ seen_t InProcess::run(const look_t& look) {
 }
 
 }  // namespace
+
+std::vector<std::uint64_t> fed_blocks(const Session& session, tessel::IExecModel& exec) {
+    constexpr std::uint32_t inport = tessel::class_hash_of("inport");
+    std::unordered_map<std::uint64_t, bool> fed;
+    for (const auto& block : session.model())
+        if (block != nullptr && block->class_hash() == inport && block->input(0)->source_block() == nullptr)
+            fed[block->id()] = block->input(0)->type() == tessel::type_flt64;
+    std::vector<std::uint64_t> ids;
+    for (const auto& object : exec)
+        if (object != nullptr && fed[object->id()]) ids.push_back(object->id());
+    return ids;
+}
 
 std::vector<watched_t> ports_of(const Session& session, tessel::IExecModel& exec) {
     std::unordered_map<std::uint64_t, const tessel::IMetaBlock*> blocks;

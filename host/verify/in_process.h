@@ -31,6 +31,9 @@ struct recipe_t {
     bool watched = true;   ///< else nobody looks into the run, and the cells behind it alone are compared
 };
 
+/// The blocks that a run is fed at: root inports, in stepping order. Every way feeds them the values of `trace_input`.
+std::vector<std::uint64_t> fed_blocks(const Session& session, tessel::IExecModel& exec);
+
 /// The ports of a runnable model: of each block in stepping order the inputs, then the outputs.
 std::vector<watched_t> ports_of(const Session& session, tessel::IExecModel& exec);
 

@@ -11,7 +11,8 @@ using json_t = nlohmann::ordered_json;
 using kind_t = difference_t::kind_t;
 
 std::string port_text(const watched_t& port) {
-    return tessel::format("{} ({}) {} {}", port.path, port.class_name, port.is_input ? "input" : "output", port.port);
+    const std::string of_class = port.class_name.empty() ? "" : tessel::format(" ({})", port.class_name);
+    return tessel::format("{}{} {} {}", port.path, of_class, port.is_input ? "input" : "output", port.port);
 }
 
 std::string bits_text(std::uint64_t bits) { return tessel::format("{:#x}", bits); }

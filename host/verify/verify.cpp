@@ -7,6 +7,9 @@
 #include "formula/formula.h"
 #include "framework/MetaBlock.h"
 #include "framework/classes.h"
+#include "host/export/export.h"
+#include "host/verify/native.h"
+#include "host/verify/program.h"
 
 namespace zarn::verify {
 namespace {
@@ -22,9 +25,16 @@ public:
 
 private:
     bool wants(std::string_view group) const {
-        return request_.groups.empty() || std::ranges::find(request_.groups, group) != request_.groups.end();
+        const auto targets = target_names();
+        const bool is_target = std::ranges::find(targets, group) != targets.end();
+        return (request_.groups.empty() && !is_target) ||
+               std::ranges::find(request_.groups, group) != request_.groups.end();
     }
     look_t whole() const { return {.steps = request_.steps}; }
+    /// Gone in this order, since that of the plan loads the model anew.
+    void judge_in_process();
+    void judge_programs();
+    void judge_native();
     std::unique_ptr<Way> way(recipe_t recipe) const { return in_process(session_, around_, std::move(recipe)); }
     void add(row_t row);
     void go_reference();
@@ -93,6 +103,8 @@ void Verification::judge(Way& way, Way& reference, const seen_t& expected) {
         row.difference = compare(reference, expected, way, got, request_.steps);
         if (row.difference) {
             row.verdict = verdict_t::differs;
+            if (const auto* block = session_.model().find_block(row.difference->port.block))
+                row.difference->port.class_name = block->class_name();
             add_inputs(*row.difference, *reference_, way, request_.steps);
             row.by_library_function = is_library_function(row.difference->port.block);
         }
@@ -126,6 +138,13 @@ report_t Verification::go() {
         }
     around_.prepare();
     go_reference();
+    judge_in_process();
+    if (wants("native")) judge_native();
+    judge_programs();
+    return std::move(report_);
+}
+
+void Verification::judge_in_process() {
     const auto judge_as = [&](recipe_t recipe) { judge(*way(std::move(recipe)), *reference_, expected_); };
     if (wants("plan")) judge_as({.name = "plan", .load = true});
     if (wants("unwatched")) judge_as({.name = "plan, nobody looking", .watched = false});
@@ -133,7 +152,48 @@ report_t Verification::go() {
     if (wants("threads"))
         for (const unsigned count : {1u, 2u, 3u, 8u})
             judge_as({.name = tessel::format("{} thread{}", count, count == 1 ? "" : "s"), .threads = count});
-    return std::move(report_);
+}
+
+/// The reference shows what the first run of the machine code has told that it shows.
+void Verification::judge_native() {
+    const auto fed = fed_blocks(session_, *session_.build());
+    std::unique_ptr<Way> reference;
+    seen_t expected;
+    for (const bool watched : {true, false}) {
+        const auto way = native_way(session_, fed, watched, around_.interrupted);
+        if (reference == nullptr) {
+            try {
+                way->run({.steps = 0});
+            } catch (const Skipped& skipped) {
+                return add({.way = way->name(), .verdict = verdict_t::skipped, .reason = skipped.what()});
+            }
+            reference = in_process(session_, around_, {.name = "objects", .engine = engine_t::objects}, &way->ports());
+            expected = reference->run(whole());
+        }
+        judge(*way, *reference, expected);
+    }
+}
+
+/// Programs show what they keep: they have a reference that shows the same.
+void Verification::judge_programs() {
+    std::vector<const build_t*> wanted;
+    for (const build_t& build : builds())
+        if (wants(build.group)) wanted.push_back(&build);
+    if (wanted.empty()) return;
+    std::unique_ptr<ProgramText> text;
+    try {
+        const auto exec = session_.build();
+        export_options_t how;
+        how.name = "model";
+        text = std::make_unique<ProgramText>(program_of(session_, how), fed_blocks(session_, *exec));
+    } catch (const SessionError& error) {
+        add({.way = "exported C", .verdict = verdict_t::skipped, .reason = error.what()});
+        return;
+    }
+    const auto reference =
+        in_process(session_, around_, {.name = "objects", .engine = engine_t::objects}, &text->ports());
+    const seen_t expected = reference->run(whole());
+    for (const build_t* build : wanted) judge(*program_way(*text, *build, around_.interrupted), *reference, expected);
 }
 
 }  // namespace
@@ -144,6 +204,16 @@ const std::vector<group_t>& groups() {
         {"unwatched", "the plan when nobody looks into the run: values behind it"},
         {"again", "a second run of the same objects"},
         {"threads", "the parallel path with 1, 2, 3 and 8 threads"},
+        {"native", "machine code made for the model, as run --engine native takes it"},
+        {"c", "exported C by gcc, clang and tcc, at -O0, -O2 and -O3"},
+        {"c++", "the same text as C++"},
+        {"sanitizers", "exported C under address and undefined behaviour sanitizers"},
+        {"aarch64", "exported C for another processor, emulated; likewise:"},
+        {"riscv64", ""},
+        {"s390x", "whose bytes stand the other way round"},
+        {"armhf", "of 32 bits"},
+        {"cortex-m7", "without an operating system"},
+        {"cortex-m3", "without one, and without a unit of floats"},
     };
     return all;
 }

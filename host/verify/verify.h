@@ -21,7 +21,7 @@ struct group_t {
 const std::vector<group_t>& groups();
 
 struct request_t {
-    std::vector<std::string> groups{};  ///< by name; empty for all but `targets`
+    std::vector<std::string> groups{};  ///< by name; empty for all of this machine
     std::uint64_t steps = never;        ///< at most
 };
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "core/type.h"
-#include "host/verify/templates/trace.h"
+#include "host/verify/program/trace.h"
 
 namespace zarn::verify {
 

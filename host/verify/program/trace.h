@@ -63,4 +63,18 @@ static inline uint64_t trace_bits(const void* value, uint32_t size, int is_float
     }
 }
 
+/* A value for the input of that number in a step: anything between -16 and 16, exact in every float. */
+static inline double trace_input(uint64_t step, uint32_t input) {
+    uint64_t x = (step / 3 + 1) * UINT64_C(0x9e3779b97f4a7c15) + (input + 1) * UINT64_C(0xbf58476d1ce4e5b9);
+    x = (x ^ (x >> 30)) * UINT64_C(0x94d049bb133111eb);
+    return ((double)(int32_t)((x >> 40) % 4097) - 2048.0) / 128.0;
+}
+
+/* Where a program keeps the value of a port. */
+typedef struct {
+    uint64_t offset;
+    uint32_t size;
+    int is_float;
+} trace_port_t;
+
 #endif
