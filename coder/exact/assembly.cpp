@@ -263,7 +263,7 @@ void Assembly::note_nodes() {
     for (std::size_t i = 0; i < count; ++i) {
         const node_t& own = draft_.nodes[i];
         below_.push_back(below_root(own));
-        if (own.inside || own.is_border_input) names_.note(below_.back(), own.block->id());
+        if (own.inside || own.is_border_input) names_.note(below_.back(), own.block->class_name());
         if (!own.inside) continue;
         for (const node_number source : own.sources)
             if (source != no_node) readers_[static_cast<std::size_t>(source)].push_back(static_cast<node_number>(i));

@@ -182,7 +182,7 @@ expression_t Expressions::conversion(const value_t& v) {
     // a wrapped word is cut as it is: no need to make it signed before
     if (is_integer(v.type) && is_signed_word(from.type) && wraps(from.op) && !is_known(v.of[0]) &&
         size_of(v.type) <= size_of(from.type))
-        return {cast(type_text(v.type), {unsigned_text(v.of[0]), additive}), prefix_operator};
+        return {cast(type_text(v.type), wrapping(from)), prefix_operator};
     // of two conversions in a row the first changes nothing where it only widens what the second cuts
     if (from.op == op_t::convert && !is_known(v.of[0]) && is_integer(v.type) && is_integer(from.type) &&
         is_integer(at(from.of[0]).type) && size_of(v.type) <= size_of(from.type) &&
@@ -196,7 +196,7 @@ expression_t Expressions::conversion(const value_t& v) {
 expression_t Expressions::arithmetic(const value_t& v) {
     if (v.op == op_t::divide && !is_float(v.type)) return division(v);
     if (v.op == op_t::remainder) return division(v);
-    if (is_signed_word(v.type)) return {cast(type_text(v.type), {wrapping(v).text, additive}), prefix_operator};
+    if (is_signed_word(v.type)) return {cast(type_text(v.type), wrapping(v)), prefix_operator};
     const binding_t bound = v.op == op_t::add || v.op == op_t::subtract ? additive : multiplicative;
     const auto right = static_cast<binding_t>(bound + 1);
     return {tessel::format("{} {} {}", operand(v.of[0], bound), sign_of(v.op), operand(v.of[1], right)), bound};
@@ -245,17 +245,21 @@ expression_t Expressions::compared(const value_t& v) {
 // ---- choices, functions, tables
 
 expression_t Expressions::chosen(const value_t& v) {
-    const auto condition = [](const expression_t& e) { return in_parentheses(e, prefix_operator); };
-    if (v.op == op_t::select) {
-        return {tessel::format("{} ? {} : {}", condition(of(v.of[0])), operand(v.of[1], additive),
-                               in_parentheses(of(v.of[2]), at(v.of[2]).op == op_t::select ? choice : additive)),
-                choice};
-    }
-    const std::string index = operand(v.of[0], additive);
     std::string text;
-    for (std::size_t i = 2; i < v.of.size(); ++i)
-        text += tessel::format("({} == {}) ? {} : ", index, i - 2, operand(v.of[i], additive));
-    return {text + operand(v.of[1], additive), choice};
+    if (v.op == op_t::select) {
+        const expression_t otherwise = of(v.of[2]);
+        text = tessel::format("{} ? {} : {}", operand(v.of[0], prefix_operator), operand(v.of[1], additive),
+                              in_parentheses(otherwise, otherwise.binding == choice ? choice : additive));
+    } else {
+        const std::string index = operand(v.of[0], additive);
+        for (std::size_t i = 2; i < v.of.size(); ++i)
+            text += tessel::format("({} == {}) ? {} : ", index, i - 2, operand(v.of[i], additive));
+        text += operand(v.of[1], additive);
+    }
+    // C makes an int of a narrow choice among several, which some compilers then see cut
+    const bool of_several = text.find('?') != text.rfind('?');
+    if (!of_several || v.type == type_bool || is_float(v.type) || size_of(v.type) > 2) return {text, choice};
+    return {tessel::format("({})({})", type_text(v.type), text), prefix_operator};
 }
 
 expression_t Expressions::called(const value_t& v) {

@@ -155,7 +155,8 @@ void Assembly::name_cells() {
         for (const char* precision : {"", "f"}) taken.insert(std::string(function) + precision);
     for (std::size_t i = 0; i < unit_.cells.size(); ++i) {
         cell_t& cell = unit_.cells[i];
-        std::vector<std::string> parts = names_.of(below_[static_cast<std::size_t>(origins_[i])], cell.block);
+        std::vector<std::string> parts =
+            names_.of(below_[static_cast<std::size_t>(origins_[i])], node(origins_[i]).block->class_name(), cell.block);
         const bool of_many = cell.role == role_t::state ? states[origins_[i]] > 1 : parameters[origins_[i]] > 1;
         if (!cell.key.empty() && of_many) parts.push_back(identifier(cell.key));
         if (cell.kept) {

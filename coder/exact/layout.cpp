@@ -19,6 +19,15 @@ member_t& member_of(member_t& structure, std::string_view name) {
     return added;
 }
 
+/// " = 0.00488519785" for a number that stands there in hexadecimal.
+std::string rounded(const unit_t& unit, const member_t& member) {
+    if (member.cell == no_cell || unit.cell(member.cell).role == role_t::table) return {};
+    const cell_t& cell = unit.cell(member.cell);
+    if (constant_text(cell.type, cell.initial).find("0x") == std::string::npos) return {};
+    const double v = cell.type == type_flt32 ? double{from_bits<float>(cell.initial)} : from_bits<double>(cell.initial);
+    return tessel::format(" = {:.9g}", v);
+}
+
 }  // namespace
 
 member_t layout_of(const unit_t& unit) {
@@ -94,7 +103,7 @@ void write_initial(std::string& text, const unit_t& unit, const member_t& struct
             text += cell.role == role_t::table ? table_text(unit, member->cell, level)
                                                : constant_text(cell.type, cell.initial);
         }
-        text += tessel::format("{} /* {} */\n", last ? "" : ",", member->name);
+        text += tessel::format("{} /* {}{} */\n", last ? "" : ",", member->name, rounded(unit, *member));
     }
 }
 

@@ -179,9 +179,11 @@ std::vector<std::string> identifiers(std::string_view path) {
 
 }  // namespace
 
-void Names::note(std::string_view path, std::uint64_t) {
+void Names::note(std::string_view path, const char* class_name) {
     const std::vector<std::string> parts = identifiers(path);
-    ++uses_[join(parts, ".")];
+    const std::string own = join(parts, ".");
+    ++uses_[own];
+    ++of_class_[own + "_" + class_name];
     // a subsystem has its place to itself, however many blocks are in it
     std::string place;
     for (std::size_t i = 0; i + 1 < parts.size(); ++i) {
@@ -190,12 +192,18 @@ void Names::note(std::string_view path, std::uint64_t) {
     }
 }
 
-std::vector<std::string> Names::of(std::string_view path, std::uint64_t id) const {
+std::vector<std::string> Names::of(std::string_view path, const char* class_name, std::uint64_t id) const {
     std::vector<std::string> parts = identifiers(path);
-    const std::string place = join(parts, ".");
-    const auto block = uses_.find(place);
-    if ((block != uses_.end() && block->second > 1) || uses_.contains(place + "/"))
-        parts.back() += tessel::format("_{}", id);
+    const std::string own = join(parts, ".");
+    const auto is_single = [](const auto& uses, const std::string& place) {
+        const auto found = uses.find(place);
+        return found == uses.end() || found->second == 1;
+    };
+    if (is_single(uses_, own) && !uses_.contains(own + "/")) return parts;
+    const std::string told = own + "_" + class_name;
+    if (is_single(of_class_, told) && !uses_.contains(told) && !uses_.contains(told + "/"))
+        parts.back() += tessel::format("_{}", class_name);
+    else parts.back() += tessel::format("_{}", id);
     return parts;
 }
 

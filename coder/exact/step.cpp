@@ -70,11 +70,14 @@ private:
         const value_t& v = formula_.at(number);
         for (std::size_t i = 0; i < v.of.size(); ++i)
             count(v.of[i], v.op == op_t::choose && i == 0 ? static_cast<int>(v.of.size()) - 2 : 1);
+        // compilers see of what type it was converted, and that it cannot be all that it is compared with
+        if (v.op == op_t::choose) indices_.push_back(v.of[0]);
     }
 
     /// Gives a value that is used twice a name.
     void share(std::int32_t number) {
-        if (uses_[static_cast<std::size_t>(number)] < 2 || values_.is_short(number)) return;
+        const bool is_index = std::ranges::find(indices_, number) != indices_.end();
+        if (uses_[static_cast<std::size_t>(number)] < 2 || (values_.is_short(number) && !is_index)) return;
         const auto root = std::ranges::find(roots_, number, &root_t::value);
         if (root != roots_.end() && root->cell != statement_.target && is_free(*root, true)) {
             const root_t found = *root;
@@ -84,7 +87,7 @@ private:
             return;
         }
         const value_t& v = formula_.at(number);
-        name(number, v.name != nullptr ? v.name : "value");
+        name(number, v.name != nullptr ? v.name : is_index ? "index" : "value");
     }
     void name(std::int32_t number, const char* word) {
         const std::string& path = statement_.path;
@@ -109,13 +112,13 @@ private:
     }
     void assign(const root_t& root) {
         const cell_t& cell = program_.unit.cell(root.cell);
-        const std::string text = values_.text(root.value);
-        const std::string place = program_.at(root.cell);
-        if (cell.kept) out_.lines.push_back(tessel::format("{} = {};", place, text));
-        else if (cell.role == role_t::flag && statement_.gate != no_cell)
-            out_.lines.push_back(
-                tessel::format("const bool {} = {} && ({});", place, program_.at(statement_.gate), text));
-        else out_.lines.push_back(tessel::format("const {} {} = {};", type_text(cell.type), place, text));
+        expression_t value = values_.of(root.value);
+        if (cell.role == role_t::flag && statement_.gate != no_cell) {
+            const std::string own = value.binding >= comparison ? value.text : tessel::format("({})", value.text);
+            value.text = tessel::format("{} && {}", program_.at(statement_.gate), own);
+        }
+        const std::string declared = cell.kept ? std::string() : tessel::format("const {} ", type_text(cell.type));
+        out_.lines.push_back(tessel::format("{}{} = {};", declared, program_.at(root.cell), value.text));
     }
 
     /// Whether nothing else that is still to be written needs the old value of what the root assigns; `known` where the
@@ -144,6 +147,7 @@ private:
     const formula_t& formula_;
     Expressions values_;
     std::vector<int> uses_;
+    std::vector<std::int32_t> indices_;  // values by which a choice goes
     std::vector<root_t> roots_;
     lines_t out_;
 };
