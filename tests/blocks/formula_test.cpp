@@ -11,6 +11,7 @@
 #include "framework/classes.h"
 #include "tests/blocks/choices.h"
 #include "tests/support/block_test.h"
+#include "tests/support/kernel_cases.h"
 #include "tests/support/slow_math.h"
 #include "tests/support/walk.h"
 
