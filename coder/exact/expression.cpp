@@ -169,9 +169,6 @@ expression_t Expressions::converted(const expression_t& from, type_t source, typ
         return {tessel::format("{} != {}", in_parentheses(from, additive),
                                constant_text(is_float(source) ? source : type_int32, 0)),
                 comparison};
-    // gcc takes the sum of an unsigned number and a truth made unsigned for a signed one, and warns
-    if (source == type_bool && to == type_uint32)
-        return {tessel::format("({} ? 1u : 0u)", in_parentheses(from, either))};
     if (!is_float(source) || is_float(to)) return {cast(type_text(to), from), prefix_operator};
     const std::string wide = source == type_flt32 ? cast("double", from) : from.text;
     const type_t through = to == type_int64 || to == type_uint64 || to == type_uint32 ? to : type_int32;

@@ -1,6 +1,7 @@
 #include "coder/exact/step.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "coder/exact/expression.h"
 #include "coder/exact/names.h"
@@ -70,14 +71,32 @@ private:
         const value_t& v = formula_.at(number);
         for (std::size_t i = 0; i < v.of.size(); ++i)
             count(v.of[i], v.op == op_t::choose && i == 0 ? static_cast<int>(v.of.size()) - 2 : 1);
-        // compilers see of what type it was converted, and that it cannot be all that it is compared with
-        if (v.op == op_t::choose) indices_.push_back(v.of[0]);
+        // compilers see of what type an index was converted, and that it cannot be all that it is compared with
+        if (v.op == op_t::choose) named_.push_back(v.of[0]);
+        // gcc takes the sum of an unsigned number and a narrow signed one made unsigned for a signed sum, and warns
+        if (v.type == type_uint32 && (v.op == op_t::add || v.op == op_t::subtract || v.op == op_t::multiply))
+            std::ranges::copy_if(v.of, std::back_inserter(named_), [this](std::int32_t i) { return is_widened(i); });
+    }
+
+    /// Whether a value is made of a narrow signed one, when it is sampled or by a conversion.
+    bool is_widened(std::int32_t number) const {
+        const value_t& v = formula_.at(number);
+        type_t from = v.op == op_t::convert ? formula_.at(v.of[0]).type : v.type;
+        if (v.op == op_t::input && statement_.sources[v.bits] != no_cell)
+            from = program_.unit.cell(statement_.sources[v.bits]).type;
+        return from == type_int8 || from == type_int16;
+    }
+    const char* word_for(std::int32_t number) const {
+        const value_t& v = formula_.at(number);
+        if (v.name != nullptr) return v.name;
+        if (v.op == op_t::input) return formula_.inputs[v.bits].name;
+        return v.op == op_t::convert ? word_for(v.of[0]) : "value";
     }
 
     /// Gives a value that is used twice a name.
     void share(std::int32_t number) {
-        const bool is_index = std::ranges::find(indices_, number) != indices_.end();
-        if (uses_[static_cast<std::size_t>(number)] < 2 || (values_.is_short(number) && !is_index)) return;
+        const bool must = std::ranges::find(named_, number) != named_.end();
+        if (!must && (uses_[static_cast<std::size_t>(number)] < 2 || values_.is_short(number))) return;
         const auto root = std::ranges::find(roots_, number, &root_t::value);
         if (root != roots_.end() && root->cell != statement_.target && is_free(*root, true)) {
             const root_t found = *root;
@@ -86,8 +105,7 @@ private:
             values_.know(number, program_.at(found.cell));
             return;
         }
-        const value_t& v = formula_.at(number);
-        name(number, v.name != nullptr ? v.name : is_index ? "index" : "value");
+        name(number, word_for(number));
     }
     void name(std::int32_t number, const char* word) {
         const std::string& path = statement_.path;
@@ -147,7 +165,7 @@ private:
     const formula_t& formula_;
     Expressions values_;
     std::vector<int> uses_;
-    std::vector<std::int32_t> indices_;  // values by which a choice goes
+    std::vector<std::int32_t> named_;  // values that compilers must not see through
     std::vector<root_t> roots_;
     lines_t out_;
 };
