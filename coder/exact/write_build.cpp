@@ -6,7 +6,8 @@
 namespace tessel::exact {
 namespace {
 
-constexpr std::string_view text_of_makefile = R"(# Builds @N@. `make test` compares it with the values of a run, `make report` tells its sizes.
+constexpr std::string_view text_of_makefile =
+    R"(# Builds @N@. `make test` compares it with the values of a run, `make report` tells its sizes.
 CC ?= cc
 CFLAGS ?= -O2
 EXACT = -std=c99 @flags@

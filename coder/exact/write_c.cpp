@@ -49,6 +49,11 @@ std::string upper(std::string text) {
     return text;
 }
 
+/// Whether a text has constants that are no numbers.
+bool names_infinity(const std::string& text) {
+    return text.find("INFINITY") != std::string::npos || text.find("NAN") != std::string::npos;
+}
+
 const member_t& member(const member_t& top, std::string_view name) { return *top.by_name.find(name)->second; }
 
 // ---- the source
@@ -57,18 +62,18 @@ class Source {
 public:
     explicit Source(const unit_t& unit) : unit_(unit), program_(unit), layout_(layout_of(unit)) {}
 
-    std::string take() {
+    std::string take(std::vector<std::size_t>* lines) {
         write_step();  // it tells what it needs
         std::string text = banner_of(unit_) + tessel::format("#include \"{}.h\"\n", unit_.name);
         const bool sizes = program_.rules.need_sizes();
-        std::string constants = constants_text();
-        const bool math = program_.math || program_.rules.need_math() ||
-                          constants.find("(double)") != std::string::npos || step_.find("NAN") != std::string::npos ||
-                          step_.find("INFINITY") != std::string::npos;
+        const std::string rest = constants_text() + init_text();
+        const bool math = program_.math || program_.rules.need_math() || names_infinity(rest) || names_infinity(step_);
         if (math || sizes) text += "\n";
         if (math) text += "#include <math.h>\n";
         if (sizes) text += "#include <stddef.h>\n";
-        return text + "\n" + assumptions() + program_.rules.text() + constants + init_text() + step_ + run_text();
+        text += "\n" + assumptions() + program_.rules.text() + rest;
+        if (lines != nullptr) tell_lines(*lines, 1 + std::ranges::count(text, '\n'));
+        return text + step_ + run_text();
     }
 
 private:
@@ -76,6 +81,7 @@ private:
     std::string constants_text() const;
     std::string init_text() const;
     std::string run_text() const;
+    void tell_lines(std::vector<std::size_t>& lines, std::ptrdiff_t line) const;
     void write_step();
     void write_body();
     void assign_initial(std::string& text, const member_t& structure, const std::string& place) const;
@@ -84,6 +90,7 @@ private:
     program_t program_;
     member_t layout_;
     std::string step_;
+    std::vector<std::size_t> places_;  // of the statements in it
 };
 
 std::string Source::assumptions() const {
@@ -165,10 +172,21 @@ void Source::write_body() {
             add_comment(step_, level,
                         tessel::format("{} ({}): {}", statement.path.substr(statement.path.rfind('.') + 1),
                                        statement.class_name, joined(lines_of(statement.formula))));
+        places_.push_back(step_.size());
         for (const std::string& line : lines.lines) add_line(step_, level, line);
     }
     if (gate != no_cell) step_ += "    }\n";
     if (!first) step_ += "\n";
+}
+
+void Source::tell_lines(std::vector<std::size_t>& lines, std::ptrdiff_t line) const {
+    auto at = step_.begin();
+    for (const std::size_t place : places_) {
+        const auto next = step_.begin() + static_cast<std::ptrdiff_t>(place);
+        line += std::count(at, next, '\n');
+        at = next;
+        lines.push_back(static_cast<std::size_t>(line));
+    }
 }
 
 void Source::write_step() {
@@ -227,7 +245,9 @@ text_file_t write_header(const unit_t& unit) {
     return {unit.name + ".h", text};
 }
 
-text_file_t write_source(const unit_t& unit) { return {unit.name + ".c", Source(unit).take()}; }
+text_file_t write_source(const unit_t& unit, std::vector<std::size_t>* lines) {
+    return {unit.name + ".c", Source(unit).take(lines)};
+}
 
 text_file_t write_symbols(const unit_t& unit) {
     std::string text = banner_of(unit) + tessel::format("#include \"{0}.h\"\n\n#include <stddef.h>\n\n", unit.name);

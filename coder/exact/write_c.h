@@ -23,8 +23,8 @@ struct text_file_t {
 /// `N.h`: the structure `N_t`, whose members `cell_t::access` names, and N_init(N_t*), N_step(N_t*), N_run(N_t*, n).
 /// Before the first step N_init sets every member; `time` (double) is that of the next step, `tick` (uint64_t) counts.
 text_file_t write_header(const unit_t& unit);
-/// `N.c`, which includes `N.h` and needs nothing else.
-text_file_t write_source(const unit_t& unit);
+/// `N.c`, which includes `N.h` and needs nothing else. `lines` gets the line of each statement, counted from 1.
+text_file_t write_source(const unit_t& unit, std::vector<std::size_t>* lines = nullptr);
 /// `N_symbols.c`, which includes `N.h`: `const N_symbol_t N_symbols[]` { access, path, port, role, type, offset, size }
 /// of every member and `const uint32_t N_symbol_count`, for programs that look members up by name.
 text_file_t write_symbols(const unit_t& unit);

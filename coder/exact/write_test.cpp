@@ -99,8 +99,8 @@ text_file_t write_test(const unit_t& unit, const golden_t& golden) {
         const cell_t& cell = unit.cell(golden.checked[i]);
         const std::string name = tessel::format("expected_{}", i);
         values += array_text(unit, golden.checked[i], name, golden.expected, i);
-        check += tessel::format("        check(\"{}\", k, {}, &model.{}, &{}[k], sizeof {}[k]);\n", names[golden.checked[i]],
-                                kind_of(cell.type), cell.access, name, name);
+        check += tessel::format("        check(\"{}\", k, {}, &model.{}, &{}[k], sizeof {}[k]);\n",
+                                names[golden.checked[i]], kind_of(cell.type), cell.access, name, name);
     }
     std::string text(text_of_test);
     const bool math = values.find("NAN") != std::string::npos || values.find("INFINITY") != std::string::npos;

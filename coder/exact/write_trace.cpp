@@ -102,7 +102,10 @@ text_file_t write_trace(const unit_t& unit) {
                      {"meaning", unit.meaning},
                      {"part", unit.part},
                      {"time", {{"start", unit.ti}, {"end", unit.tf}, {"step", unit.ts}}},
-                     {"layout", {{"structure", unit.name + "_t"}, {"size", places.size}, {"alignment", "each number at a multiple of its size"}}},
+                     {"layout",
+                      {{"structure", unit.name + "_t"},
+                       {"size", places.size},
+                       {"alignment", "each number at a multiple of its size"}}},
                      {"blocks", std::move(blocks)}};
     return {unit.name + ".json", trace.dump(1, ' ', false, json::error_handler_t::replace) + "\n"};
 }
@@ -144,21 +147,26 @@ std::string in_quotes(std::string text) {
 }
 
 std::string link_of(const unit_t& unit, const cell_t& cell, std::size_t offset) {
-    return tessel::format("      SYMBOL_LINK \"{}.{}\" 0\n", unit.name, cell.access) + tessel::format("      /* {} bytes from the structure's begin */\n", offset);
+    return tessel::format("      SYMBOL_LINK \"{}.{}\" 0\n", unit.name, cell.access) +
+           tessel::format("      /* {} bytes from the structure's begin */\n", offset);
 }
 
 std::string measurement(const unit_t& unit, const cell_t& cell, std::size_t offset) {
-    return tessel::format("    /begin MEASUREMENT {0}.{1} {2} {3} NO_COMPU_METHOD 0 0 {4}\n      ECU_ADDRESS {5:#x}\n{6}    /end MEASUREMENT\n",
-                          unit.name, cell.access, in_quotes(cell.path), a2l_type(cell.type), limits_of(cell.type), offset,
-                          link_of(unit, cell, offset));
+    return tessel::format(
+        "    /begin MEASUREMENT {0}.{1} {2} {3} NO_COMPU_METHOD 0 0 {4}\n      ECU_ADDRESS {5:#x}\n{6}    /end "
+        "MEASUREMENT\n",
+        unit.name, cell.access, in_quotes(cell.path), a2l_type(cell.type), limits_of(cell.type), offset,
+        link_of(unit, cell, offset));
 }
 
 std::string characteristic(const unit_t& unit, const cell_t& cell, std::size_t offset, std::size_t count) {
     const bool table = cell.role == role_t::table;
-    return tessel::format("    /begin CHARACTERISTIC {0}.{1} {2} {3} {4:#x} layout_{5} 0 NO_COMPU_METHOD {6}\n{7}{8}    /end CHARACTERISTIC\n",
-                          unit.name, cell.access, in_quotes(cell.path + " " + cell.key), table ? "VAL_BLK" : "VALUE", offset,
-                          a2l_type(cell.type), limits_of(cell.type),
-                          table ? tessel::format("      NUMBER {}\n", count) : std::string(), link_of(unit, cell, offset));
+    return tessel::format(
+        "    /begin CHARACTERISTIC {0}.{1} {2} {3} {4:#x} layout_{5} 0 NO_COMPU_METHOD {6}\n{7}{8}    /end "
+        "CHARACTERISTIC\n",
+        unit.name, cell.access, in_quotes(cell.path + " " + cell.key), table ? "VAL_BLK" : "VALUE", offset,
+        a2l_type(cell.type), limits_of(cell.type), table ? tessel::format("      NUMBER {}\n", count) : std::string(),
+        link_of(unit, cell, offset));
 }
 
 }  // namespace
@@ -169,8 +177,9 @@ text_file_t write_a2l(const unit_t& unit) {
     text += "ASAP2_VERSION 1 60\n/begin PROJECT " + unit.name + " \"\"\n  /begin MODULE " + unit.name + " \"\"\n";
     for (const type_t type : {type_uint8, type_int8, type_uint16, type_int16, type_uint32, type_int32, type_uint64,
                               type_int64, type_flt32, type_flt64})
-        text += tessel::format("    /begin RECORD_LAYOUT layout_{0}\n      FNC_VALUES 1 {0} ROW_DIR DIRECT\n    /end RECORD_LAYOUT\n",
-                               a2l_type(type));
+        text += tessel::format(
+            "    /begin RECORD_LAYOUT layout_{0}\n      FNC_VALUES 1 {0} ROW_DIR DIRECT\n    /end RECORD_LAYOUT\n",
+            a2l_type(type));
     for (const auto& [number, offset] : places.offsets) {
         const cell_t& cell = unit.cell(number);
         const bool tuned = cell.role == role_t::parameter || cell.role == role_t::table;

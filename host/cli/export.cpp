@@ -3,10 +3,12 @@
 #include <CLI/App.hpp>
 
 #include <filesystem>
-#include <fstream>
+#include <nlohmann/json.hpp>
+#include <system_error>
 
 #include "core/format.h"
 #include "host/cli/command.h"
+#include "host/cli/fault.h"
 #include "host/cli/verbs.h"
 #include "host/export/export.h"
 
@@ -16,18 +18,50 @@ namespace {
 struct verb_options_t : options_t {
     std::string language;
     std::string folder;
+    bool check = false;
     export_options_t how;
 };
+
+void tell(const verb_options_t& options, const std::vector<std::string>& files, const std::vector<std::string>& notes) {
+    if (options.json) {
+        nlohmann::ordered_json answer{{"schema", json_schema}, {"result", 0}, {"folder", options.folder}};
+        answer[options.check ? "stale" : "files"] = files;
+        answer["notes"] = notes;
+        return out(answer.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
+    }
+    if (options.quiet) return;
+    for (const std::string& note : notes) message(note);
+    for (const std::string& file : files) {
+        const std::string path = (std::filesystem::path(options.folder) / file).string();
+        out(options.check ? path + ": stale\n" : path + "\n");
+    }
+}
 
 int export_model(const verb_options_t& options) {
     const auto folder = std::filesystem::absolute(options.folder);
     Call call(options, bridge_t::interpreter);
-    call.prepare();
-    const auto unit = program_of(call.session(), options.how);
-    std::filesystem::create_directories(folder);
-    auto files = tessel::exact::write_c(unit);
-    files.push_back(tessel::exact::write_main(unit));
-    for (const auto& file : files) std::ofstream(folder / file.name) << file.text;
+    try {
+        call.prepare();
+    } catch (const SessionError& error) {
+        if (options.json) call.out_failure(error, call.library_result());
+        throw;
+    }
+    Export program(call.session(), options.how);
+    const FaultGuard guard(options.model, call.session().model(), program.exec(), options.json);
+    const auto files = program.files();
+    if (options.check) {
+        const auto stale = stale_files(folder, files);
+        tell(options, stale, {});
+        return stale.empty() ? status_ok : status_model;
+    }
+    try {
+        write_files(folder, files);
+    } catch (const std::exception& error) {
+        throw SessionError(problem_t::file, tessel::format("{}: {}", options.folder, error.what()));
+    }
+    std::vector<std::string> names;
+    for (const auto& file : files) names.push_back(file.name);
+    tell(options, names, program.unit().notes);
     return status_ok;
 }
 
@@ -35,7 +69,8 @@ int export_model(const verb_options_t& options) {
 
 void add_export(CLI::App& app, int& status) {
     auto options = std::make_shared<verb_options_t>();
-    auto* verb = app.add_subcommand("export", "Write a model as C that computes what its run computes, to the last bit");
+    auto* verb =
+        app.add_subcommand("export", "Write a model as C that computes what its run computes, to the last bit");
     verb->add_option("LANGUAGE", options->language, "c")->required()->check(CLI::IsMember({"c"}));
     add_common(*verb, *options);
     verb->add_option("DIR", options->folder, "Folder that gets the program's files")->required();
@@ -46,9 +81,12 @@ void add_export(CLI::App& app, int& status) {
         ->check(CLI::IsMember({"all", "named", "ports"}));
     verb->add_flag("--series-as-inputs", options->how.series_as_inputs,
                    "Series of the workspace become inputs, not tables in the code");
+    verb->add_flag("--check", options->check,
+                   "Writes nothing; exit status 1 where files are not as they would be written");
     verb->footer("Example:\n  zarn export c pump.json generated && make -C generated");
-    verb->callback(
-        [options, &status] { status = guarded([&] { return export_model(*options); }, options->model, options->json); });
+    verb->callback([options, &status] {
+        status = guarded([&] { return export_model(*options); }, options->model, options->json);
+    });
 }
 
 }  // namespace zarn

@@ -1,23 +1,30 @@
 #include "host/export/export.h"
 
-#include <filesystem>
+#include <deque>
+#include <exception>
+#include <fstream>
+#include <sstream>
 
 #include "coder/exact/names.h"
+#include "coder/exact/project.h"
+#include "host/draw/picture.h"
+#include "host/export/golden.h"
+#include "host/session/output_file.h"
 #include "host/session/session.h"
 
 namespace zarn {
 namespace {
 
-tessel::exact::keep_t keep_of(const std::string& word) {
-    if (word == "named") return tessel::exact::keep_t::named;
-    return word == "ports" ? tessel::exact::keep_t::ports : tessel::exact::keep_t::all;
+namespace exact = tessel::exact;
+
+exact::keep_t keep_of(const std::string& word) {
+    if (word == "named") return exact::keep_t::named;
+    return word == "ports" ? exact::keep_t::ports : exact::keep_t::all;
 }
 
-}  // namespace
-
-tessel::exact::unit_t program_of(Session& session, const export_options_t& options) {
-    tessel::exact::options_t how;
-    how.name = options.name.empty() ? tessel::exact::identifier(session.file().stem().string()) : options.name;
+exact::options_t options_of(Session& session, const export_options_t& options) {
+    exact::options_t how;
+    how.name = options.name.empty() ? exact::identifier(session.file().stem().string()) : options.name;
     how.subsystem = options.subsystem;
     how.inline_parameters = options.inline_parameters;
     how.keep = keep_of(options.keep);
@@ -25,14 +32,67 @@ tessel::exact::unit_t program_of(Session& session, const export_options_t& optio
     how.in_order_of_run = options.in_order_of_run;
     how.model = session.file().filename().string();
     how.meaning = session.meaning();
-    const auto exec = session.build();
-    const Session::Active active(session);
-    exec->bind();
+    return how;
+}
+
+/// The picture of what the program is made of; nothing where there is none to draw.
+std::string picture_of(Session& session, const std::string& part) {
+    draw::picture_request_t request;
+    request.level = part;
+    request.check.final_bridge = true;
+    request.check.settings = session.setup().settings;
     try {
-        return tessel::exact::make_unit(session.model(), session.properties(), *exec, how);
-    } catch (const tessel::exact::Refusal& refusal) {
+        return draw::draw_picture(session.document(), request).svg;
+    } catch (const std::exception&) {
+        return {};
+    }
+}
+
+}  // namespace
+
+Export::Export(Session& session, const export_options_t& options) : session_(session), exec_(session.build()) {
+    const auto how = options_of(session, options);
+    const Session::Active active(session);
+    exec_->bind();
+    try {
+        unit_ = exact::make_unit(session.model(), session.properties(), *exec_, how);
+    } catch (const exact::Refusal& refusal) {
         throw session.error(problem_t::model, refusal.what());
     }
+}
+
+std::vector<exact::text_file_t> Export::files() {
+    const Session::Active active(session_);
+    auto files = exact::write_c(unit_);
+    files.push_back(exact::write_main(unit_));
+    files.push_back(exact::write_test(unit_, record_golden(unit_, *exec_)));
+    for (auto& file : exact::write_build(unit_)) files.push_back(std::move(file));
+    files.push_back(exact::write_trace(unit_));
+    files.push_back(exact::write_a2l(unit_));
+    const std::string svg = picture_of(session_, unit_.part);
+    const std::string picture = svg.empty() ? std::string() : unit_.name + ".svg";
+    files.push_back(exact::write_readme(unit_, picture));
+    if (!svg.empty()) files.push_back({picture, svg});
+    return files;
+}
+
+void write_files(const std::filesystem::path& folder, const std::vector<exact::text_file_t>& files) {
+    std::filesystem::create_directories(folder);
+    std::deque<OutputFile> written;
+    for (const auto& file : files) written.emplace_back(folder / file.name).write(file.text);
+    for (OutputFile& file : written) file.commit();
+}
+
+std::vector<std::string> stale_files(const std::filesystem::path& folder,
+                                     const std::vector<exact::text_file_t>& files) {
+    std::vector<std::string> stale;
+    for (const auto& file : files) {
+        std::ifstream stream(folder / file.name, std::ios::binary);
+        std::ostringstream text;
+        if (stream) text << stream.rdbuf();
+        if (!stream || text.str() != file.text) stale.push_back(file.name);
+    }
+    return stale;
 }
 
 }  // namespace zarn
