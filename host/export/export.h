@@ -41,6 +41,11 @@ private:
     tessel::exact::unit_t unit_;
 };
 
+/// The program of a prepared session's model, for who needs it without its files.
+inline tessel::exact::unit_t program_of(Session& session, const export_options_t& options) {
+    return Export(session, options).unit();
+}
+
 /// Puts all files into a folder, which is made where there is none, or none of them: until each is written, those of an
 /// earlier export stay. Raises `std::runtime_error` with the reason.
 void write_files(const std::filesystem::path& folder, const std::vector<tessel::exact::text_file_t>& files);
