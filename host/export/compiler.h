@@ -1,0 +1,23 @@
+// Compiles the sources of an FMU with a compiler of the PATH.
+#pragma once
+
+#include <string>
+
+#include "coder/fmu/package.h"
+
+namespace zarn {
+
+/// A platform of the interface and the C compiler for it, a program of the PATH or a path.
+struct target_t {
+    std::string platform;
+    std::string compiler;
+};
+
+/// The compiler of this machine: $CC, else the first of cc, gcc and clang that is there; "" for none.
+std::string own_compiler();
+
+/// The shared library for a platform. Equal sources give equal bytes with one compiler. Raises `std::runtime_error`
+/// with the compiler's first line.
+std::string compile_library(const tessel::fmu::package_t& package, const target_t& target);
+
+}  // namespace zarn
