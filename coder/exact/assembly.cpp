@@ -174,6 +174,7 @@ void Assembly::add_foreign(node_number i) {
         if (draft_.runs(reader) && (!is_entry(reader) || node(reader).gate == i)) direct.push_back(reader);
     if (direct.empty()) return;
     const node_t& own = node(i);
+    names_.note(below_[at], own.block->class_name());
     const bool is_flag = own.class_hash == hash_enable;
     const type_t type = is_flag ? type_bool : own.formula.output.type;
     const std::uint64_t initial = is_flag ? 0 : start_of(i, type);
@@ -263,8 +264,8 @@ void Assembly::note_nodes() {
     for (std::size_t i = 0; i < count; ++i) {
         const node_t& own = draft_.nodes[i];
         below_.push_back(below_root(own));
-        if (own.inside || own.is_border_input) names_.note(below_.back(), own.block->class_name());
         if (!own.inside) continue;
+        names_.note(below_.back(), own.block->class_name());
         for (const node_number source : own.sources)
             if (source != no_node) readers_[static_cast<std::size_t>(source)].push_back(static_cast<node_number>(i));
         if (own.gate != no_node) readers_[static_cast<std::size_t>(own.gate)].push_back(static_cast<node_number>(i));

@@ -11,10 +11,11 @@
 
 namespace tessel::exact {
 
-/// The first steps of a run: what is fed to the program, and what it must show behind each step.
+/// The first steps of a run: what is fed to the program in each, and what it must show behind some of them.
 struct golden_t {
     std::vector<cell_number> inputs, checked;
-    std::vector<std::vector<std::uint64_t>> fed, expected;  ///< the bytes of each step
+    std::size_t steps = 0, stride = 1;  ///< behind steps 0, stride, 2 * stride, ... values are known
+    std::vector<std::vector<std::uint64_t>> fed, expected;  ///< the bytes: of each step, and of those with known values
 };
 
 /// `N_test.c`: runs the program beside the values of a run; its exit status tells whether they are equal.

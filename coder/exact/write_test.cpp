@@ -9,15 +9,16 @@ namespace tessel::exact {
 namespace {
 
 constexpr std::string_view text_of_test = R"(@banner@
-/* @N@_test: the first steps of a run of the model, beside the program. Exit status 0 where all values are equal, bit
- * for bit; one not-a-number is as good as another. `@N@_test --size` tells how large the structure is. */
+/* The first steps of a run of the model, beside the program. Exit status 0 where all values are equal, bit for bit; one
+ * not-a-number is as good as another. With --size it tells how large the structure is. */
 #include "@N@.h"
 
 @math@#include <stddef.h>
 #include <stdio.h>
 #include <string.h>
 
-enum { steps = @steps@ };
+/* Values are compared behind each `stride` steps. */
+enum { steps = @steps@, stride = @stride@, compared = @compared@ };
 
 @values@typedef enum { of_integer, of_float, of_double } kind_t;
 
@@ -48,9 +49,15 @@ static void check(const char *path, int step, kind_t kind, const void *value, co
     }
 }
 
+static @N@_t model;
+
+static void compare(int k)
+{
+    const int i = k / stride;
+@check@}
+
 int main(int argc, char **argv)
 {
-    static @N@_t model;
     int k;
     if (argc > 1 && strcmp(argv[1], "--size") == 0) {
         printf("sizeof(@N@_t) = %lu\n", (unsigned long)sizeof model);
@@ -59,7 +66,10 @@ int main(int argc, char **argv)
     @N@_init(&model);
     for (k = 0; k < steps; k++) {
 @feed@        @N@_step(&model);
-@check@    }
+        if (k % stride == 0) {
+            compare(k);
+        }
+    }
     printf("@N@: %d steps, %u differences\n", steps, differences);
     return differences == 0u ? 0 : 1;
 }
@@ -69,10 +79,10 @@ const char* kind_of(type_t type) {
     return type == type_flt64 ? "of_double" : type == type_flt32 ? "of_float" : "of_integer";
 }
 
-std::string array_text(const unit_t& unit, cell_number cell, const std::string& name,
+std::string array_text(const unit_t& unit, cell_number cell, const std::string& name, const char* room,
                        const std::vector<std::vector<std::uint64_t>>& steps, std::size_t column) {
     const type_t type = unit.cell(cell).type;
-    std::string text = tessel::format("static const {} {}[steps] = {{", type_text(type), name), line = "\n   ";
+    std::string text = tessel::format("static const {} {}[{}] = {{", type_text(type), name, room), line = "\n   ";
     for (std::size_t k = 0; k < steps.size(); ++k) {
         const std::string value = " " + constant_text(type, steps[k][column]) + (k + 1 < steps.size() ? "," : "");
         if (line.size() + value.size() > 110) {
@@ -92,20 +102,23 @@ text_file_t write_test(const unit_t& unit, const golden_t& golden) {
     std::string values, feed, check;
     for (std::size_t i = 0; i < golden.inputs.size(); ++i) {
         const std::string name = tessel::format("input_{}", i);
-        values += array_text(unit, golden.inputs[i], name, golden.fed, i);
+        values += array_text(unit, golden.inputs[i], name, "steps", golden.fed, i);
         feed += tessel::format("        model.{} = {}[k];\n", unit.cell(golden.inputs[i]).access, name);
     }
     for (std::size_t i = 0; i < golden.checked.size(); ++i) {
         const cell_t& cell = unit.cell(golden.checked[i]);
         const std::string name = tessel::format("expected_{}", i);
-        values += array_text(unit, golden.checked[i], name, golden.expected, i);
-        check += tessel::format("        check(\"{}\", k, {}, &model.{}, &{}[k], sizeof {}[k]);\n",
+        values += array_text(unit, golden.checked[i], name, "compared", golden.expected, i);
+        check += tessel::format("    check(\"{}\", k, {}, &model.{}, &{}[i], sizeof {}[i]);\n",
                                 names[golden.checked[i]], kind_of(cell.type), cell.access, name, name);
     }
     std::string text(text_of_test);
     const bool math = values.find("NAN") != std::string::npos || values.find("INFINITY") != std::string::npos;
     str::replace_all(text, "@math@", math ? "#include <math.h>\n" : "");
-    str::replace_all(text, "@steps@", tessel::format("{}", golden.expected.size()));
+    if (golden.checked.empty()) check = "    (void)i;\n";
+    str::replace_all(text, "@steps@", tessel::format("{}", golden.steps));
+    str::replace_all(text, "@stride@", tessel::format("{}", golden.stride));
+    str::replace_all(text, "@compared@", tessel::format("{}", golden.expected.size()));
     str::replace_all(text, "@feed@", feed);
     str::replace_all(text, "@check@", check);
     str::replace_all(text, "@values@", values + (values.empty() ? "" : "\n"));

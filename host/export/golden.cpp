@@ -1,6 +1,7 @@
 #include "host/export/golden.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <unordered_map>
 
@@ -13,7 +14,9 @@ namespace exact = tessel::exact;
 using tessel::ExecBlock;
 using tessel::ExecPort;
 
-constexpr std::size_t most_values = 4000, most_steps = 100, fewest_steps = 5;
+// so that the test is a text of some thousand lines at most, and is there within seconds
+constexpr std::size_t most_fed = 8000, most_expected = 4000, most_steps = 20000, most_compared = 100, fewest = 5;
+constexpr std::size_t most_work = 20'000'000;  // steps of blocks
 
 std::uint64_t bits_of(ExecPort& port) {
     std::uint64_t bits = 0;
@@ -36,6 +39,7 @@ public:
             if (object != nullptr) objects_.try_emplace(object->id(), object.get());
         for (const exact::cell_number input : unit.of(exact::role_t::input)) add_input(input);
         choose_checked();
+        choose_steps();
         feed(0);
     }
 
@@ -46,11 +50,13 @@ public:
             fed.push_back(source.before ? source.last : now);
             source.last = now;
         }
-        for (ExecPort* port : checked_) expected.push_back(bits_of(*port));
         golden.fed.push_back(std::move(fed));
-        golden.expected.push_back(std::move(expected));
-        feed(golden.fed.size());
-        return golden.fed.size() < steps_;
+        if (golden.steps % golden.stride == 0) {
+            for (ExecPort* port : checked_) expected.push_back(bits_of(*port));
+            golden.expected.push_back(std::move(expected));
+        }
+        feed(++golden.steps);
+        return golden.steps < steps_;
     }
 
     exact::golden_t golden;
@@ -71,7 +77,7 @@ private:
 
     /// Outputs first, then signals while there is room.
     void choose_checked() {
-        const std::size_t room = most_values / fewest_steps;
+        constexpr std::size_t room = most_expected / fewest;
         for (const bool of_outputs : {true, false}) {
             for (const exact::port_t& port : unit_.ports) {
                 const exact::cell_t& cell = unit_.cell(port.cell);
@@ -83,8 +89,17 @@ private:
                 golden.checked.push_back(port.cell);
             }
         }
-        steps_ = std::clamp(most_values / std::max<std::size_t>(checked_.size() + sources_.size(), 1), fewest_steps,
-                            most_steps);
+    }
+
+    void choose_steps() {
+        const auto share = [](std::size_t all, std::size_t count) {
+            return std::max(fewest, all / std::max<std::size_t>(count, 1));
+        };
+        const double of_run = std::max(1.0, std::floor((unit_.tf - unit_.ti) / unit_.ts) + 1.0);
+        steps_ = std::min({most_steps, share(most_fed, sources_.size()), share(most_work, objects_.size())});
+        if (of_run < static_cast<double>(steps_)) steps_ = static_cast<std::size_t>(of_run);
+        const std::size_t compared = std::min(most_compared, share(most_expected, checked_.size()));
+        golden.stride = (steps_ + compared - 1) / compared;
     }
 
     void feed(std::size_t step) {
@@ -103,7 +118,7 @@ private:
     std::unordered_map<std::uint64_t, ExecBlock*> objects_;
     std::vector<source_t> sources_;
     std::vector<ExecPort*> checked_;
-    std::size_t steps_ = fewest_steps;
+    std::size_t steps_ = fewest;
 };
 
 }  // namespace
