@@ -1,7 +1,9 @@
 // Random models of all kinds as programs, step by step beside their run.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -51,8 +53,18 @@ public:
         for (const exact::port_t& port : pair.unit.ports)
             if (!port.is_input && pair.unit.cell(port.cell).kept)
                 watched_.push_back({pair.exec->find_block(port.block)->output(port.port), &port});
-        for (const cell_number input : pair.unit.of(role_t::input))
-            fed_.push_back({pair.exec->find_block(pair.unit.cell(input).block)->input(0), input});
+        for (const cell_number input : pair.unit.of(role_t::input)) {
+            const exact::cell_t& cell = pair.unit.cell(input);
+            ExecBlock* const object = pair.exec->find_block(cell.block);
+            ExecPort *const output = object->output(0), *const first = object->input(0);
+            if (first != output && first->source() == nullptr) {
+                fed_.push_back({first, input});
+                continue;
+            }
+            const bool inside = pair.unit.part.empty() || cell.path.starts_with(pair.unit.part + ".");
+            crossing_.push_back(
+                {output != nullptr ? output : first, input, cell.of_last_step && !inside, cell.initial});
+        }
     }
     bool step_done(double t) noexcept override {
         try {
@@ -68,6 +80,12 @@ public:
 private:
     void compare(double t) {
         EXPECT_EQ(program_.time(), t);
+        for (crossing_t& crossing : crossing_) {
+            std::uint64_t now = 0;
+            std::memcpy(&now, crossing.cell->value_ptr(), size_of(crossing.cell->type()));
+            program_.set(crossing.input, crossing.before ? crossing.last : now);
+            crossing.last = now;
+        }
         program_.step();
         for (const auto& [cell, port] : watched_) {
             ++compared;
@@ -92,8 +110,17 @@ private:
         return bits;
     }
 
+    /// What crosses the border of a part: the run shows it.
+    struct crossing_t {
+        ExecPort* cell;
+        cell_number input;
+        bool before;  // the value of the step before counts
+        std::uint64_t last;
+    };
+
     pair_t& pair_;
     Program& program_;
+    std::vector<crossing_t> crossing_;
     std::vector<std::pair<ExecPort*, const exact::port_t*>> watched_;
     std::vector<std::pair<ExecPort*, cell_number>> fed_;
     bool failed_ = false;
@@ -110,33 +137,61 @@ void compare_sinks(const pair_t& pair, const Program& program) {
     }
 }
 
-void run_models(std::uint64_t first, std::uint64_t count) {
-    prepare_bridge();
+/// Compiles the programs in one call, and steps each beside its run.
+void compare(const std::vector<std::unique_ptr<pair_t>>& pairs) {
     const ::test::TempFolder folder;
-    std::vector<std::unique_ptr<pair_t>> pairs;
     std::vector<const exact::unit_t*> units;
-    for (std::uint64_t seed = first; seed < first + count; ++seed) {
-        pairs.push_back(std::make_unique<pair_t>(seed, options_of(seed)));
-        units.push_back(&pairs.back()->unit);
-    }
+    for (const auto& pair : pairs) units.push_back(&pair->unit);
     const Library library(folder.path(), units, tessel::format("gcc -std=c99 -O1 {}", warnings));
     std::size_t compared = 0;
-    for (std::size_t i = 0; i < pairs.size(); ++i) {
-        SCOPED_TRACE(pairs[i]->unit.name);
-        Program program(library, pairs[i]->unit);
-        Lockstep lockstep(*pairs[i], program);
-        pairs[i]->exec->set_monitor(&lockstep);
-        pairs[i]->exec->run();
-        compare_sinks(*pairs[i], program);
+    for (const auto& pair : pairs) {
+        SCOPED_TRACE(pair->unit.name + " " + pair->unit.part);
+        Program program(library, pair->unit);
+        Lockstep lockstep(*pair, program);
+        pair->exec->set_monitor(&lockstep);
+        pair->exec->run();
+        compare_sinks(*pair, program);
         compared += lockstep.compared;
         if (testing::Test::HasFailure()) return;
     }
-    EXPECT_GT(compared, count * 50);
+    EXPECT_GT(compared, pairs.size() * 20);
+}
+
+void run_models(std::uint64_t first, std::uint64_t count) {
+    prepare_bridge();
+    std::vector<std::unique_ptr<pair_t>> pairs;
+    for (std::uint64_t seed = first; seed < first + count; ++seed)
+        pairs.push_back(std::make_unique<pair_t>(seed, options_of(seed)));
+    compare(pairs);
+}
+
+/// The paths of the subsystems of a compiled model.
+std::set<std::string> subsystems_of(const pair_t& pair) {
+    std::set<std::string> paths;
+    for (const exact::port_t& port : pair.unit.ports)
+        if (const auto dot = port.path.rfind('.'); port.path.find('.') != dot) paths.insert(port.path.substr(0, dot));
+    return paths;
 }
 
 TEST(ExactModels, ComputeWhatTheirRunsCompute) { run_models(1, 100); }
 TEST(ExactModels, ComputeWhatTheirRunsComputeToo) { run_models(101, 100); }
 TEST(ExactModels, ComputeWhatTheirRunsComputeAsWell) { run_models(201, 100); }
+
+TEST(ExactModels, PartsComputeWhatTheyComputeInTheWhole) {
+    prepare_bridge();
+    std::vector<std::unique_ptr<pair_t>> parts;
+    for (std::uint64_t seed = 1; seed <= 120; ++seed) {
+        const pair_t whole(seed, options_of(seed));
+        for (const std::string& path : subsystems_of(whole)) {
+            exact::options_t options = options_of(seed);
+            options.name += tessel::format("_{}", parts.size());
+            options.subsystem = path;
+            parts.push_back(std::make_unique<pair_t>(seed, options));
+        }
+    }
+    EXPECT_GT(parts.size(), 80u);
+    compare(parts);
+}
 
 }  // namespace
 }  // namespace tessel::test
