@@ -3,7 +3,7 @@
 #   tools/setup.sh [PACKAGE...]
 set -eu
 packages="g++ cmake ninja-build ccache git nlohmann-json3-dev libfmt-dev python3 python3-dev pybind11-dev python3-numpy
-python3-matplotlib libcli11-dev libgtest-dev libgmock-dev libbenchmark-dev libsimdjson-dev libxxhash-dev libzip-dev zlib1g-dev graphviz librsvg2-bin $*"
+python3-matplotlib libcli11-dev libgtest-dev libcpp-httplib-dev libgmock-dev libbenchmark-dev libsimdjson-dev libxxhash-dev libzip-dev zlib1g-dev graphviz librsvg2-bin $*"
 missing=""
 for package in $packages; do
     dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed' || missing="$missing $package"

@@ -8,6 +8,7 @@
 #include "host/cli/command.h"
 #include "host/cli/verbs.h"
 #include "host/diagnose/nearest.h"
+#include "host/reference/describe.h"
 #include "host/reference/reference.h"
 
 namespace zarn {
@@ -22,34 +23,6 @@ struct blocks_options_t {
 };
 
 json_t json_head() { return {{"schema", json_schema}, {"result", 0}}; }
-
-json_t describe(const class_row_t& row) {
-    const auto& traits = row.traits();
-    json_t parameters = json_t::object();
-    for (const auto& parameter : traits.parameters) {
-        const json_t value = parameter.value != nullptr ? json_t(parameter.value) : json_t(tessel::no_port_number);
-        parameters[parameter.key] = {{"default", value},
-                                     {"unit", parameter.unit.suffix},
-                                     {"meaning", parameter.meaning},
-                                     {"content", content_in_words(parameter)},
-                                     {"everyday", parameter.everyday}};
-    }
-    json_t inputs = json_t::array();
-    for (const auto& port : traits.inputs) inputs.push_back({{"name", port.name}, {"direct", port.direct}});
-    const auto count = [](int n) { return n >= 0 ? json_t(n) : json_t(); };
-    return {{"class", row.name},
-            {"summary", summary_of(row)},
-            {"everyday", traits.everyday},
-            {"inputs", count(traits.input_count)},
-            {"outputs", count(traits.output_count)},
-            {"input_names", std::move(inputs)},
-            {"output_names", traits.outputs},
-            {"parameters", std::move(parameters)},
-            {"types", combinations_of(row)},
-            {"types_in_words", types_in_words(row)},
-            {"fault", fault_in_words(row)},
-            {"description", head_of(row)}};
-}
 
 void print_line(const class_row_t& row) { out(tessel::format("{:<15} {}\n", row.name, summary_of(row))); }
 
@@ -109,7 +82,7 @@ int answer_other_name(const std::string& name, bool json) {
         message(tessel::format("no block class is named '{}'; this is what people call so:", name));
         json_t all = json_head();
         for (const class_row_t* row : called)
-            if (json) all["blocks"].push_back(describe(*row));
+            if (json) all["blocks"].push_back(describe_class(*row));
             else print_line(*row);
         if (json) out(all.dump() + "\n");
         return status_ok;
@@ -128,7 +101,7 @@ int blocks(const blocks_options_t& options) {
         json_t all = json_head();
         all["blocks"] = json_t::array();
         for (const class_row_t& row : rows)
-            if (options.json) all["blocks"].push_back(describe(row));
+            if (options.json) all["blocks"].push_back(describe_class(row));
             else print_line(row);
         if (options.json) out(all.dump() + "\n");
         return status_ok;
@@ -137,7 +110,7 @@ int blocks(const blocks_options_t& options) {
     if (found == rows.end()) return answer_other_name(options.name, options.json);
     if (options.json) {
         json_t one = json_head();
-        one.update(describe(*found));
+        one.update(describe_class(*found));
         out(one.dump() + "\n");
     } else {
         print_class(*found, options.types);

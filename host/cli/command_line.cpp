@@ -128,6 +128,8 @@ std::unique_ptr<CLI::App> make_command(int& status) {
     add_cache(*app, status);
     add_verify(*app, status);
     add_verify_engines(*app, status);
+    add_studio(*app, status);
+    add_serve(*app, status);
     add_help(*app, status);
     add_pages(*app, status);
     return app;

@@ -63,6 +63,10 @@ void check_surprises(const analysis_t& analysis, Report& report);
 /// Names: what they become in the workspace and in generated code.
 void check_names(const analysis_t& analysis, Report& report);
 
+/// Whether an input of a block reads what its source computed in the step before. `ranks`: of each block its position
+/// in `order`.
+bool is_late(const analysis_t& analysis, const std::vector<std::size_t>& ranks, const feed_t& feed, std::size_t block);
+
 /// For each position in `order` whether the block is never stepped, since its gate opens behind it or never.
 std::vector<bool> never_run(const analysis_t& analysis);
 

@@ -140,6 +140,12 @@ void check_memories(const analysis_t& analysis, Report& report) {
 
 }  // namespace
 
+bool is_late(const analysis_t& analysis, const std::vector<std::size_t>& ranks, const feed_t& feed, std::size_t block) {
+    // a constant has its value before the first step
+    return feed.source != none && !needs_no_step(analysis.graph.nodes[feed.source]) && ranks[feed.source] != none &&
+           ranks[feed.source] >= ranks[block];
+}
+
 // A gate is itself a block that may never run, so the answer for a block comes of that for its gate, each once.
 std::vector<bool> never_run(const analysis_t& analysis) {
     const std::size_t count = analysis.order.size();

@@ -68,8 +68,7 @@ stepped_t Explanation::describe(std::size_t rank, const std::vector<std::size_t>
             reading.source = source.path();
             reading.source_id = source.id();
             reading.source_port = feed.port;
-            // a constant has its value before the first step
-            reading.late = !source.is(hash_constant) && ranks[feed.source] != none && ranks[feed.source] >= rank;
+            reading.late = is_late(*analysis_, ranks, feed, position);
         }
         block.inputs.push_back(std::move(reading));
     }

@@ -1,5 +1,6 @@
 #include "host/document/document.h"
 
+#include <algorithm>
 #include <charconv>
 #include <map>
 #include <utility>
@@ -79,11 +80,26 @@ Document::Document(const std::filesystem::path& model)
 Document::Document(std::string text, const std::filesystem::path& model)
     : main_(std::move(text), model, model.string()) {}
 
+bool is_within(const std::filesystem::path& path, const std::filesystem::path& folder) {
+    std::error_code error;
+    const auto real = std::filesystem::weakly_canonical(path, error);
+    if (error) return false;
+    const auto [rest, ignored] = std::mismatch(folder.begin(), folder.end(), real.begin(), real.end());
+    return rest == folder.end();
+}
+
 const ModelFile& Document::reference(const std::string& written) {
     const auto path = written.empty() ? std::filesystem::path() : main_.path().parent_path() / written;
     const std::string shown = path.lexically_normal().string();
     auto& file = references_[shown];
-    if (file == nullptr) file = std::make_unique<ModelFile>(path, shown);
+    if (file != nullptr) return *file;
+    if (!fence_.empty() && !is_within(path, fence_)) {
+        content_t outside;
+        outside.problem = "it lies outside of the opened folder";
+        file = std::make_unique<ModelFile>(std::move(outside), path, shown);
+    } else {
+        file = std::make_unique<ModelFile>(path, shown);
+    }
     return *file;
 }
 

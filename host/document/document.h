@@ -65,6 +65,9 @@ private:
     mutable bool is_cut_ = false;
 };
 
+/// Whether a path, with its links resolved, lies in a folder or is it. The folder is one without links.
+bool is_within(const std::filesystem::path& path, const std::filesystem::path& folder);
+
 /// A model file with all that it refers to. Each file is opened once and read once, the main file at once and another
 /// when it is first asked for.
 class Document {
@@ -75,12 +78,16 @@ public:
     /// A model whose text is at hand. References are relative to the folder of `model`, which need not exist.
     Document(std::string text, const std::filesystem::path& model);
 
+    /// From here on references that lead out of a folder, links resolved, are not read.
+    void keep_within(const std::filesystem::path& folder) { fence_ = std::filesystem::weakly_canonical(folder); }
+
     const ModelFile& main() const noexcept { return main_; }
     /// The file that a path in the main file names, relative to the main file's folder.
     const ModelFile& reference(const std::string& written);
 
 private:
     ModelFile main_;
+    std::filesystem::path fence_;                                             // "" for none
     std::unordered_map<std::string, std::unique_ptr<ModelFile>> references_;  // by path, without ways around
 };
 

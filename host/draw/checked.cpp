@@ -136,6 +136,44 @@ void take_errors(const Ties& ties, const graph_t& graph, std::span<const finding
 
 }  // namespace
 
+void take_order(Diagram& diagram, const analysis_t& analysis) {
+    const graph_t& graph = analysis.graph;
+    const Ties ties(diagram, graph);
+    std::vector<std::size_t> ranks(graph.nodes.size(), none);
+    for (std::size_t rank = 0; rank < analysis.order.size(); ++rank) ranks[analysis.order[rank]] = rank;
+    if (analysis.complete) {
+        const auto never = never_run(analysis);
+        for (std::size_t rank = 0; rank < analysis.order.size(); ++rank) {
+            const node_t& node = graph.nodes[analysis.order[rank]];
+            if (Block* block = never[rank] ? ties.block(node.file, node.place()) : nullptr) block->idle = true;
+        }
+    }
+    for (const std::size_t position : analysis.order) {
+        for (const feed_t& feed : analysis.wiring.running[position]) {
+            if (feed.edge == nullptr || !is_late(analysis, ranks, feed, position)) continue;
+            if (Link* link = ties.link(feed.edge->file, feed.edge->place())) link->late = true;
+        }
+    }
+}
+
+std::vector<FindingPlace> places_of(Diagram& diagram, const analysis_t& analysis, std::span<const finding_t> findings) {
+    const Ties ties(diagram, analysis.graph);
+    std::unordered_map<std::string_view, std::size_t> files;
+    for (std::size_t i = 0; i < analysis.graph.files.size(); ++i)
+        files.emplace(analysis.graph.files[i].source->shown(), i);
+    std::vector<FindingPlace> places;
+    for (const finding_t& finding : findings) {
+        FindingPlace& place = places.emplace_back();
+        const auto file = files.find(finding.file);
+        if (file == files.end()) continue;
+        const Block* block = ties.block(file->second, finding.pointer);
+        const Link* link = ties.link(file->second, finding.pointer);
+        if (block != nullptr) place.block = static_cast<std::size_t>(block - diagram.blocks.data());
+        if (link != nullptr) place.link = static_cast<std::size_t>(link - diagram.links.data());
+    }
+    return places;
+}
+
 void take_checks(Diagram& diagram, const analysis_t& analysis, std::span<const finding_t> findings) {
     diagram.start = analysis.graph.ti;
     diagram.end = analysis.graph.tf;

@@ -34,6 +34,7 @@ struct Block {
     bool placed = false;                                       ///< whether the file gives it a position or a size
     bool failed = false;                                       ///< whether the checks found a fault here
     bool unread = false;                                       ///< a reference whose file cannot be read
+    bool idle = false;                                         ///< the checks found that it never steps
     double x = 0, y = 0, width = 0, height = 0, rotation = 0;  ///< canvas units; rotation in degrees, clockwise
     std::array<double, 4> color{};                             ///< red, green, blue, alpha, 0 to 1 each
     int inputs = 0, outputs = 0;
@@ -53,6 +54,7 @@ struct Link {
     Polyline bends;
     std::string type;     ///< short name of the signal's type ("flt64"), "" while it is unknown
     bool failed = false;  ///< whether the checks found a fault here
+    bool late = false;    ///< what it carries is read one step late
 };
 
 /// What one file has brought to a diagram. A file that is referred to three times has three of them.

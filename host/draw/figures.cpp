@@ -74,9 +74,8 @@ public:
                                             num(b.x)));
                 return;
             case Shape::from_tag:
-                tag(classes,
-                    tessel::format("M{} {}H{}V{}H{}L{} {}z", num(b.x), num(b.y), num(b.right()), num(b.bottom()),
-                                   num(b.x), num(b.x + nose), num(b.center().y)));
+                tag(classes, tessel::format("M{} {}H{}V{}H{}L{} {}z", num(b.x), num(b.y), num(b.right()),
+                                            num(b.bottom()), num(b.x), num(b.x + nose), num(b.center().y)));
                 return;
             case Shape::frame:
                 rect(classes + " frame", b, 3);

@@ -29,7 +29,7 @@ struct Label {
     Point at;  ///< left end of the baseline
     double size = 10;
     Rect box;
-    std::string hint;  ///< the whole text when it had to be shortened
+    std::string hint;          ///< the whole text when it had to be shortened
     std::size_t block = none;  ///< that it names
     std::size_t link = none;   ///< beside whose wire it stands
 };

@@ -213,12 +213,12 @@ private:
     }
 
     void text(const Figure& f, const std::string& kind) {
-        const std::string raised =
-            f.raised.empty() ? ""
-                             : tessel::format(R"(<tspan dy="{}" font-size="{}">{}</tspan>)", num(-f.size * 0.4),
-                                              num(f.size * 0.75), escape(f.raised));
-        line(R"(<text{} x="{}" y="{}" font-size="{}" text-anchor="{}"{}>{}{}</text>)", kind, num(f.box.x),
-             num(f.box.y), num(f.size), f.anchor, fill(f), escape(f.text), raised);
+        const std::string raised = f.raised.empty()
+                                       ? ""
+                                       : tessel::format(R"(<tspan dy="{}" font-size="{}">{}</tspan>)",
+                                                        num(-f.size * 0.4), num(f.size * 0.75), escape(f.raised));
+        line(R"(<text{} x="{}" y="{}" font-size="{}" text-anchor="{}"{}>{}{}</text>)", kind, num(f.box.x), num(f.box.y),
+             num(f.size), f.anchor, fill(f), escape(f.text), raised);
     }
 
     static std::string fill(const Figure& f) {

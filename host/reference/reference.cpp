@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <set>
 #include <tuple>
 
@@ -172,6 +173,18 @@ std::string inputs_in_words(const class_row_t& row) {
     if (counts.empty()) return "as drawn";
     if (counts.size() == 1) return std::to_string(*counts.begin());
     return format("{} {} {}", *counts.begin(), counts.size() == 2 ? "or" : "to", *counts.rbegin());
+}
+
+int fewest_inputs(const class_row_t& row) {
+    if (row.traits().input_count >= 0) return row.traits().input_count;
+    int fewest = row.traits().input_count == tessel::at_least_3 ? 3 : std::numeric_limits<int>::max();
+    for (const signature_t& signature : row.entry->accepted) fewest = std::min<int>(fewest, signature.inputs);
+    return fewest == std::numeric_limits<int>::max() ? 0 : fewest;
+}
+
+int usual_outputs(const class_row_t& row) {
+    if (row.traits().output_count >= 0) return row.traits().output_count;
+    return row.entry->accepted.empty() ? 0 : row.entry->accepted.front().outputs;
 }
 
 std::string key_with_unit(const parameter_traits_t& parameter) {

@@ -28,6 +28,10 @@ std::vector<std::string> types_in_words(const class_row_t& row);
 /// "2 or 3": the number of inputs that a block can have; "as drawn" where the drawing decides.
 std::string inputs_in_words(const class_row_t& row);
 
+/// The fewest inputs that a block can have, and the outputs of a new one; 0 where the drawing decides.
+int fewest_inputs(const class_row_t& row);
+int usual_outputs(const class_row_t& row);
+
 /// "rise [sec]": the key and the unit.
 std::string key_with_unit(const tessel::parameter_traits_t& parameter);
 

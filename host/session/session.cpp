@@ -71,6 +71,7 @@ Session::Session(session_setup_t setup) : setup_(std::move(setup)) {
 
 Session::Session(session_setup_t setup, std::string text) : Session(std::move(setup)) {
     document_ = std::make_unique<Document>(std::move(text), setup_.model);
+    if (!setup_.folder.empty()) document_->keep_within(setup_.folder);
 }
 
 Session::~Session() = default;

@@ -27,6 +27,7 @@ struct session_setup_t {
     std::string model;                                     ///< the file, as its user names it
     std::vector<std::pair<std::string, double>> settings;  ///< "ti", "tf" and "ts" in place of the model's
     std::shared_ptr<python::IPythonWrap> bridge;           ///< null: literals only, nothing is executed
+    std::filesystem::path folder;                          ///< references stay within, "" for anywhere
     std::function<void(std::string_view)> on_console;      ///< hears each text as it comes
     std::function<void(std::string_view)> on_log;
 };

@@ -1,0 +1,98 @@
+// Methods about what is there to open, and the model that is open.
+
+#include <nlohmann/json.hpp>
+
+#include "core/format.h"
+#include "host/document/document.h"
+#include "host/draw/svg.h"
+#include "host/serve/classes.h"
+#include "host/serve/methods.h"
+
+namespace zarn::serve {
+namespace {
+
+constexpr int protocol_version = 1;
+
+/// A text of the JSON library's about what is no JSON, without the number of its error.
+std::string why_no_json(const nlohmann::json::exception& error) {
+    const std::string_view text = error.what();
+    return std::string(text.substr(text.find(' ') + 1));
+}
+
+/// A model to begin with.
+constexpr const char* empty_model =
+    "{\n \"blocks\": [],\n \"links\": [],\n \"model\": {\"ti\": 0.0, \"tf\": 10.0, \"ts\": 0.01}\n}\n";
+
+std::string read_text(const std::filesystem::path& path, const std::string& shown, bool create) {
+    std::error_code error;
+    if (create && !std::filesystem::exists(path, error)) return empty_model;
+    const ModelFile file(path, shown);
+    if (!file.problem().empty())
+        throw RpcError(error_t::file, tessel::format("cannot open {}: {}", shown, file.problem()));
+    return std::string(file.text());
+}
+
+}  // namespace
+
+json_t greeting(const Methods& methods, const State& state) {
+    const open_t* open = state.open.get();
+    return {{"protocol", protocol_version},
+            {"product", "zarn"},
+            {"version", state.version},
+            {"folder", state.folder.path().string()},
+            {"file", open != nullptr ? json_t(open->file) : json_t()},
+            {"revision", open != nullptr ? open->revision() : 0},
+            {"modified", open != nullptr && open->editor != nullptr && open->editor->modified()},
+            {"evaluates", false},
+            {"methods", methods.names()},
+            {"features",
+             {{"edit", open != nullptr && open->editor != nullptr},
+              {"run", true},
+              {"evaluate", true},
+              {"export", {"c", "py"}}}}};
+}
+
+void open_file(State& state, const std::string& file, bool create) {
+    const auto path = state.folder.at(file);
+    auto open = std::make_unique<open_t>();
+    open->file = state.folder.name_of(path);
+    open->path = path;
+    std::string text = read_text(path, open->file, create);
+    try {
+        open->views.read({text, path, open->file, state.folder.path(), 0});
+    } catch (const nlohmann::json::exception& error) {
+        throw RpcError(error_t::model, tessel::format("{}: {}", file, why_no_json(error)));
+    } catch (const std::runtime_error& error) {
+        throw RpcError(error_t::model, error.what());
+    }
+    try {
+        open->editor = std::make_unique<edit::Editor>(text, path);
+        open->editor->set_places([views = &open->views](const std::string& handle) { return views->place_of(handle); });
+    } catch (const edit::Refusal& refusal) {
+        open->fixed_why = refusal.what();
+        open->fixed_mend = refusal.mend();
+        open->fixed_text = std::move(text);
+    }
+    if (state.open != nullptr) state.notify("closed", {{"file", state.open->file}});
+    state.open = std::move(open);
+    state.checker->ask(state.sheet());
+}
+
+void add_open_methods(Methods& methods, State& state) {
+    methods.add("hello", {}, [&](const Params&) {
+        const std::lock_guard lock(state.mutex);
+        return greeting(methods, state);
+    });
+    methods.add("files", {}, [&](const Params&) { return state.folder.files(); });
+    methods.add("open", {"file", "create", "recover"}, [&](const Params& params) {
+        const std::lock_guard lock(state.mutex);
+        open_file(state, params.text("file"), params.flag("create"));
+        json_t answer = greeting(methods, state);
+        answer["recovered"] = nullptr;
+        return answer;
+    });
+    methods.add("classes", {}, [](const Params&) { return class_table(); });
+    methods.add("stylesheet", {}, [](const Params&) { return json_t{{"css", draw::stylesheet()}}; });
+}
+
+}  // namespace zarn::serve
