@@ -76,6 +76,12 @@ public:
     outcome_t redo();
     outcome_t state() const;
 
+    /// Takes over what another text changed since both were the base. Returns the handles of what both changed, "model"
+    /// for the settings; nothing is done then.
+    std::vector<std::string> merge(std::string_view base, std::string_view theirs);
+    /// Another text in place of this one, as saved and with no history.
+    void adopt(std::string_view text);
+
     // ---- blocks
     std::string add_block(const new_block_t& block);
     void rename(const std::string& block, const std::string& name);
@@ -137,6 +143,8 @@ private:
     std::string resolved(const std::string& handle) const;
     std::uint64_t new_id() const;
     std::string unused_name(std::uint64_t level, const std::string& base) const;
+    /// What people call an output: of a subsystem the name of the port inside.
+    std::string signal_name(std::size_t block, int port) const;
     int next_port(std::uint64_t level, const std::string& class_name) const;
     void count_ports(std::uint64_t subsystem, const std::string& class_name, int by);
     std::vector<std::size_t> children_of(std::uint64_t level) const;

@@ -145,6 +145,8 @@ std::string joined(const std::vector<change_t::piece_t>& frame) {
 
 }  // namespace
 
+std::string Sheet::frame() const { return joined(frame_); }
+
 void Sheet::set_frame(std::vector<piece_t> frame) {
     change_t change;
     change.kind = change_t::kind_t::frame;

@@ -2,6 +2,7 @@
 // bytes.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -64,6 +65,14 @@ public:
     explicit Sheet(std::string_view text);
 
     std::string text() const;
+    /// The text with its lists empty.
+    std::string frame() const;
+    /// Whether both have the same lists, in one order.
+    bool has_lists_of(const Sheet& other) const {
+        return std::ranges::equal(frame_, other.frame_, {}, &piece_t::list, &piece_t::list);
+    }
+    /// Takes over all but the lists of a sheet with the same lists.
+    void take_frame(const Sheet& other) { set_frame(other.frame_); }
     const std::vector<item_t>& items(list_t list) const { return lists_[static_cast<std::size_t>(list)]; }
     const item_t& item(list_t list, std::size_t index) const { return items(list)[index]; }
 

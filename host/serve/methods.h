@@ -12,7 +12,13 @@ namespace zarn::serve {
 void add_open_methods(Methods& methods, State& state);
 /// view, block, search, picture, findings, describe_code
 void add_look_methods(Methods& methods, State& state);
+/// save, saved_state, revert, workspace.read, workspace.write
+void add_file_methods(Methods& methods, State& state);
+/// edit, undo, redo, can_connect, copy
+void add_edit_methods(Methods& methods, State& state);
 
+/// The answer to an edit that was done; tells it to all, and has the text checked.
+json_t told(State& state, const edit::outcome_t& outcome);
 /// What `hello` answers.
 json_t greeting(const Methods& methods, const State& state);
 /// What `findings` answers.
@@ -20,6 +26,7 @@ json_t findings_json(const open_t& open);
 /// The comments of a level as `view` shows them.
 json_t comments_json(const edit::Editor& editor, const std::string& level);
 /// Opens a file of the folder; see `open` in docs/protocol.md.
-void open_file(State& state, const std::string& file, bool create);
+/// Answers what is told of unsaved drawings that were recovered, null for none.
+json_t open_file(State& state, const std::string& file, bool create, bool recover);
 
 }  // namespace zarn::serve

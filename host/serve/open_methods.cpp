@@ -6,6 +6,7 @@
 #include "host/document/document.h"
 #include "host/draw/svg.h"
 #include "host/serve/classes.h"
+#include "host/serve/files.h"
 #include "host/serve/methods.h"
 
 namespace zarn::serve {
@@ -52,12 +53,24 @@ json_t greeting(const Methods& methods, const State& state) {
               {"export", {"c", "py"}}}}};
 }
 
-void open_file(State& state, const std::string& file, bool create) {
+json_t open_file(State& state, const std::string& file, bool create, bool recover) {
     const auto path = state.folder.at(file);
     auto open = std::make_unique<open_t>();
     open->file = state.folder.name_of(path);
     open->path = path;
     std::string text = read_text(path, open->file, create);
+    open->keeper = std::make_unique<edit::Keeper>(path, text);
+    json_t recovered;
+    if (const auto kept = open->keeper->kept()) {
+        if (recover) {
+            text = kept->text;
+            recovered = {{"revision", 0}, {"saved", kept->when}, {"conflict", !kept->of_this}};
+            // the file is another than that which was edited: saving must ask
+            if (!kept->of_this) open->keeper->distrust();
+        } else {
+            open->keeper->drop_kept();
+        }
+    }
     try {
         open->views.read({text, path, open->file, state.folder.path(), 0});
     } catch (const nlohmann::json::exception& error) {
@@ -74,8 +87,11 @@ void open_file(State& state, const std::string& file, bool create) {
         open->fixed_text = std::move(text);
     }
     if (state.open != nullptr) state.notify("closed", {{"file", state.open->file}});
+    if (open->editor != nullptr && (!recovered.is_null() || create)) open->editor->mark_unsaved();
     state.open = std::move(open);
+    state.open->kept = state.open->revision();
     state.checker->ask(state.sheet());
+    return recovered;
 }
 
 void add_open_methods(Methods& methods, State& state) {
@@ -86,9 +102,10 @@ void add_open_methods(Methods& methods, State& state) {
     methods.add("files", {}, [&](const Params&) { return state.folder.files(); });
     methods.add("open", {"file", "create", "recover"}, [&](const Params& params) {
         const std::lock_guard lock(state.mutex);
-        open_file(state, params.text("file"), params.flag("create"));
+        keep_unsaved(state);  // of the model before
+        json_t recovered = open_file(state, params.text("file"), params.flag("create"), params.flag("recover", true));
         json_t answer = greeting(methods, state);
-        answer["recovered"] = nullptr;
+        answer["recovered"] = std::move(recovered);
         return answer;
     });
     methods.add("classes", {}, [](const Params&) { return class_table(); });

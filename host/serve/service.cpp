@@ -1,5 +1,9 @@
 #include "host/serve/service.h"
 
+#include <chrono>
+#include <thread>
+
+#include "host/serve/files.h"
 #include "host/serve/methods.h"
 
 namespace zarn::serve {
@@ -10,10 +14,18 @@ struct Service::impl_t {
                                                   [this](verdict_t verdict) { take(std::move(verdict)); });
         add_open_methods(methods, state);
         add_look_methods(methods, state);
+        add_edit_methods(methods, state);
+        add_file_methods(methods, state);
         if (!setup.file.empty()) {
             const std::lock_guard lock(state.mutex);
-            open_file(state, setup.file, false);
+            try {
+                open_file(state, setup.file, false, true);
+            } catch (...) {
+                state.checker.reset();  // whose thread uses the state
+                throw;
+            }
         }
+        watch = std::thread([this] { look_after(); });
     }
 
     void take(verdict_t verdict) {
@@ -26,14 +38,37 @@ struct Service::impl_t {
         state.notify("findings", findings_json(*state.open));
     }
 
+    /// Twice a second: keeps what is not saved, and sees what others do to the file.
+    void look_after() {
+        std::unique_lock lock(state.mutex);
+        while (!ends.wait_for(lock, std::chrono::milliseconds(500), [this] { return ended; })) {
+            keep_unsaved(state);
+            look_at_disk(state);
+        }
+        keep_unsaved(state);
+    }
+
+    void end() {
+        {
+            const std::lock_guard lock(state.mutex);
+            ended = true;
+        }
+        ends.notify_all();
+        watch.join();
+        // the checker's thread uses the state until it has ended
+        state.checker.reset();
+    }
+
     State state;
     Methods methods;
+    std::thread watch;
+    std::condition_variable ends;
+    bool ended = false;
 };
 
 Service::Service(service_setup_t setup) : impl_(std::make_unique<impl_t>(std::move(setup))) {}
 
-// the checker's thread uses the state until it has ended
-Service::~Service() { impl_->state.checker.reset(); }
+Service::~Service() { impl_->end(); }
 
 std::optional<std::string> Service::answer(std::string_view request) { return impl_->methods.answer(request); }
 

@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "host/edit/editor.h"
+#include "host/edit/keeper.h"
 #include "host/serve/checker.h"
 #include "host/serve/folder.h"
 #include "host/serve/rpc.h"
@@ -21,11 +22,14 @@ namespace zarn::serve {
 
 /// One open model.
 struct open_t {
-    std::string file;                      ///< relative to the folder
-    std::filesystem::path path;            ///< absolute, links resolved
-    std::unique_ptr<edit::Editor> editor;  ///< null for a text that cannot be edited
-    std::string fixed_text;                ///< the text then
-    std::string fixed_why, fixed_mend;     ///< why it cannot
+    std::string file;            ///< relative to the folder
+    std::filesystem::path path;  ///< absolute, links resolved
+    std::unique_ptr<edit::Keeper> keeper;
+    std::optional<std::uint64_t> kept;            ///< the revision that the side file, or the file, has
+    edit::disk_t told_disk = edit::disk_t::same;  ///< what was told of the file last
+    std::unique_ptr<edit::Editor> editor;         ///< null for a text that cannot be edited
+    std::string fixed_text;                       ///< the text then
+    std::string fixed_why, fixed_mend;            ///< why it cannot
     Views views;
     verdict_t verdict;
     bool judged = false;  ///< whether there is a verdict of any state
