@@ -31,11 +31,18 @@ run: build
 	@mkdir -p out
 	$(ZARN) run examples/motor/motor.json -w examples/motor/workspace.py -o out/motor.csv
 
+# the studio in the browser: installs what is missing, builds the page, opens an example
+.PHONY: studio
+studio: build
+	@tools/studio.sh setup && tools/studio.sh build
+	$(ZARN) studio examples/motor/motor.json
+
 # what single tests need besides; where it cannot be had they say so and are passed over
 TEST_PACKAGES = fish mandoc python3-jsonschema zsh
 
 test: $(BUILD)/build.ninja
 	@tools/setup.sh $(TEST_PACKAGES) || echo "make test: goes on without $(TEST_PACKAGES)" >&2
+	@tools/studio.sh setup || echo "make test: goes on without the tests of the studio's page" >&2
 	@cmake --build $(BUILD) -j $(JOBS)
 	ctest --test-dir $(BUILD) -j $(JOBS) --output-on-failure
 

@@ -33,6 +33,8 @@ if (TARGET zarn)
     install(TARGETS zarn RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT zarn)
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/python DESTINATION ${CMAKE_INSTALL_DATADIR}/zarn COMPONENT zarn
         FILES_MATCHING PATTERN "*.py")
+    # the page of the studio, when it has been built
+    install(DIRECTORY ${PROJECT_SOURCE_DIR}/studio/dist/ DESTINATION ${CMAKE_INSTALL_DATADIR}/zarn/studio COMPONENT zarn OPTIONAL)
     foreach (pages man bash-completion zsh fish)
         install(DIRECTORY ${PROJECT_BINARY_DIR}/share/${pages} DESTINATION ${CMAKE_INSTALL_DATADIR} COMPONENT zarn)
     endforeach ()

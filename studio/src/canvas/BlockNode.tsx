@@ -24,7 +24,7 @@ function PortHandle({ port, input, block }: { port: Port; input: boolean; block:
             id={input ? inputHandle(port.index) : outputHandle(port.index)}
             type={input ? "target" : "source"}
             position={sides[port.side]}
-            className={port.linked ? "port linked" : "port"}
+            className={port.linked ? "port-handle linked" : "port-handle"}
             style={{ left: port.x + dx, top: port.y + dy }}
             title={`${input ? "input" : "output"} ${port.name}`}
         />

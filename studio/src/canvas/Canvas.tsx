@@ -27,6 +27,7 @@ const edgeTypes: EdgeTypes = { wire: WireEdge };
 const snapGrid: [number, number] = [grid, grid];
 const fitOptions = { padding: 0.12, maxZoom: 1.6, minZoom: 0.02 };
 const wireReach = 9; // how near to a wire a block is dropped into it, in canvas units
+const minimapSize = { width: 150, height: 100 };
 const noHandles: ReadonlySet<Handle> = new Set();
 
 /// The wire at a place, with the distance at which it counts as hit.
@@ -257,7 +258,7 @@ export function Canvas() {
                 <LevelTexts area={area.box} wires={shown.wires} busy={busyWires} />
                 <RenameBox />
                 <QuickInsert />
-                {(view?.blocks.length ?? 0) <= 1500 ? <MiniMap pannable zoomable ariaLabel="minimap" nodeStrokeWidth={2} /> : null}
+                {(view?.blocks.length ?? 0) <= 1500 ? <MiniMap pannable zoomable ariaLabel="minimap" nodeStrokeWidth={2} style={minimapSize} /> : null}
                 <Controls showInteractive={false} fitViewOptions={fitOptions} onFitView={() => useStudio.getState().fit()} />
                 <ConnectHint />
             </ReactFlow>

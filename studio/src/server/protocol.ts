@@ -160,7 +160,8 @@ export interface Settings {
 
 export interface View {
     revision: number;
-    checked: number;
+    /// The revision whose check is shown; null before the first check.
+    checked: number | null;
     level: Handle;
     path: string;
     title: string;
@@ -261,8 +262,8 @@ export interface EditAnswer {
 export interface Finding {
     code: string;
     severity: "error" | "warning" | "note";
-    path: string;
-    class?: string;
+    path: string | null;
+    class?: string | null;
     block: Handle | null;
     wire: Handle | null;
     level: Handle | null;
@@ -270,8 +271,8 @@ export interface Finding {
     mend: string;
     steps?: unknown[];
     file?: string;
-    line?: number;
-    column?: number;
+    line?: number | null;
+    column?: number | null;
     mends?: { title: string; mend: string }[];
 }
 

@@ -21,7 +21,7 @@ export const findingsSlice: Slice<FindingsSlice> = (set, get) => ({
         set({ findings });
         const { view } = get();
         // types, problems and late marks are those of the check
-        if (view && (view.checked < findings.checked || before?.evaluated !== findings.evaluated)) void get().refresh();
+        if (view && ((view.checked ?? -1) < findings.checked || before?.evaluated !== findings.evaluated)) void get().refresh();
     },
     jumpTo(finding) {
         const { wire, level } = finding;
