@@ -44,8 +44,8 @@ describe("the motor", () => {
         await page.getByRole("combobox", { name: "text to search for" }).fill("u_max");
         await page.locator("#hits [role=option]").first().waitFor();
         await page.keyboard.press("Enter");
-        await page.locator(".block-node.selected").waitFor();
-        expect(await page.locator(".breadcrumb [aria-current]").textContent()).toBe("controller");
+        await expect.poll(() => page.locator(".breadcrumb [aria-current]").textContent()).toBe("controller");
+        await block(page, "u_max").locator(".block-node.selected").waitFor();
         await page.keyboard.press("u");
         await block(page, "motor").waitFor();
     });

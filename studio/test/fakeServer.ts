@@ -14,9 +14,9 @@ export class FakeServer implements Server {
 
     async call<M extends Method>(method: M, params?: Params<M>): Promise<Answer<M>> {
         this.asked.push({ method, params });
-        const own = this.answers[method] as Answer<M> | ((params: Params<M>) => Answer<M>) | undefined;
+        const own: unknown = this.answers[method];
         if (typeof own === "function") return (own as (params: Params<M>) => Answer<M>)(params as Params<M>);
-        if (own !== undefined) return own;
+        if (own !== undefined) return own as Answer<M>;
         const level = (params as { level?: string } | undefined)?.level;
         const key = method === "view" && level !== undefined ? `view ${level}` : method;
         const answer = (recorded as Record<string, unknown>)[key];

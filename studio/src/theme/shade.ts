@@ -17,16 +17,17 @@ function hslOf(hex: string): Hsl {
 }
 
 const paper = { hue: 222, saturation: 0.16 }; // of what was grey
-const darkest = 0.115, lightest = 0.93;
+const darkest = 0.115, lightest = 0.93, strongest = 0.62;
 
 /// The colour on a dark page that stands for a colour ("#rrggbb" or "#rgb") of a light one.
 export function shade(hex: string): string {
     const { h, s, l } = hslOf(hex);
-    const grey = s < 0.1 || l > 0.985;
     const light = darkest + (1 - l) * (lightest - darkest);
-    // a pale tint is told by its hue: it keeps more of it where it is dark
-    const saturation = grey ? paper.saturation : Math.min(s, l > 0.85 ? 0.34 : 0.62);
-    const lifted = !grey && l > 0.85 ? light + 0.075 : light;
+    const chroma = s * (1 - Math.abs(2 * l - 1));
+    const grey = chroma < 0.012;
+    // a tint stays as pale as it was: what is kept is the distance of its channels, not the share of it
+    const saturation = grey ? paper.saturation : Math.min(strongest, (chroma * 1.1) / (1 - Math.abs(2 * light - 1)));
+    const lifted = !grey && l > 0.85 ? light + 0.035 : light;
     return `hsl(${Math.round(grey ? paper.hue : h)} ${Math.round(saturation * 100)}% ${Math.round(lifted * 100)}%)`;
 }
 
