@@ -10,6 +10,28 @@ The object `mainsys` mirrors the model: a `Result` for each subsystem, holding t
 one `TimeSeries` for each `to_workspace` block.
 """
 
+from __future__ import annotations
+
+TYPE_CHECKING = False  # as typing has it, which would take time to import
+if TYPE_CHECKING:
+    from typing import Any
+
+    from zarn._build import Block as Block, Signal as Signal
+    from zarn._errors import (
+        Error as Error,
+        FileError as FileError,
+        Finding as Finding,
+        Findings as Findings,
+        ModelError as ModelError,
+        UnknownSignalError as UnknownSignalError,
+        UsageError as UsageError,
+        WorkspaceError as WorkspaceError,
+    )
+    from zarn._models import Model as Model, load as load, loads as loads, subsystem as subsystem
+    from zarn._run import Comparison as Comparison, Run as Run
+    from zarn._series import Series as Series
+    from zarn._stepper import Snapshot as Snapshot, Stepper as Stepper
+
 # What is not needed in a workspace is imported when it is first used.
 _PLACES = {
     "load": "_models",
@@ -35,7 +57,7 @@ _PLACES = {
 __all__ = ["Result", "TimeSeries", *_PLACES]
 
 
-def __getattr__(name):
+def __getattr__(name: Any) -> Any:
     if name not in _PLACES:
         raise AttributeError(f"module 'zarn' has no attribute {name!r}")
     import importlib
@@ -45,17 +67,17 @@ def __getattr__(name):
     return value
 
 
-def __dir__():
+def __dir__() -> Any:
     return sorted(set(globals()) | set(__all__))
 
 
 class Result:
     """A bag of attributes."""
 
-    def __init__(self, **members):
+    def __init__(self, **members: Any) -> None:
         self.__dict__.update(members)
 
-    def __repr__(self):
+    def __repr__(self) -> Any:
         members = []
         for name, value in vars(self).items():
             shown = "Result(...)" if isinstance(value, Result) else _short(repr(value))
@@ -66,36 +88,36 @@ class Result:
 class TimeSeries:
     """Samples over time: `xdata` holds the times in seconds, `ydata` as many values."""
 
-    def __init__(self, path=""):
+    def __init__(self, path: Any = "") -> None:
         self.path = path
-        self._xdata = []
-        self._ydata = []
+        self._xdata: Any = []
+        self._ydata: Any = []
 
     @property
-    def xdata(self):
+    def xdata(self) -> Any:
         self._xdata = _array(self._xdata)
         return self._xdata
 
     @xdata.setter
-    def xdata(self, values):
+    def xdata(self, values: Any) -> None:
         self._xdata = values
 
     @property
-    def ydata(self):
+    def ydata(self) -> Any:
         self._ydata = _array(self._ydata)
         return self._ydata
 
     @ydata.setter
-    def ydata(self, values):
+    def ydata(self, values: Any) -> None:
         self._ydata = values
 
-    def __len__(self):
+    def __len__(self) -> Any:
         return len(self._xdata)
 
-    def __bool__(self):
+    def __bool__(self) -> Any:
         return True
 
-    def __repr__(self):
+    def __repr__(self) -> Any:
         count = len(self)
         if count == 0:
             return f"TimeSeries({self.path!r}, no samples)"
@@ -103,7 +125,7 @@ class TimeSeries:
         last = f", last value {self._ydata[-1]:g}" if len(self._ydata) == count else ""
         return f"TimeSeries({self.path!r}, {span}{last})"
 
-    def plot(self, axes=None, **style):
+    def plot(self, axes: Any = None, **style: Any) -> Any:
         """Draws the series as the steps that it holds, into `axes` or into a figure of its own; answers the axes."""
         import matplotlib.pyplot
 
@@ -118,7 +140,7 @@ class TimeSeries:
         return axes
 
 
-def _array(values):
+def _array(values: Any) -> Any:
     """Wraps memory that a run handed over: by numpy without a copy, else as an array of floats."""
     if not isinstance(values, memoryview):
         return values
@@ -134,6 +156,6 @@ def _array(values):
     return numpy.asarray(values)
 
 
-def _short(text):
+def _short(text: Any) -> Any:
     text = " ".join(text.split())
     return text if len(text) <= 60 else text[:57] + "..."

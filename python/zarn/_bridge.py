@@ -3,6 +3,8 @@
 Every function answers and none raises: a pair of None and a text tells what went wrong, on one line.
 """
 
+from __future__ import annotations
+
 import array
 import functools
 import math
@@ -13,6 +15,10 @@ import traceback
 import __main__
 import zarn
 from zarn import _imports
+
+TYPE_CHECKING = False  # as typing has it, which would take time to import
+if TYPE_CHECKING:
+    from typing import Any
 
 # tags of values, as the library numbers its port types
 BOOL, INT32, INT64, UINT64, FLT64, TEXT = 1, 7, 9, 10, 12, 14
@@ -32,47 +38,47 @@ NUMPY_TAGS = {
 }
 
 
-def prepare(arguments, output_to_errors):
+def prepare(arguments: Any, output_to_errors: Any) -> None:
     __main__.math = math
     __main__.zarn = zarn
     sys.argv = list(arguments)
     if output_to_errors:
         sys.stdout = sys.stderr
     else:
-        sys.stdout.reconfigure(line_buffering=True)
+        sys.stdout.reconfigure(line_buffering=True)  # type: ignore[attr-defined]
 
 
 # ---- names
 
 
-class Scope(dict):
+class Scope(dict):  # type: ignore[type-arg]  # a builtin, for eval
     """Names of an evaluation: what it binds itself, then `places` in order, then the builtins."""
 
-    def __init__(self, places):
+    def __init__(self, places: Any) -> None:
         super().__init__()
         self.places = places
 
-    def __missing__(self, name):
+    def __missing__(self, name: Any) -> Any:
         for place in self.places:
             if name in place:
                 return place[name]
         raise KeyError(name)
 
 
-def members_of(value):
+def members_of(value: Any) -> Any:
     return getattr(value, "__dict__", {})
 
 
 # ---- values
 
 
-def numpy_type(*names):
+def numpy_type(*names: Any) -> Any:
     """Types of numpy, if anybody has imported it: else there can be no value of them."""
     module = sys.modules.get("numpy")
     return tuple(getattr(module, name) for name in names if hasattr(module, name))
 
 
-def typed(value):
+def typed(value: Any) -> Any:
     """Tag and plain value."""
     if isinstance(value, numpy_type("generic")) and not isinstance(value, str):
         tag = NUMPY_TAGS.get((value.dtype.kind, value.dtype.itemsize))
@@ -96,19 +102,19 @@ def typed(value):
     raise TypeError(f"a value of type {type(value).__name__} is neither a number nor a text")
 
 
-def is_list(value):
+def is_list(value: Any) -> Any:
     if isinstance(value, (str, bytes, bytearray, dict)):
         return False
     return hasattr(value, "__len__") and hasattr(value, "__getitem__") and getattr(value, "shape", None) != ()
 
 
-def as_number(value):
+def as_number(value: Any) -> Any:
     if isinstance(value, (numbers.Real, *numpy_type("bool_"))):
         return float(value)
     raise TypeError(f"a value of type {type(value).__name__} is not a number")
 
 
-def as_doubles(values):
+def as_doubles(values: Any) -> Any:
     if not is_list(values):
         raise TypeError(f"a value of type {type(values).__name__} is not a list of numbers")
     if isinstance(values, numpy_type("ndarray")):
@@ -118,7 +124,7 @@ def as_doubles(values):
     return array.array("d", [as_number(value) for value in values])
 
 
-def series_of(value):
+def series_of(value: Any) -> Any:
     if hasattr(value, "xdata") and hasattr(value, "ydata"):
         times, values = as_doubles(value.xdata), as_doubles(value.ydata)
     elif is_list(value) and len(value) == 2:
@@ -135,7 +141,7 @@ def series_of(value):
     return times, values
 
 
-def elements_of(values):
+def elements_of(values: Any) -> Any:
     elements = []
     for value in values:
         tag, plain = typed(value)
@@ -145,7 +151,7 @@ def elements_of(values):
     return elements
 
 
-def array_of(value):
+def array_of(value: Any) -> Any:
     """Rows, columns and the elements row by row."""
     if not is_list(value):
         raise TypeError(f"a value of type {type(value).__name__} is not a list of numbers")
@@ -164,9 +170,9 @@ def array_of(value):
 # ---- the operations
 
 
-def answering(operation):
+def answering(operation: Any) -> Any:
     @functools.wraps(operation)
-    def answer(*arguments):
+    def answer(*arguments: Any) -> Any:
         try:
             return operation(*arguments)
         except BaseException as error:  # an expression can also raise SystemExit
@@ -175,7 +181,7 @@ def answering(operation):
     return answer
 
 
-def said(error):
+def said(error: Any) -> Any:
     name = type(error).__name__
     text = error.msg if isinstance(error, SyntaxError) else error
     try:
@@ -188,10 +194,10 @@ def said(error):
 class Workspace:
     """The operations on one set of names."""
 
-    def __init__(self, names):
+    def __init__(self, names: Any) -> None:
         self.names = names
 
-    def scope_of(self, path):
+    def scope_of(self, path: Any) -> Any:
         """The enclosing objects of a dotted path from the innermost outwards, then the workspace."""
         places = [self.names]
         place = self.names
@@ -202,7 +208,7 @@ class Workspace:
             places.insert(0, place)
         return Scope(places)
 
-    def find(self, path):
+    def find(self, path: Any) -> Any:
         """The object under a dotted name of the workspace."""
         first, *rest = path.split(".")
         if first not in self.names:
@@ -212,7 +218,7 @@ class Workspace:
             value = getattr(value, name)
         return value
 
-    def bind(self, path, value):
+    def bind(self, path: Any, value: Any) -> None:
         head, _, last = path.rpartition(".")
         if head:
             setattr(self.find(head), last, value)
@@ -220,31 +226,31 @@ class Workspace:
             self.names[last] = value
 
     @answering
-    def evaluate(self, scope, text):
+    def evaluate(self, scope: Any, text: Any) -> Any:
         return typed(eval(text.strip(), self.scope_of(scope)))
 
     @answering
-    def evaluate_array(self, scope, text):
+    def evaluate_array(self, scope: Any, text: Any) -> Any:
         return array_of(eval(text.strip(), self.scope_of(scope)))
 
     @answering
-    def find_series(self, text):
+    def find_series(self, text: Any) -> Any:
         return series_of(eval(text.strip(), self.scope_of("")))
 
     @answering
-    def assign(self, name, text):
+    def assign(self, name: Any, text: Any) -> Any:
         scope = self.scope_of("")
         scope.places.insert(0, {"zarn": zarn})  # whatever the workspace has made of the name
         self.bind(name, eval(text, scope))
         return True, ""
 
     @answering
-    def set_attribute(self, name, key, value):
+    def set_attribute(self, name: Any, key: Any, value: Any) -> Any:
         setattr(self.find(name), key, value)
         return True, ""
 
     @answering
-    def set_array(self, name, view):
+    def set_array(self, name: Any, view: Any) -> Any:
         head, _, _ = name.rpartition(".")
         wrapped_later = head and isinstance(self.find(head), zarn.TimeSeries)
         self.bind(name, view if wrapped_later else zarn._array(view))
@@ -264,7 +270,7 @@ set_array = main.set_array
 # ---- the user's own code
 
 
-def run(source, name, hidden):
+def run(source: Any, name: Any, hidden: Any) -> Any:
     """Runs a source text in the workspace. True if all is well, False after its traceback, None after Ctrl-C."""
     try:
         exec(compile(source, name, "exec"), vars(__main__))
@@ -286,7 +292,7 @@ def run(source, name, hidden):
     return True
 
 
-def run_file(path):
+def run_file(path: Any) -> Any:
     import os
 
     with open(path, "rb") as file:
@@ -301,13 +307,13 @@ def run_file(path):
         vars(__main__).pop("__file__", None)
 
 
-def run_code(text):
+def run_code(text: Any) -> Any:
     if "" not in sys.path:
         sys.path.insert(0, "")
     return run(text, "<-e>", 1)
 
 
-def interact():
+def interact() -> None:
     with _imports.own():
         import code
     try:
@@ -326,7 +332,7 @@ def interact():
         flush()
 
 
-def flush():
+def flush() -> None:
     for stream in (sys.stdout, sys.stderr):
         try:
             stream.flush()
@@ -337,14 +343,14 @@ def flush():
 # ---- files
 
 
-def require_plot():
+def require_plot() -> None:
     with _imports.own():
         from zarn import _plot
 
         _plot.require()
 
 
-def save_plot(path, form, title, signals):
+def save_plot(path: Any, form: Any, title: Any, signals: Any) -> None:
     with _imports.own():
         from zarn import _plot
 

@@ -382,8 +382,8 @@ class Builder:
             source = sources[first] if first is not None else None
             return source.type if source is not None else None
         if typed == "highest":
-            types = [source.type if source is not None else None for source in sources]
-            return None if None in types or not types else max(types, key=lambda t: RANK[t])  # type: ignore[index,arg-type]
+            types = [source.type for source in sources if source is not None and source.type is not None]
+            return max(types, key=RANK.__getitem__) if types and len(types) == len(sources) else None
         if block_class == "cast":
             return texts.get("type")  # type: ignore[return-value]
         if block_class == "constant":

@@ -1,14 +1,21 @@
 """Imports of the package's own."""
 
+from __future__ import annotations
+
 import contextlib
 import os
 import sys
 
-user_places = set()  # entries of sys.path that are there for the user's code alone
+TYPE_CHECKING = False  # as typing has it, which would take time to import
+if TYPE_CHECKING:
+    from collections.abc import Iterator
+    from typing import Any
+
+user_places: set[str] = set()  # entries of sys.path that are there for the user's code alone
 
 
 @contextlib.contextmanager
-def own():
+def own() -> Iterator[None]:
     """Within it, modules and their settings come from where this Python is installed: no file that lies beside a script
     or in the current folder takes the place of a module, nor does a `matplotlibrc` there."""
     places = list(sys.path)

@@ -175,7 +175,7 @@ class Macros(Blocks):
         return self.pid(error, kp, ki, 0.0, low, high, name)
 
     def _number(self, value: Value, name: str) -> Signal:
-        text = value if isinstance(value, str) else float(value)  # type: ignore[arg-type]
+        text: Value = value if isinstance(value, str) else float(value)  # type: ignore[arg-type]
         constant = self.constant(text, name=name)
         return constant if constant.type == "flt64" else self.cast(constant, "flt64", name=name + "_flt64")
 

@@ -5,10 +5,10 @@ from __future__ import annotations
 import functools
 import json
 import os
-from collections.abc import Callable, Mapping
-from typing import Any, Optional
+from collections.abc import Callable, Mapping, Sequence
+from typing import Any, Optional, Union
 
-from zarn._build import Block, Feedback, Ports, Signal, SignalLike, Subsystem, lines_of, text_of
+from zarn._build import Block, Feedback, Ports, Signal, SignalLike, Subsystem, Value, lines_of, text_of
 from zarn._errors import FileError, ModelError, UsageError
 from zarn._macros import Macros
 from zarn._model import AskedModel, PathLike
@@ -127,18 +127,23 @@ class Model(Macros, AskedModel):
     subsys = subsystem
 
     def reference(
-        self, path: PathLike, inputs: Mapping[str, SignalLike] | None = None, outputs: int | None = None, name: str | None = None
+        self,
+        path: PathLike,
+        inputs: Union[Mapping[str, SignalLike], Sequence[SignalLike]] = (),
+        outputs: Optional[int] = None,
+        name: Optional[str] = None,
     ) -> Block:
         """The content of another file as a subsystem. `inputs` feed its inports by name or, as a list, by number; each
         output is `block[number]`."""
         place = os.fspath(path)
-        block = self._operate_structure("refsys", name, {"path": place})
+        block = self._structure("refsys", name, {"path": place})
         folder = os.path.dirname(self._name)
         inports, outports = _ports_of_file(os.path.join(folder, place))
         block.inputs, block.outputs = len(inports), len(outports) if outputs is None else outputs
-        given = inputs or {}
-        sources = dict(enumerate(given)) if isinstance(given, (list, tuple)) else dict(given)
-        for port, source in sources.items():
+        pairs: list[tuple[Any, SignalLike]] = list(
+            inputs.items() if isinstance(inputs, Mapping) else enumerate(inputs)
+        )
+        for port, source in pairs:
             if port not in inports and not (isinstance(port, int) and port < len(inports)):
                 raise UsageError(f"{block.path}: {place} has no inport {port!r}; it has {', '.join(inports) or 'none'}")
             number = port if isinstance(port, int) else inports.index(port)
@@ -147,7 +152,7 @@ class Model(Macros, AskedModel):
 
     refsys = reference
 
-    def _operate_structure(self, block_class: str, name: Optional[str], parameters: dict[str, Any]) -> Block:
+    def _structure(self, block_class: str, name: Optional[str], parameters: dict[str, Any]) -> Block:
         self._changed()
         return self._new(block_class, name, {key: text_of(value) for key, value in parameters.items()})
 
@@ -217,7 +222,7 @@ class Model(Macros, AskedModel):
                 return block
         raise UsageError(f"{self._name}: there is no block {path}")
 
-    def set(self, path: str, **parameters: Value_) -> None:
+    def set(self, path: str, **parameters: Value) -> None:
         """Sets parameters of a block."""
         block = self.find(path)
         self._changed()
@@ -360,7 +365,6 @@ class Model(Macros, AskedModel):
                 mine.sort(key=lambda port: int(port.parameters.get("portNumber", 0)))
 
 
-Value_ = Any
 _MACROS = frozenset(
     ["transfer_function", "sos", "state_space", "pid", "pi", "moving_average", "rate_limiter", "rising", "falling", "counter"]
 )

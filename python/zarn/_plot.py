@@ -4,8 +4,14 @@ Signals of one subsystem share a panel where their values are of similar size; b
 lane for each, as on a logic analyzer.
 """
 
+from __future__ import annotations
+
 import math
 import warnings
+
+TYPE_CHECKING = False  # as typing has it, which would take time to import
+if TYPE_CHECKING:
+    from typing import Any
 
 WIDTH = 10.0  # of the figure, in inches
 PANEL_HEIGHT = 2.6
@@ -22,7 +28,7 @@ LARGEST = 1e300  # beyond that, the distance between two values is no number
 BOOL = "bool"  # the kind of signal that has lanes; others are "integer" and "float"
 
 
-def require():
+def require() -> None:
     """Raises RuntimeError where nothing can be drawn."""
     import importlib.util
 
@@ -30,7 +36,7 @@ def require():
         raise RuntimeError("a plot needs matplotlib, which this Python does not have (package python3-matplotlib)")
 
 
-def save(path, form, title, signals):
+def save(path: Any, form: Any, title: Any, signals: Any) -> None:
     """Draws `signals`, tuples of name, kind, times and values, into a file; values that are not a number are gaps."""
     require()
     import matplotlib
@@ -57,7 +63,7 @@ def save(path, form, title, signals):
 
 
 class Signal:
-    def __init__(self, name, kind, times, values):
+    def __init__(self, name: Any, kind: Any, times: Any, values: Any) -> None:
         import numpy
 
         self.name = printable(name)
@@ -70,14 +76,14 @@ class Signal:
         finite = self.values[numpy.isfinite(self.values)]
         self.size = float(numpy.max(numpy.abs(finite))) if len(finite) else 0.0
 
-    def points(self):
+    def points(self) -> Any:
         """Times and values to draw: all, or of a long recording the extremes of each stretch of time."""
         import numpy
 
         if len(self.times) <= MOST_POINTS:
             return self.times, self.values
         width = -(-len(self.times) // (MOST_POINTS // 4))
-        chosen = set()
+        chosen: Any = set()
         for start in range(0, len(self.values), width):
             part = self.values[start : start + width]
             known = numpy.flatnonzero(numpy.isfinite(part))
@@ -91,9 +97,9 @@ class Signal:
         return self.times[order], self.values[order]
 
 
-def group(signals):
+def group(signals: Any) -> Any:
     """Panels of signals, in the order in which their first signals come."""
-    families = {}
+    families: Any = {}
     for signal in signals:
         families.setdefault((signal.parent, signal.kind == BOOL), []).append(signal)
     most = max(MOST_LINES, math.ceil(len(signals) / MOST_PANELS))
@@ -107,16 +113,19 @@ def group(signals):
     return panels
 
 
-def evenly(items, most):
+def evenly(items: Any, most: Any) -> Any:
     """Parts of nearly one length, none longer than `most`."""
     count = math.ceil(len(items) / most)
     return [items[len(items) * i // count : len(items) * (i + 1) // count] for i in range(count)]
 
 
-def by_size(family):
+def by_size(family: Any) -> Any:
     """Parts of a family whose largest values differ little; zeros go with anything."""
-    parts = []
-    for signal in sorted(family, key=lambda s: s.size):
+    parts: Any = []
+    def size(signal: Any) -> Any:
+        return signal.size
+
+    for signal in sorted(family, key=size):
         if parts and (parts[-1][0].size == 0 or signal.size <= SIMILAR * parts[-1][0].size):
             parts[-1].append(signal)
             if parts[-1][0].size == 0 and signal.size:
@@ -129,7 +138,7 @@ def by_size(family):
     return sorted(parts, key=lambda part: place[id(part[0])])
 
 
-def draw_lines(axes, panel):
+def draw_lines(axes: Any, panel: Any) -> None:
     for signal in panel:
         times, values = signal.points()
         # a sample holds until the next one, and the last before a gap until the gap
@@ -145,7 +154,7 @@ def draw_lines(axes, panel):
         text.set_text(text.get_text().lstrip("\u200b"))
 
 
-def mark_single(axes, times, values, color):
+def mark_single(axes: Any, times: Any, values: Any, color: Any) -> None:
     """Samples with a gap on either side have no line: they are dots."""
     import numpy
 
@@ -157,7 +166,7 @@ def mark_single(axes, times, values, color):
         axes.plot(times[alone], values[alone], ".", color=color, markersize=4)
 
 
-def draw_lanes(axes, panel):
+def draw_lanes(axes: Any, panel: Any) -> None:
     names = []
     for lane, signal in enumerate(reversed(panel)):
         times, values = signal.points()
@@ -173,5 +182,5 @@ def draw_lanes(axes, panel):
     axes.margins(x=0.01)
 
 
-def printable(text):
+def printable(text: Any) -> Any:
     return "".join(c if c.isprintable() else "\ufffd" for c in text)

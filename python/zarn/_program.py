@@ -144,9 +144,7 @@ class _Nested(_Program):
             self._write_inport(block, indent)
         rest = [block for block in waiting if block.block_class not in ("inport", "outport")]
         while rest:
-            block = next((block for block in rest if self._is_ready(block)), None)
-            if block is None:
-                block = rest[0]
+            block = next((block for block in rest if self._is_ready(block)), rest[0])
             rest.remove(block)
             self._write_block(block, indent)
         for block in outports:
