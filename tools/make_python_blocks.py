@@ -82,7 +82,7 @@ def method_of(facts: dict[str, Any]) -> str:
         told.append(f"Gives {words[facts['outputs'][0]]}.")
     inputs = "(" + ", ".join(needed + more) + ("," if len(needed + more) == 1 else "") + ")"
     if more:
-        inputs = f"_given({inputs})"
+        inputs = f"_given({inputs}, {len(needed)})"
     call = f"self._operate({facts['name']!r}, {inputs}, {{{', '.join(given)}}}, name)"
     body = f"return {call}" + ("" if facts["outputs"] else ".block")
     lines = facts["head"].splitlines()
@@ -104,9 +104,9 @@ def text() -> str:
     return (
         HEAD
         + f"RULES: Mapping[str, Rule] = {{\n{rules},\n}}\n\n\n"
-        + "def _given(inputs: tuple[Optional[SignalLike], ...]) -> tuple[Optional[SignalLike], ...]:\n"
+        + "def _given(inputs: tuple[Optional[SignalLike], ...], least: int) -> tuple[Optional[SignalLike], ...]:\n"
         + '    """Without those at the end that are left out."""\n'
-        + "    count = len(inputs)\n    while count and inputs[count - 1] is None:\n        count -= 1\n"
+        + "    count = len(inputs)\n    while count > least and inputs[count - 1] is None:\n        count -= 1\n"
         + "    return inputs[:count]\n\n\n"
         + 'class Blocks(Builder):\n    """A function for each class. An input that is None is left open, for `wire` to feed it."""\n\n'
         + "    _rules = RULES\n\n"

@@ -10,4 +10,5 @@ PYBIND11_MODULE(_core, module) {
     zarn::module::add_classes(module);
     zarn::module::add_session(module);
     zarn::module::add_stepper(module);
+    zarn::module::add_sweep(module);
 }

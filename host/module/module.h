@@ -15,6 +15,7 @@ void add_errors(py::module_& module);
 void add_classes(py::module_& module);
 void add_session(py::module_& module);
 void add_stepper(py::module_& module);
+void add_sweep(py::module_& module);
 
 /// Findings as a list of objects of zarn._errors.
 py::list list_of(const std::vector<finding_t>& findings);

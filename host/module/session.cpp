@@ -13,22 +13,29 @@ namespace zarn::module {
 
 using unlocked = py::gil_scoped_release;
 
-PySession::PySession(const std::string& model, const py::object& text, const py::dict& settings,
-                     const py::object& functions) {
+session_setup_t setup_of(const std::string& model, const py::dict& settings, const py::object& functions,
+                         CPythonBridge** bridge) {
     session_setup_t setup;
     setup.model = model;
     for (const auto& [key, value] : settings)
         setup.settings.emplace_back(key.cast<std::string>(), value.cast<double>());
+    if (functions.is_none()) return setup;
+    // the last to hold it may not have the interpreter's lock
+    const auto destroy = [](CPythonBridge* done) {
+        const py::gil_scoped_acquire lock;
+        delete done;
+    };
+    const std::shared_ptr<CPythonBridge> made(new CPythonBridge(functions), destroy);
+    if (bridge != nullptr) *bridge = made.get();
+    setup.bridge = made;
+    return setup;
+}
+
+PySession::PySession(const std::string& model, const py::object& text, const py::dict& settings,
+                     const py::object& functions) {
     CPythonBridge* bridge = nullptr;
-    if (!functions.is_none()) {
-        // the last to hold it may not have the interpreter's lock
-        const auto destroy = [](CPythonBridge* done) {
-            const py::gil_scoped_acquire lock;
-            delete done;
-        };
-        setup.bridge = std::shared_ptr<CPythonBridge>(bridge = new CPythonBridge(functions), destroy);
-        evaluates_ = true;
-    }
+    session_setup_t setup = setup_of(model, settings, functions, &bridge);
+    evaluates_ = bridge != nullptr;
     std::optional<std::string> given;
     if (!text.is_none()) given = text.cast<std::string>();
     const unlocked others;

@@ -19,12 +19,16 @@ namespace zarn::module {
 
 namespace py = pybind11;
 
+/// What a session is made of. `functions`: None to evaluate literals only, else an object with the functions of
+/// zarn._bridge.
+session_setup_t setup_of(const std::string& model, const py::dict& settings, const py::object& functions,
+                         CPythonBridge** bridge = nullptr);
+
 /// A session and the workspace that it evaluates in. Operations that do more than answer release the interpreter's
 /// lock: another session may be at work, which needs it.
 class PySession {
 public:
-    /// `text` None for the file of that name; `functions` None to evaluate literals only, else an object with the
-    /// functions of zarn._bridge.
+    /// `text` None for the file of that name.
     PySession(const std::string& model, const py::object& text, const py::dict& settings, const py::object& functions);
 
     py::list check(bool confirm);

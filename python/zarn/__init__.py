@@ -30,6 +30,7 @@ if TYPE_CHECKING:
     from zarn._models import Model as Model, load as load, loads as loads, subsystem as subsystem
     from zarn._run import Comparison as Comparison, Run as Run
     from zarn._series import Series as Series
+    from zarn._variants import Sweep as Sweep, sweep as sweep
     from zarn._stepper import Snapshot as Snapshot, Stepper as Stepper
 
 # What is not needed in a workspace is imported when it is first used.
@@ -43,6 +44,8 @@ _PLACES = {
     "Run": "_run",
     "Comparison": "_run",
     "Series": "_series",
+    "sweep": "_variants",
+    "Sweep": "_variants",
     "Stepper": "_stepper",
     "Snapshot": "_stepper",
     "Finding": "_errors",

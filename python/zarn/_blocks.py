@@ -56,10 +56,10 @@ RULES: Mapping[str, Rule] = {
 }
 
 
-def _given(inputs: tuple[Optional[SignalLike], ...]) -> tuple[Optional[SignalLike], ...]:
+def _given(inputs: tuple[Optional[SignalLike], ...], least: int) -> tuple[Optional[SignalLike], ...]:
     """Without those at the end that are left out."""
     count = len(inputs)
-    while count and inputs[count - 1] is None:
+    while count > least and inputs[count - 1] is None:
         count -= 1
     return inputs[:count]
 
@@ -145,7 +145,7 @@ class Blocks(Builder):
         u2: any type
         Gives highest type among the inputs.
         """
-        return self._operate('add', _given((u0, u1, u2)), {}, name)
+        return self._operate('add', _given((u0, u1, u2), 2), {}, name)
 
     def asin(
         self,
@@ -483,7 +483,7 @@ class Blocks(Builder):
         operator: how the conditions are combined; and, or, nand or nor
         Gives bool.
         """
-        return self._operate('logical', _given((u0, u1, u2, u3, u4, u5, u6, u7)), {'operator': operator}, name)
+        return self._operate('logical', _given((u0, u1, u2, u3, u4, u5, u6, u7), 2), {'operator': operator}, name)
 
     def lut1d(
         self,
@@ -624,7 +624,7 @@ class Blocks(Builder):
         u2: any type
         Gives highest type among the inputs.
         """
-        return self._operate('multiply', _given((u0, u1, u2)), {}, name)
+        return self._operate('multiply', _given((u0, u1, u2), 2), {}, name)
 
     def not_(
         self,
@@ -844,7 +844,7 @@ class Blocks(Builder):
         u2: any type
         Gives highest type among the inputs.
         """
-        return self._operate('subtract', _given((u0, u1, u2)), {}, name)
+        return self._operate('subtract', _given((u0, u1, u2), 2), {}, name)
 
     def switch(
         self,
@@ -876,7 +876,7 @@ class Blocks(Builder):
         case_5: type of selector
         Gives type of selector.
         """
-        return self._operate('switch', _given((selector, otherwise, case_0, case_1, case_2, case_3, case_4, case_5)), {}, name)
+        return self._operate('switch', _given((selector, otherwise, case_0, case_1, case_2, case_3, case_4, case_5), 3), {}, name)
 
     def tan(
         self,

@@ -10,7 +10,7 @@ from typing import TYPE_CHECKING, Any, NamedTuple, Optional, Union
 import numpy as np
 
 from zarn._errors import UsageError
-from zarn._types import RANK, TypeLike, TypeName, type_name
+from zarn._types import RANK, RANKED, TypeLike, TypeName, type_name
 
 if TYPE_CHECKING:
     from typing_extensions import Self
@@ -260,6 +260,11 @@ class Subsystem:
         model, ports = self._model, _ports(self.block)
         if ports.enable is not None:
             raise UsageError(f"{self.path}: it has an enable already")
+        at = condition.block.parent if isinstance(condition, Signal) else None
+        while at is not None:
+            if at is self.block:
+                raise UsageError(f"{self.path}: the condition is made inside of what it gates; make it ahead of the with")
+            at = at.parent
         with model._inside(self.block):
             ports.enable = model._new("enable", name, {})
             ports.enable.inputs = 1
@@ -382,8 +387,8 @@ class Builder:
             source = sources[first] if first is not None else None
             return source.type if source is not None else None
         if typed == "highest":
-            types = [source.type for source in sources if source is not None and source.type is not None]
-            return max(types, key=RANK.__getitem__) if types and len(types) == len(sources) else None
+            types: list[TypeName] = [one.type for one in sources if one is not None and one.type is not None]
+            return RANKED[max(RANK[one] for one in types)] if types and len(types) == len(sources) else None
         if block_class == "cast":
             return texts.get("type")  # type: ignore[return-value]
         if block_class == "constant":

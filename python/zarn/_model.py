@@ -159,7 +159,7 @@ class Explanation:
 
     def __init__(self, text: str, data: Mapping[str, Any]) -> None:
         self.text = text
-        self.blocks: Sequence[Mapping[str, Any]] = data.get("blocks", [])
+        self.blocks: Sequence[Mapping[str, Any]] = data["order"]
 
     def __str__(self) -> str:
         return self.text

@@ -252,8 +252,15 @@ class Model(Macros, AskedModel):
             return
         self._changed()
         places = self._session().layout()
+        corners: dict[int, tuple[float, float]] = {}  # of the content of each subsystem
+        for at, x, y, _, _ in places:
+            scope = id(self._blocks[at].parent)
+            left, top = corners.get(scope, (x, y))
+            corners[scope] = min(left, x), min(top, y)
         for at, x, y, width, height in places:
             block = self._blocks[at]
+            left, top = corners[id(block.parent)]
+            x, y = x - left + 40.0, y - top + 40.0
             if block.extra is None:
                 block.extra = {}
             if again or "geometry" not in block.extra:

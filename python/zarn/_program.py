@@ -53,9 +53,9 @@ class _Program:
 
     def text(self) -> str:
         settings = {key: self.model._settings[key] for key in ("ts", "tf", "ti") if key in self.model._settings}
-        given = ", ".join(f"{key}={float(value)!r}" for key, value in settings.items())
-        name = self.model.name
-        return "\n".join(["import zarn", "", f"m = zarn.Model({given}, name={name!r})", *self.lines]) + "\n"
+        given = [f"{key}={float(value)!r}" for key, value in settings.items()]
+        given.append(f"name={self.model.name!r}")
+        return "\n".join(["import zarn", "", f"m = zarn.Model({', '.join(given)})", *self.lines]) + "\n"
 
 
 class _Flat(_Program):
@@ -302,6 +302,8 @@ def _is_told(block: Block) -> bool:
     count = _input_count(block)
     if rule.open_inputs and not _least(keys) <= count <= len(rule.inputs):
         return False
+    if block.inputs not in (None, count) or block.outputs not in (None, rule.outputs):
+        return False  # a file can say what the class does not have
     return all(isinstance(value, str) and _identifier(key) in keys for key, value in block.parameters.items())
 
 

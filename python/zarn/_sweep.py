@@ -93,13 +93,13 @@ def to_npz(rows: Rows, out: str) -> None:
         for name, shape, kind, values in _arrays(rows):
             with member(name) as stream:
                 head = {"descr": kind, "fortran_order": False, "shape": (count, *shape)}
-                np.lib.format.write_array_header_1_0(stream, head)
+                np.lib.format.write_array_header_1_0(stream, head)  # type: ignore[no-untyped-call]
                 for batch in rows.batches():
                     if batch:
                         stream.write(np.ascontiguousarray(values(batch), dtype=kind).tobytes())
         if rows.manifest["signals"]:
             with member("time") as stream:
-                np.lib.format.write_array(stream, np.array(rows.manifest["times"]))
+                np.lib.format.write_array(stream, np.array(rows.manifest["times"]))  # type: ignore[no-untyped-call]
 
 
 def to_h5(rows: Rows, out: str) -> None:
