@@ -203,9 +203,14 @@ class Model(Macros, AskedModel):
         """A file can have two blocks of one name, and a program that is made of it as well."""
         return self._free_name(parent, name) if name is not None else None  # the name itself follows
 
-    def wire(self, source: Signal, target: Block, port: int = 0) -> None:
-        """Feeds an input of a block; -1 is the enable of a subsystem."""
-        self._wire(source, target, port)
+    def wire(self, source: Signal, target: Block, port: int = 0, led: bool = True) -> None:
+        """Feeds an input of a block; -1 is the enable of a subsystem. A signal from another subsystem is led through
+        ports, unless `led` is false: then the link is made as it is, which no check lets pass."""
+        if led:
+            self._wire(source, target, port)
+        else:
+            self._changed()
+            self._links.append((source.block, source.port, target, port, None))
 
     @property
     def blocks(self) -> list[Block]:
@@ -346,6 +351,12 @@ class Model(Macros, AskedModel):
             if parent not in by_id:
                 raise ValueError(f"block {block.id} is in a subsystem {parent} that is not there")
             block.parent = by_id[parent]
+        for block in self._blocks:
+            depth, at = 0, block.parent
+            while at is not None:
+                depth, at = depth + 1, at.parent
+                if depth > len(self._blocks):
+                    raise ValueError(f"block {block.id} is inside of itself")
         self._note_names()
         for link in data.get("links") or []:
             source, target = by_id.get(link["srcId"]), by_id.get(link["dstId"])

@@ -72,7 +72,8 @@ class _Flat(_Program):
                 given.append("**{" + ", ".join(f"{key!r}: {value!r}" for key, value in block.parameters.items()) + "}")
             self.lines.append(f"{self.name_of(block)} = m.block({', '.join(given)})")
         for source, source_port, target, port, _ in self.model._links:
-            self.lines.append(f"m.wire({self.name_of(source)}[{source_port}], {self.name_of(target)}, {port})")
+            led = "" if source.parent is target.parent else ", led=False"
+            self.lines.append(f"m.wire({self.name_of(source)}[{source_port}], {self.name_of(target)}, {port}{led})")
 
 
 class _Nested(_Program):
@@ -91,11 +92,29 @@ class _Nested(_Program):
         for source, source_port, target, port, _ in self.model._links:
             if (id(target), port) in self.sources or source.parent is not target.parent:
                 return False
-            rule = RULES.get(source.block_class)
-            if rule is not None and not 0 <= source_port < rule.outputs:
+            if not 0 <= source_port < self._count(source, "outport") or not self._takes(target, port):
                 return False
             self.sources[id(target), port] = (source, source_port)
         return True
+
+    def _count(self, block: Block, port: str) -> int:
+        """How many inputs or outputs a block has."""
+        if block.block_class in ("subsys", "subsystem"):
+            return sum(inner.block_class == port for inner in self.inside[id(block)])
+        if block.block_class == "refsys":
+            return (block.inputs if port == "inport" else block.outputs) or 0
+        rule = RULES.get(block.block_class)
+        if rule is None:
+            return int(block.block_class == "inport")
+        return _input_count(block) if port == "inport" else rule.outputs
+
+    def _takes(self, block: Block, port: int) -> bool:
+        if block.block_class in ("inport", "enable"):
+            return False
+        if block.block_class == "outport":
+            return port == 0
+        gated = any(inner.block_class == "enable" for inner in self.inside[id(block)])
+        return -1 <= port < self._count(block, "inport") and (port >= 0 or gated)
 
     def _is_plain(self, block: Block) -> bool:
         """Whether its function says all of it."""
@@ -104,7 +123,9 @@ class _Nested(_Program):
             return False
         inner = self.inside.get(id(block), [])
         if block.block_class == "subsys":
-            return self._numbered(inner, "inport", block.inputs) and self._numbered(inner, "outport", block.outputs)
+            return self._numbered(inner, "inport", block.inputs or 0) and self._numbered(
+                inner, "outport", block.outputs or 0
+            )
         if inner or block.block_class == "subsystem":
             return False
         if block.block_class in ("inport", "outport"):
@@ -218,14 +239,16 @@ class _Nested(_Program):
         name = self.name_of(block)
         rule = RULES.get(block.block_class)
         count = _input_count(block)
+        sources = [self._source(block, port) for port in range(count)]
         known = rule is not None and block.block_class != "switch" and _is_told(block)
+        if rule is not None and rule.open_inputs and sources[-1:] == ["None"]:
+            known = False  # the function takes that for one that is not there
         signal = known and rule is not None and rule.outputs > 0
         target = f"{name}.block" if signal else name
         if known:
-            inputs = [self._source(block, port) for port in range(count)]
             parameters = [f"{_identifier(key)}={value!r}" for key, value in block.parameters.items()]
             function = _identifier(block.block_class)
-            self.lines.append(f"{indent}{name} = m.{function}({', '.join([*inputs, *parameters, f'name={block.name!r}'])})")
+            self.lines.append(f"{indent}{name} = m.{function}({', '.join([*sources, *parameters, f'name={block.name!r}'])})")
             for port in range(count):
                 self._wire_later(block, port, target)
         else:

@@ -406,7 +406,7 @@ def _run_dask(plan: _Plan, rows: _Rows, told: Callable[[int], Any], client: Any)
     futures = [
         client.submit(_work, data, first, end, pure=False, retries=3) for first, end in rows.groups(GROUP)
     ]
-    for future in as_completed(futures):
+    for future in as_completed(futures):  # type: ignore[no-untyped-call]
         part = future.result()
         rows.put(part)
         told(len(part.reasons))

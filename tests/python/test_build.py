@@ -44,7 +44,7 @@ def value(build, probe="y", tf=1.0, **more):
         (lambda m: m.constant(200).astype(np.uint8) + np.uint8(100), 44),
         (lambda m: m.clamp(m.constant(30.0), -1, 1), 1.0),
         (lambda m: m.lut1d(m.constant(0.5), bp1=[0, 1.0], out=np.array([2.0, 4.0])), 3.0),
-        (lambda m: m.unpack(m.constant(0xF0).astype("uint32"), lsb=4, msb=7, coeffA=1, coeffB=0), 15),
+        (lambda m: m.unpack(m.constant(240.0), lsb=4, msb=7), 15),
         (lambda m: m.constant("math.pi * k"), 2 * math.pi),
         (lambda m: m.sum(*[m.constant(float(n)) for n in range(9)]), 36.0),
         (lambda m: m.constant(float("inf")), math.inf),
