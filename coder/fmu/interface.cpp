@@ -27,7 +27,7 @@ bool fits_version_2(type_t type) { return type != type_uint32 && type != type_in
 
 class Maker {
 public:
-    Maker(const exact::unit_t& unit, version_t version) : unit_(unit), facts_(unit) {
+    Maker(const exact::unit_t& unit, version_t version) : unit_(unit), facts_(unit), names_(unit) {
         made_.version = version;
         variable_t time;
         time.causality = causality_t::independent;
@@ -53,25 +53,22 @@ public:
     }
 
 private:
-    const char* version_text() const { return made_.version == version_t::two ? "2" : "3"; }
-
     bool fits(const cell_t& cell) const { return made_.version == version_t::three || fits_version_2(cell.type); }
 
     void add_port(cell_number number, causality_t causality) {
         const cell_t& cell = unit_.cell(number);
         if (!fits(cell))
             throw exact::Refusal(format(
-                "{} ({}): version 2 of the interface has no type for {}; take --fmi 3, or put a cast to int32 or flt64 "
-                "{} it",
-                cell.path, causality == causality_t::input ? "input" : "output", short_name(cell.type),
-                causality == causality_t::input ? "behind" : "before"));
+                "{} ({}): version 2 of the interface has no type for {}; take --fmi 3, or put a cast to int32 or "
+                "flt64 before it",
+                cell.path, causality == causality_t::input ? "input" : "output", short_name(cell.type)));
         add(number, causality);
     }
 
     /// What an input or an output shows under its own name is not shown twice.
     void add_signal(cell_number number) {
         const cell_t& cell = unit_.cell(number);
-        if (cell.port == 0 && names_.has(below_root(cell.path))) return;
+        if (cell.port == 0 && names_.has(names_.below_root(cell.path))) return;
         add(number, causality_t::local);
     }
 

@@ -27,6 +27,12 @@ const parameter_traits_t* parameter_of(const block_traits_t& traits, std::string
     return nullptr;
 }
 
+/// A path, or a place in the structure of a program, without what stands before its first point.
+std::string_view below_first(std::string_view path) {
+    const auto point = path.find('.');
+    return point == std::string_view::npos ? path : path.substr(point + 1);
+}
+
 /// The unit in which a kernel has what a user gives in that of the parameter.
 const char* measure_of(const unit_t& unit) {
     if (unit.suffix == seconds.suffix) return "s";
@@ -36,16 +42,18 @@ const char* measure_of(const unit_t& unit) {
 
 }  // namespace
 
-std::string_view below_root(std::string_view path) {
-    const auto point = path.find('.');
-    return point == std::string_view::npos ? path : path.substr(point + 1);
+std::string_view Names::below_root(std::string_view path) const {
+    if (!part_.empty() && path.starts_with(part_ + ".")) return path.substr(part_.size() + 1);
+    return below_first(path);
 }
 
 std::string Names::of(const exact::cell_t& cell) {
+    const std::string_view member = below_first(cell.access);
+    if (!cell.key.empty())
+        return unique(has(member) ? format("{}.{}", below_root(cell.path), cell.key) : std::string(member));
     // outputs beside the first, and blocks of one name, have names of their own in the program
-    std::string_view name = cell.port > 0 ? below_root(cell.access) : below_root(cell.path);
-    if (!cell.key.empty()) return unique(format("{}.{}", name, cell.key));
-    if (has(name)) name = below_root(cell.access);
+    std::string_view name = cell.port > 0 ? member : below_root(cell.path);
+    if (has(name)) name = member;
     return unique(std::string(name));
 }
 

@@ -12,19 +12,22 @@
 
 namespace tessel::fmu {
 
-/// A path without the name of the root: "controller.error" of "mainsys.controller.error".
-std::string_view below_root(std::string_view path);
-
-/// Gives variables their names, each once: the path of the block below the root, behind it the key of a parameter.
-/// Paths are identifiers with points, and so are names.
+/// Gives variables their names, each once: the path of the block below the root; of a parameter its place among the
+/// parameters of the program, "controller.kp" or "ref.time". All are identifiers with points.
 class Names {
 public:
+    explicit Names(const exact::unit_t& unit) : part_(unit.part) {}
+
+    /// A path without the name of the root, or of the part that the program is: "controller.error" of
+    /// "mainsys.controller.error".
+    std::string_view below_root(std::string_view path) const;
     std::string of(const exact::cell_t& cell);
     /// The text, or the first of TEXT_2, TEXT_3 ... that is free.
     std::string unique(std::string text);
     bool has(std::string_view name) const { return taken_.contains(std::string(name)); }
 
 private:
+    std::string part_;
     std::unordered_set<std::string> taken_;
 };
 

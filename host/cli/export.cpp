@@ -8,6 +8,7 @@
 
 #include "core/format.h"
 #include "host/cli/command.h"
+#include "host/cli/export_fmu.h"
 #include "host/cli/fault.h"
 #include "host/cli/verbs.h"
 #include "host/export/export.h"
@@ -20,6 +21,7 @@ struct verb_options_t : options_t {
     std::string folder;
     bool check = false;
     export_options_t how;
+    fmu_verb_t fmu;
 };
 
 void tell(const verb_options_t& options, const std::vector<std::string>& files, const std::vector<std::string>& notes) {
@@ -38,6 +40,8 @@ void tell(const verb_options_t& options, const std::vector<std::string>& files, 
 }
 
 int export_model(const verb_options_t& options) {
+    if (options.language == "fmu") return export_fmu(options, options.how, options.fmu, options.folder);
+    require_no_fmu_options(options.fmu);
     const auto folder = std::filesystem::absolute(options.folder);
     Call call(options, bridge_t::interpreter);
     try {
@@ -69,11 +73,11 @@ int export_model(const verb_options_t& options) {
 
 void add_export(CLI::App& app, int& status) {
     auto options = std::make_shared<verb_options_t>();
-    auto* verb =
-        app.add_subcommand("export", "Write a model as C that computes what its run computes, to the last bit");
-    verb->add_option("LANGUAGE", options->language, "c")->required()->check(CLI::IsMember({"c"}));
+    auto* verb = app.add_subcommand(
+        "export", "Write a model as C or as an FMU that computes what its run computes, to the last bit");
+    verb->add_option("LANGUAGE", options->language, "c or fmu")->required()->check(CLI::IsMember({"c", "fmu"}));
     add_common(*verb, *options);
-    verb->add_option("DIR", options->folder, "Folder that gets the program's files")->required();
+    verb->add_option("DIR", options->folder, "Folder that gets the program's files, or the .fmu file")->required();
     verb->add_option("--name", options->how.name, "Name of the program; that of the model file unless given");
     verb->add_option("--subsystem", options->how.subsystem, "Path of the subsystem that becomes the program");
     verb->add_flag("--inline-parameters", options->how.inline_parameters, "Parameters become constants of the code");
@@ -83,7 +87,10 @@ void add_export(CLI::App& app, int& status) {
                    "Series of the workspace become inputs, not tables in the code");
     verb->add_flag("--check", options->check,
                    "Writes nothing; exit status 1 where files are not as they would be written");
-    verb->footer("Example:\n  zarn export c pump.json generated && make -C generated");
+    add_fmu_options(*verb, options->fmu);
+    verb->footer(
+        "Example:\n  zarn export c pump.json generated && make -C generated\n  zarn export fmu pump.json pump.fmu "
+        "--fmi 2");
     verb->callback([options, &status] {
         status = guarded([&] { return export_model(*options); }, options->model, options->json);
     });

@@ -1,14 +1,15 @@
 #include "host/export/fmu.h"
 
 #include <algorithm>
+#include <chrono>
 #include <exception>
+#include <iterator>
 #include <utility>
 
 #include "coder/fmu/package.h"
 #include "coder/fmu/platform.h"
 #include "core/format.h"
 #include "host/draw/picture.h"
-#include "host/export/export.h"
 #include "host/session/session.h"
 
 namespace zarn {
@@ -17,7 +18,7 @@ namespace {
 namespace fmu = tessel::fmu;
 
 /// A picture of more blocks is read by nobody, and weighs more than all the rest.
-constexpr std::size_t largest_picture = 2000;
+constexpr std::ptrdiff_t largest_picture = 2000;
 
 std::vector<target_t> targets_of(const fmu_options_t& options) {
     std::vector<target_t> targets;
@@ -37,9 +38,10 @@ std::vector<target_t> targets_of(const fmu_options_t& options) {
     if (options.sources_only || std::ranges::find(targets, own, &target_t::platform) != targets.end()) return targets;
     const std::string compiler = own_compiler();
     if (compiler.empty())
-        throw SessionError(problem_t::file,
-                           "no C compiler (cc, gcc, clang) on the PATH for this machine's library: install one, or take "
-                           "--sources-only");
+        throw SessionError(
+            problem_t::file,
+            "no C compiler (cc, gcc, clang) on the PATH for this machine's library: install one, or take "
+            "--sources-only");
     if (own.empty())
         throw SessionError(problem_t::usage, "the interface has no name for this machine: take --sources-only");
     targets.push_back({own, compiler});
@@ -48,7 +50,7 @@ std::vector<target_t> targets_of(const fmu_options_t& options) {
 
 /// The diagram; "" where it cannot be drawn, which hinders no FMU, with a note why.
 std::string picture_of(Session& session, std::vector<std::string>& notes) {
-    const std::size_t blocks = session.model().blocks().size();
+    const auto blocks = std::distance(session.model().begin(), session.model().end());
     if (blocks > largest_picture) {
         notes.push_back(tessel::format("the documentation has no picture: {} blocks are too many for one", blocks));
         return "";
@@ -65,8 +67,7 @@ std::string picture_of(Session& session, std::vector<std::string>& notes) {
 }
 
 fmu::package_t package_of(Session& session, const fmu_options_t& options, std::vector<std::string>& notes) {
-    export_options_t program;
-    program.name = options.name;
+    export_options_t program = options.program;
     program.keep = options.all_signals ? "all" : "ports";
     const auto unit = program_of(session, program);
     fmu::package_options_t how;

@@ -6,18 +6,19 @@
 
 #include "coder/fmu/interface.h"
 #include "host/export/compiler.h"
+#include "host/export/export.h"
 
 namespace zarn {
 
 class Session;
 
 struct fmu_options_t {
-    std::string name;  ///< model identifier, "" for the model file's
-    int version = 3;   ///< of the interface: 2 or 3
-    bool all_signals = false;
-    bool sources_only = false;        ///< no library, not for this machine either
+    export_options_t program;          ///< but for what it keeps; its name is the model identifier
+    int version = 3;                   ///< of the interface: 2 or 3
+    bool all_signals = false;          ///< every output of every block is a variable
+    bool sources_only = false;         ///< no library, not for this machine either
     std::vector<std::string> targets;  ///< PLATFORM=COMPILER, libraries beside that for this machine
-    std::string generator;            ///< name and version of this program
+    std::string generator;             ///< name and version of this program
 };
 
 struct fmu_t {
