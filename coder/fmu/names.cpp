@@ -35,12 +35,19 @@ std::string_view below_first(std::string_view path) {
 
 /// The unit in which a kernel has what a user gives in that of the parameter.
 const char* measure_of(const unit_t& unit) {
-    if (unit.suffix == seconds.suffix) return "s";
-    if (unit.suffix == hertz.suffix) return "rad/s";
-    return unit.suffix == degrees.suffix ? "rad" : "";
+    const std::string_view suffix = unit.suffix;
+    if (suffix == seconds.suffix) return "s";
+    if (suffix == hertz.suffix) return "rad/s";
+    return suffix == degrees.suffix ? "rad" : "";
 }
 
 }  // namespace
+
+Names::Names(const exact::unit_t& unit) : part_(unit.part) {
+    std::unordered_map<std::string_view, std::uint64_t> owners;
+    for (const exact::cell_t& cell : unit.cells)
+        if (owners.emplace(cell.path, cell.block).first->second != cell.block) shared_.insert(cell.path);
+}
 
 std::string_view Names::below_root(std::string_view path) const {
     if (!part_.empty() && path.starts_with(part_ + ".")) return path.substr(part_.size() + 1);
@@ -51,10 +58,9 @@ std::string Names::of(const exact::cell_t& cell) {
     const std::string_view member = below_first(cell.access);
     if (!cell.key.empty())
         return unique(has(member) ? format("{}.{}", below_root(cell.path), cell.key) : std::string(member));
-    // outputs beside the first, and blocks of one name, have names of their own in the program
-    std::string_view name = cell.port > 0 ? member : below_root(cell.path);
-    if (has(name)) name = member;
-    return unique(std::string(name));
+    // outputs beside the first, and blocks of one path, have names of their own in the program
+    const bool is_alone = cell.port <= 0 && !shared_.contains(cell.path);
+    return unique(std::string(is_alone ? below_root(cell.path) : member));
 }
 
 std::string Names::unique(std::string text) {

@@ -16,7 +16,7 @@ namespace tessel::fmu {
 /// parameters of the program, "controller.kp" or "ref.time". All are identifiers with points.
 class Names {
 public:
-    explicit Names(const exact::unit_t& unit) : part_(unit.part) {}
+    explicit Names(const exact::unit_t& unit);
 
     /// A path without the name of the root, or of the part that the program is: "controller.error" of
     /// "mainsys.controller.error".
@@ -28,6 +28,7 @@ public:
 
 private:
     std::string part_;
+    std::unordered_set<std::string> shared_;  // paths of several blocks
     std::unordered_set<std::string> taken_;
 };
 

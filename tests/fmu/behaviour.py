@@ -274,6 +274,8 @@ class Checks:
                 moved: set[int] = set()
                 for value in self.trials(variable):
                     one.set(variable, value)
+                    if bits(one.get(variable)) != bits(value):
+                        self.problems.append(f"{variable.name}: set to {value}, and is {one.get(variable)}")
                     moved |= {place[id(v)] for v, old in zip(outputs, before) if bits(one.get(v)) != bits(old)}
                 one.set(variable, first)
                 if bits([one.get(v) for v in outputs]) != bits(before):

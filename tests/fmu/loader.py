@@ -5,7 +5,9 @@ from __future__ import annotations
 import ctypes
 import pathlib
 import platform
+import shutil
 import tempfile
+import weakref
 import zipfile
 from ctypes import POINTER, byref, c_bool, c_char, c_char_p, c_double, c_float, c_int, c_size_t, c_uint32, c_void_p
 from typing import Any
@@ -57,14 +59,15 @@ class Library:
     """The functions of an FMU's library, or of another one that was made of its sources."""
 
     def __init__(self, fmu: pathlib.Path, library: pathlib.Path | None = None) -> None:
-        self.folder = tempfile.TemporaryDirectory()
+        folder = tempfile.mkdtemp()
+        weakref.finalize(self, shutil.rmtree, folder, True)
         with zipfile.ZipFile(fmu) as archive:
             self.description: Description = parse(archive.read("modelDescription.xml"))
             if library is None:
                 name = own_library(archive.namelist(), self.description.version)
                 if name is None:
                     raise FileNotFoundError("no library for this machine")
-                library = pathlib.Path(archive.extract(name, self.folder.name))
+                library = pathlib.Path(archive.extract(name, folder))
         self.path = library
         self.version = self.description.version
         self._dll = ctypes.CDLL(str(library))
