@@ -215,7 +215,7 @@ class Pages(CommandTest):
 
     def test_bash_offers_verbs_options_and_values(self):
         self.assertEqual(self.bash("zarn "), [*self.verbs(), "--version", "--help"])
-        self.assertEqual(self.bash("zarn ex"), ["explain"])
+        self.assertEqual(self.bash("zarn ex"), ["explain", "export"])
         self.assertEqual(self.bash("zarn run "), ["models", "pump.json"])
         self.assertEqual(self.bash("zarn run pump.json -w "), ["gains.py", "models"])
         self.assertEqual(self.bash("zarn run pump.json --engine "), ["objects", "plan"])
