@@ -40,7 +40,7 @@ void tell(const verb_options_t& options, const std::vector<std::string>& files, 
 }
 
 int export_model(const verb_options_t& options) {
-    if (options.language == "fmu") return export_fmu(options, options.how, options.fmu, options.folder);
+    if (options.language == "fmu") return export_fmu(options, options.how, options.fmu, options.folder, options.check);
     require_no_fmu_options(options.fmu);
     const auto folder = std::filesystem::absolute(options.folder);
     Call call(options, bridge_t::interpreter);

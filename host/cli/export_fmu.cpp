@@ -2,6 +2,8 @@
 
 #include <CLI/App.hpp>
 
+#include <fstream>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 
@@ -26,6 +28,24 @@ void write(const std::string& file, const std::string& bytes) {
     } catch (const std::runtime_error& error) {
         throw SessionError(problem_t::file, tessel::format("{}: {}", file, error.what()));
     }
+}
+
+/// Whether a file holds these bytes.
+bool holds(const std::string& file, const std::string& bytes) {
+    std::ifstream in(file, std::ios::binary);
+    return in && std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()) == bytes;
+}
+
+/// Says whether the file is as it would be written.
+int tell_check(const options_t& options, bool is_same, const std::string& file) {
+    if (options.json) {
+        nlohmann::ordered_json answer{{"schema", json_schema}, {"result", 0}, {"file", file}};
+        answer["stale"] = is_same ? nlohmann::json::array() : nlohmann::json::array({file});
+        out(answer.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
+    } else if (!is_same && !options.quiet) {
+        out(file + ": stale\n");
+    }
+    return is_same ? status_ok : status_model;
 }
 
 void tell(const options_t& options, const fmu_t& fmu, int version, const std::string& file) {
@@ -75,7 +95,7 @@ void require_no_fmu_options(const fmu_verb_t& fmu) {
 }
 
 int export_fmu(const options_t& options, const export_options_t& program, const fmu_verb_t& fmu,
-               const std::string& file) {
+               const std::string& file, bool check) {
     fmu_options_t how;
     how.program = program;
     how.version = fmu.version == 0 ? 3 : fmu.version;
@@ -91,6 +111,7 @@ int export_fmu(const options_t& options, const export_options_t& program, const 
         throw;
     }
     const fmu_t made = fmu_of(call.session(), how);
+    if (check) return tell_check(options, holds(file, made.bytes), file);
     const DeferInterrupts deferred(true);
     write(file, made.bytes);
     tell(options, made, how.version, file);

@@ -21,8 +21,9 @@ void add_fmu_options(CLI::App& verb, fmu_verb_t& fmu);
 /// Raises `SessionError` when one of them was given.
 void require_no_fmu_options(const fmu_verb_t& fmu);
 
-/// Writes the model as an FMU to a file, whole or not at all. Answers the exit status.
+/// Writes the model as an FMU to a file, whole or not at all; with `check`, compares it with the file. Answers the exit
+/// status.
 int export_fmu(const options_t& options, const export_options_t& program, const fmu_verb_t& fmu,
-               const std::string& file);
+               const std::string& file, bool check);
 
 }  // namespace zarn

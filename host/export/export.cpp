@@ -35,7 +35,8 @@ exact::options_t options_of(Session& session, const export_options_t& options) {
     return how;
 }
 
-/// The picture of what the program is made of; nothing where there is none to draw.
+}  // namespace
+
 std::string picture_of(Session& session, const std::string& part) {
     draw::picture_request_t request;
     request.level = part;
@@ -47,8 +48,6 @@ std::string picture_of(Session& session, const std::string& part) {
         return {};
     }
 }
-
-}  // namespace
 
 Export::Export(Session& session, const export_options_t& options) : session_(session), exec_(session.build()) {
     const auto how = options_of(session, options);

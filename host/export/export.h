@@ -46,6 +46,9 @@ inline tessel::exact::unit_t program_of(Session& session, const export_options_t
     return Export(session, options).unit();
 }
 
+/// The picture of what a program is made of, as SVG; nothing where there is none to draw.
+std::string picture_of(Session& session, const std::string& part);
+
 /// Puts all files into a folder, which is made where there is none, or none of them: until each is written, those of an
 /// earlier export stay. Raises `std::runtime_error` with the reason.
 void write_files(const std::filesystem::path& folder, const std::vector<tessel::exact::text_file_t>& files);

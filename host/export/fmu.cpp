@@ -1,7 +1,6 @@
 #include "host/export/fmu.h"
 
 #include <algorithm>
-#include <chrono>
 #include <exception>
 #include <iterator>
 #include <utility>
@@ -9,7 +8,6 @@
 #include "coder/fmu/package.h"
 #include "coder/fmu/platform.h"
 #include "core/format.h"
-#include "host/draw/picture.h"
 #include "host/session/session.h"
 
 namespace zarn {
@@ -48,22 +46,17 @@ std::vector<target_t> targets_of(const fmu_options_t& options) {
     return targets;
 }
 
-/// The diagram; "" where it cannot be drawn, which hinders no FMU, with a note why.
-std::string picture_of(Session& session, std::vector<std::string>& notes) {
+/// The diagram; "" where it cannot be drawn, which hinders no FMU.
+std::string picture_for(Session& session, const fmu_options_t& options, std::vector<std::string>& notes) {
     const auto blocks = std::distance(session.model().begin(), session.model().end());
     if (blocks > largest_picture) {
         notes.push_back(tessel::format("the documentation has no picture: {} blocks are too many for one", blocks));
         return "";
     }
-    draw::picture_request_t request;
-    request.options.layout_limit = std::chrono::minutes(1);
-    try {
-        const Session::Active active(session);
-        return draw::draw_picture(session.document(), request).svg;
-    } catch (const std::exception& error) {
-        notes.push_back(tessel::format("the documentation has no picture: {}", error.what()));
-        return "";
-    }
+    const Session::Active active(session);
+    const std::string picture = picture_of(session, options.program.subsystem);
+    if (picture.empty()) notes.emplace_back("the documentation has no picture: the diagram cannot be drawn");
+    return picture;
 }
 
 fmu::package_t package_of(Session& session, const fmu_options_t& options, std::vector<std::string>& notes) {
@@ -74,7 +67,7 @@ fmu::package_t package_of(Session& session, const fmu_options_t& options, std::v
     how.version = options.version == 2 ? fmu::version_t::two : fmu::version_t::three;
     how.all_signals = options.all_signals;
     how.generator = options.generator;
-    how.picture = picture_of(session, notes);
+    how.picture = picture_for(session, options, notes);
     try {
         return fmu::make_package(unit, how);
     } catch (const tessel::exact::Refusal& refusal) {
