@@ -19,8 +19,19 @@ open_t open_lanes(const std::uint8_t* flags, std::size_t lanes) noexcept {
     return open == 0 ? open_t::none : open == lanes ? open_t::all : open_t::some;
 }
 
+template <class T>
+void repeat(std::byte* row, std::uint64_t bits, std::size_t lanes) noexcept {
+    std::fill_n(reinterpret_cast<T*>(row), lanes, static_cast<T>(bits));
+}
+
+/// Writes the low bytes of `bits` to each lane.
 void repeat(std::byte* row, std::uint64_t bits, std::size_t size, std::size_t lanes) noexcept {
-    for (std::size_t i = 0; i < lanes; ++i) std::memcpy(row + i * size, &bits, size);
+    switch (size) {
+        case 1: return repeat<std::uint8_t>(row, bits, lanes);
+        case 2: return repeat<std::uint16_t>(row, bits, lanes);
+        case 4: return repeat<std::uint32_t>(row, bits, lanes);
+        default: return repeat<std::uint64_t>(row, bits, lanes);
+    }
 }
 
 }  // namespace

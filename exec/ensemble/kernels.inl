@@ -1,6 +1,7 @@
-// The loops for one instruction set. Included once for each, with BLOCKS_TARGET as the attribute of that set and
-// BLOCKS_ISA_NAME as the name of what is handed out. What is called from here is compiled for the baseline where it is
-// not inlined: nothing of one set can get into what the others share.
+// The loops for one instruction set. Included once for each, with BLOCKS_TARGET as the attribute of that set,
+// BLOCKS_VECTOR as the bytes of its registers and BLOCKS_ISA_NAME as the name of what is handed out. What is called
+// from here is compiled for the baseline where it is not inlined: nothing of one set can get into what the others
+// share.
 #include <cmath>
 #include <type_traits>
 
@@ -66,14 +67,28 @@ struct ConvertTruth {
 };
 
 // ---- loops
+/// Calls `body` for each lane. A full batch, the usual case, has a number of lanes that the compiler knows.
+template <class T, class Body>
+[[gnu::always_inline]] inline void for_lanes(std::size_t chunks, Body body) noexcept {
+    const std::size_t all = chunks * chunk;
+    if constexpr (sizeof(T) == 8) {
+        if (all == most_lanes) {
+            BLOCKS_LANES
+            for (std::size_t k = 0; k < most_lanes; ++k) body(k);
+            return;
+        }
+    }
+    BLOCKS_LANES
+    for (std::size_t k = 0; k < all; ++k) body(k);
+}
+#define BLOCKS_EACH [=](std::size_t k) __attribute__((always_inline))
+
 template <class F, class Out, class A>
 BLOCKS_TARGET void unary(const instr_t& i, frame_t& f) noexcept {
     Out* out = row<Out>(f, i.out);
     const A* a = row<const A>(f, i.of[0]);
-    for (std::size_t n = f.chunks[i.single]; n != 0; --n, out += chunk, a += chunk) {
-        BLOCKS_LANES
-        for (std::size_t k = 0; k < chunk; ++k) out[k] = F::of(a[k]);
-    }
+    for_lanes<Out>(
+        f.chunks[i.single], BLOCKS_EACH { out[k] = F::of(a[k]); });
 }
 
 template <class F, class Out, class A>
@@ -81,10 +96,8 @@ BLOCKS_TARGET void binary(const instr_t& i, frame_t& f) noexcept {
     Out* out = row<Out>(f, i.out);
     const A* a = row<const A>(f, i.of[0]);
     const A* b = row<const A>(f, i.of[1]);
-    for (std::size_t n = f.chunks[i.single]; n != 0; --n, out += chunk, a += chunk, b += chunk) {
-        BLOCKS_LANES
-        for (std::size_t k = 0; k < chunk; ++k) out[k] = F::of(a[k], b[k]);
-    }
+    for_lanes<Out>(
+        f.chunks[i.single], BLOCKS_EACH { out[k] = F::of(a[k], b[k]); });
 }
 
 template <class T>
@@ -93,23 +106,19 @@ BLOCKS_TARGET void select(const instr_t& i, frame_t& f) noexcept {
     const truth_t* c = row<const truth_t>(f, i.of[0]);
     const T* a = row<const T>(f, i.of[1]);
     const T* b = row<const T>(f, i.of[2]);
-    for (std::size_t n = f.chunks[i.single]; n != 0; --n, out += chunk, c += chunk, a += chunk, b += chunk) {
-        BLOCKS_LANES
-        for (std::size_t k = 0; k < chunk; ++k) {
+    for_lanes<T>(
+        f.chunks[i.single], BLOCKS_EACH {
             const T x = a[k], y = b[k];
             out[k] = c[k] != 0 ? x : y;
-        }
-    }
+        });
 }
 
 template <class T>
 BLOCKS_TARGET void spread(const instr_t& i, frame_t& f) noexcept {
     T* out = row<T>(f, i.out);
     const T value = *row<const T>(f, i.of[0]);
-    for (std::size_t n = f.chunks[0]; n != 0; --n, out += chunk) {
-        BLOCKS_LANES
-        for (std::size_t k = 0; k < chunk; ++k) out[k] = value;
-    }
+    for_lanes<T>(
+        f.chunks[0], BLOCKS_EACH { out[k] = value; });
 }
 
 template <class T>
@@ -117,13 +126,11 @@ BLOCKS_TARGET void blend(const instr_t& i, frame_t& f) noexcept {
     T* out = row<T>(f, i.out);
     const T* a = row<const T>(f, i.of[0]);
     const auto* mask = static_cast<const truth_t*>(__builtin_assume_aligned(f.mask, alignment));
-    for (std::size_t n = f.chunks[0]; n != 0; --n, out += chunk, a += chunk, mask += chunk) {
-        BLOCKS_LANES
-        for (std::size_t k = 0; k < chunk; ++k) {
+    for_lanes<T>(
+        f.chunks[0], BLOCKS_EACH {
             const T x = a[k], y = out[k];
             out[k] = mask[k] != 0 ? x : y;
-        }
-    }
+        });
 }
 
 template <class F, class T>
@@ -133,14 +140,11 @@ BLOCKS_TARGET void choosing(const instr_t& i, frame_t& f) noexcept {
     const T* b = row<const T>(f, i.of[1]);
     const T* c = row<const T>(f, i.of[2]);
     const T* d = row<const T>(f, i.of[3]);
-    const std::size_t all = f.chunks[i.single] * chunk;
-    for (std::size_t at = 0; at < all; at += chunk) {
-        BLOCKS_LANES
-        for (std::size_t k = at; k < at + chunk; ++k) {
+    for_lanes<T>(
+        f.chunks[i.single], BLOCKS_EACH {
             const T x = c[k], y = d[k];
             out[k] = F::of(a[k], b[k]) != 0 ? x : y;
-        }
-    }
+        });
 }
 
 template <class F, class G, bool Reversed>
@@ -149,15 +153,16 @@ BLOCKS_TARGET void fused(const instr_t& i, frame_t& f) noexcept {
     const double* a = row<const double>(f, i.of[0]);
     const double* b = row<const double>(f, i.of[1]);
     const double* c = row<const double>(f, i.of[2]);
-    const std::size_t all = f.chunks[i.single] * chunk;
-    for (std::size_t at = 0; at < all; at += chunk) {
-        BLOCKS_LANES
-        for (std::size_t k = at; k < at + chunk; ++k) {
+    for_lanes<double>(
+        f.chunks[i.single], BLOCKS_EACH {
             const double x = F::of(a[k], b[k]), y = c[k];
             out[k] = Reversed ? G::of(y, x) : G::of(x, y);
-        }
-    }
+        });
 }
+
+// a difference: a sum with zeros would turn -0 into 0
+#define BLOCKS_ALL(v) ((v)-lanes_t{})
+using lanes_t [[gnu::vector_size(BLOCKS_VECTOR), gnu::may_alias]] = double;
 
 BLOCKS_TARGET void interpolate_by_selects(const instr_t& i, frame_t& f) noexcept {
     double* out = row<double>(f, i.out);
@@ -166,33 +171,24 @@ BLOCKS_TARGET void interpolate_by_selects(const instr_t& i, frame_t& f) noexcept
     const double* values = f.lists[i.of[2]].data;
     const std::size_t last = f.lists[i.of[1]].count - 1;
     const double first_x = bp[0], first_y = values[0], last_x = bp[last], last_y = values[last];
-    for (std::size_t n = f.chunks[i.single]; n != 0; --n, out += chunk, x += chunk) {
-        alignas(alignment) double from[chunk], length[chunk], rise[chunk], y[chunk];
-        BLOCKS_LANES
-        for (std::size_t k = 0; k < chunk; ++k) {
-            from[k] = first_x;
-            length[k] = bp[1] - first_x;
-            rise[k] = values[1] - first_y;
-            y[k] = first_y;
-        }
+    const double first_length = bp[1] - first_x, first_rise = values[1] - first_y;
+    const std::size_t all = f.chunks[i.single] * chunk;
+    // the segment of each lane is chosen in registers
+    for (std::size_t k = 0; k < all; k += sizeof(lanes_t) / sizeof(double)) {
+        const lanes_t v = *reinterpret_cast<const lanes_t*>(x + k);
+        lanes_t from = BLOCKS_ALL(first_x), length = BLOCKS_ALL(first_length), rise = BLOCKS_ALL(first_rise),
+                y = BLOCKS_ALL(first_y);
         for (std::size_t s = 1; s < last; ++s) {
-            const double begin = bp[s], span = bp[s + 1] - begin, step = values[s + 1] - values[s], base = values[s];
-            BLOCKS_LANES
-            for (std::size_t k = 0; k < chunk; ++k) {
-                const bool here = x[k] >= begin;
-                const double a = from[k], b = length[k], c = rise[k], d = y[k];
-                from[k] = here ? begin : a;
-                length[k] = here ? span : b;
-                rise[k] = here ? step : c;
-                y[k] = here ? base : d;
-            }
+            const double begin = bp[s], base = values[s];
+            const auto here = v >= begin;
+            from = here ? BLOCKS_ALL(begin) : from;
+            length = here ? BLOCKS_ALL(bp[s + 1] - begin) : length;
+            rise = here ? BLOCKS_ALL(values[s + 1] - base) : rise;
+            y = here ? BLOCKS_ALL(base) : y;
         }
-        BLOCKS_LANES
-        for (std::size_t k = 0; k < chunk; ++k) {
-            const double v = x[k], inside = (v - from[k]) / length[k] * rise[k] + y[k];
-            const double below_end = v >= last_x ? last_y : inside;
-            out[k] = v <= first_x ? first_y : below_end;
-        }
+        lanes_t inside = (v - from) / length * rise + y;
+        inside = v >= last_x ? BLOCKS_ALL(last_y) : inside;
+        *reinterpret_cast<lanes_t*>(out + k) = v <= first_x ? BLOCKS_ALL(first_y) : inside;
     }
 }
 
