@@ -9,7 +9,6 @@
 #include "formula/evaluate.h"
 #include "formula/words.h"
 #include "framework/classes.h"
-#include "tests/blocks/choices.h"
 #include "tests/support/block_test.h"
 #include "tests/support/kernel_cases.h"
 #include "tests/support/slow_math.h"

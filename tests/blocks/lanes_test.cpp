@@ -12,8 +12,8 @@
 #include "exec/ensemble/batch.h"
 #include "exec/ensemble/lower.h"
 #include "framework/classes.h"
-#include "tests/blocks/choices.h"
 #include "tests/support/block_test.h"
+#include "tests/support/kernel_cases.h"
 #include "tests/support/slow_math.h"
 #include "tests/support/walk.h"
 
