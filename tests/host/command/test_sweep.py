@@ -208,7 +208,7 @@ class Refusals(SweepTest):
             (["--vary", "k=1", "--vary", "k=2"], "the name varies already"),
             (["--vary", "k~normal(1,1)"], "--random N"),
             (["--vary", "k~gamma(1,1)", "--random", "3"], "expected normal"),
-            (["--vary", "no.such=1"], "no block has the path no"),
+            (["-e", "k = 1.0", "--vary", "no.such=1"], "no block has the path no"),
             (["--vary", "k=1,2", "--vary", "j=1", "--zip"], "k has 2 values and j has 1"),
             (["--vary", "k=1", "--measure", "y=top(out)"], "no measure 'top'"),
             (["--vary", "k=1", "--where", "z > 1"], "nothing is called 'z'"),
