@@ -118,14 +118,8 @@ expression_t Expressions::fresh(const value_t& v) {
         case op_t::multiply:
         case op_t::divide:
         case op_t::remainder: return arithmetic(v);
-        case op_t::logical_and:
-            return {tessel::format("{} && {}", operand(v.of[0], both), operand(v.of[1], comparison)), both};
-        case op_t::logical_or:
-            // && within || in parentheses: few know which comes first
-            return {tessel::format("{} || {}",
-                                   in_parentheses(of(v.of[0]), of(v.of[0]).binding == either ? either : comparison),
-                                   operand(v.of[1], comparison)),
-                    either};
+        case op_t::logical_and: return joined(v, both);
+        case op_t::logical_or: return joined(v, either);
         default: return compared(v);
     }
 }
@@ -166,7 +160,7 @@ expression_t Expressions::input(std::size_t index) {
 expression_t Expressions::converted(const expression_t& from, type_t source, type_t to) {
     if (source == to) return from;
     if (to == type_bool)
-        return {tessel::format("{} != {}", in_parentheses(from, additive),
+        return {tessel::format("{} != {}", in_parentheses(from, prefix_operator),
                                constant_text(is_float(source) ? source : type_int32, 0)),
                 comparison};
     if (!is_float(source) || is_float(to)) return {cast(type_text(to), from), prefix_operator};
@@ -198,8 +192,15 @@ expression_t Expressions::arithmetic(const value_t& v) {
     if (v.op == op_t::remainder) return division(v);
     if (is_signed_word(v.type)) return {cast(type_text(v.type), wrapping(v)), prefix_operator};
     const binding_t bound = v.op == op_t::add || v.op == op_t::subtract ? additive : multiplicative;
-    const auto right = static_cast<binding_t>(bound + 1);
-    return {tessel::format("{} {} {}", operand(v.of[0], bound), sign_of(v.op), operand(v.of[1], right)), bound};
+    return joined(v, bound);
+}
+
+/// Operands beside a sign. What binds otherwise than the sign stands in parentheses, also where C needs none.
+expression_t Expressions::joined(const value_t& v, binding_t bound) {
+    const expression_t left = of(v.of[0]);
+    return {tessel::format("{} {} {}", in_parentheses(left, left.binding == bound ? bound : prefix_operator),
+                           sign_of(v.op), operand(v.of[1], prefix_operator)),
+            bound};
 }
 
 /// Operands as unsigned numbers of the same width, whose sum, difference and product wrap.
@@ -237,7 +238,7 @@ expression_t Expressions::shifted(const value_t& v) {
 expression_t Expressions::compared(const value_t& v) {
     const bool of_truth = at(v.of[0]).type == type_bool && v.op != op_t::equal && v.op != op_t::unequal;
     const auto side = [&](std::int32_t number) {
-        return of_truth ? cast("int32_t", of(number)) : operand(number, additive);
+        return of_truth ? cast("int32_t", of(number)) : operand(number, prefix_operator);
     };
     return {tessel::format("{} {} {}", side(v.of[0]), sign_of(v.op), side(v.of[1])), comparison};
 }
@@ -248,13 +249,13 @@ expression_t Expressions::chosen(const value_t& v) {
     std::string text;
     if (v.op == op_t::select) {
         const expression_t otherwise = of(v.of[2]);
-        text = tessel::format("{} ? {} : {}", operand(v.of[0], prefix_operator), operand(v.of[1], additive),
-                              in_parentheses(otherwise, otherwise.binding == choice ? choice : additive));
+        text = tessel::format("{} ? {} : {}", operand(v.of[0], prefix_operator), operand(v.of[1], prefix_operator),
+                              in_parentheses(otherwise, otherwise.binding == choice ? choice : prefix_operator));
     } else {
-        const std::string index = operand(v.of[0], additive);
+        const std::string index = operand(v.of[0], prefix_operator);
         for (std::size_t i = 2; i < v.of.size(); ++i)
-            text += tessel::format("({} == {}) ? {} : ", index, i - 2, operand(v.of[i], additive));
-        text += operand(v.of[1], additive);
+            text += tessel::format("({} == {}) ? {} : ", index, i - 2, operand(v.of[i], prefix_operator));
+        text += operand(v.of[1], prefix_operator);
     }
     // C makes an int of a narrow choice among several, which some compilers then see cut
     const bool of_several = text.find('?') != text.rfind('?');

@@ -9,7 +9,7 @@
 
 namespace tessel::exact {
 
-// How strongly an operator binds. What people mix up stands in parentheses: see `needs`.
+// How strongly an operator binds.
 enum binding_t { choice, either, both, comparison, bits, additive, multiplicative, prefix_operator, atom };
 
 struct expression_t {
@@ -39,6 +39,7 @@ private:
     expression_t converted(const expression_t& from, type_t source, type_t to);
     expression_t conversion(const value_t& v);
     expression_t arithmetic(const value_t& v);
+    expression_t joined(const value_t& v, binding_t bound);
     expression_t wrapping(const value_t& v);
     expression_t division(const value_t& v);
     expression_t shifted(const value_t& v);

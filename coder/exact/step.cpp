@@ -132,7 +132,7 @@ private:
         const cell_t& cell = program_.unit.cell(root.cell);
         expression_t value = values_.of(root.value);
         if (cell.role == role_t::flag && statement_.gate != no_cell) {
-            const std::string own = value.binding >= comparison ? value.text : tessel::format("({})", value.text);
+            const std::string own = value.binding >= prefix_operator ? value.text : tessel::format("({})", value.text);
             value.text = tessel::format("{} && {}", program_.at(statement_.gate), own);
         }
         const std::string declared = cell.kept ? std::string() : tessel::format("const {} ", type_text(cell.type));

@@ -97,6 +97,7 @@ std::string Source::assumptions() const {
     std::string text = "/* What the code takes for granted. */\n";
     text += "#if defined(__FLT_EVAL_METHOD__) && __FLT_EVAL_METHOD__ != 0 && __FLT_EVAL_METHOD__ != 16\n";
     text += "#error \"floating point values must be computed in their own type\"\n#endif\n";
+    text += "#if defined(__clang__)\n#pragma STDC FP_CONTRACT OFF\n#endif\n";
     text += tessel::format(
         "typedef char {0}_expects_words[(sizeof(int) == 4 && sizeof(float) == 4 && sizeof(double) == 8) "
         "? 1 : -1];\n\n",
