@@ -52,7 +52,7 @@ describe("a server that is killed", () => {
         expect(again.text()).toBe(before);
         const { page: second } = await openPage(browser, again);
         await block(second, "kept").waitFor();
-        await second.getByText(/Took over what was drawn/).waitFor();
+        await second.getByRole("img", { name: "not saved" }).waitFor();
         await again.stop();
         await studio.stop();
     });
