@@ -89,6 +89,26 @@ TEST(ExactUnits, KeepOnlyWhatMustLiveWhereNothingElseIsAskedFor) {
     EXPECT_FALSE(unit.cell(unit.find(3)->cell).kept);
 }
 
+/// A memory in a subsystem that reads a signal of the root: blocks of the root may not all come first.
+TEST(ExactUnits, ReadTheStepBeforeAheadOfWhoWritesIt) {
+    for (const char* source : {"time", "step", "sinewave", "squarewave", "random"}) {
+        Diagram diagram;
+        diagram.add(source, "source", 1);
+        diagram.add("abs", "signal", 2);
+        diagram.add("goto", "send", 3).param("target") = var_t("signal");
+        diagram.add("subsys", "sub", 4);
+        diagram.add("from", "receive", 5, 4).param("target") = var_t("signal");
+        diagram.add("memory", "last", 6, 4);
+        diagram.link(1, 2);
+        diagram.link(2, 3);
+        diagram.link(5, 6);
+        const std::string code = code_of(unit_of(diagram));
+        const auto read = code.find("m->signals.sub.last = m->signals.signal;"), step = code.find("demo_step");
+        ASSERT_NE(read, std::string::npos) << code;
+        EXPECT_LT(read, code.find("m->signals.signal = ", step)) << source;
+    }
+}
+
 TEST(ExactUnits, KeepWiresWithALabel) {
     Diagram diagram;
     diagram.add("time", "clock", 1);

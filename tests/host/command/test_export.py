@@ -5,6 +5,7 @@ import filecmp
 import json
 import math
 import pathlib
+import shutil
 import struct
 import subprocess
 import unittest
@@ -130,6 +131,21 @@ class Examples(ExportTest):
         folder = self.example("motor", "--subsystem", "controller", "--name", "controller", "--signals", "ports")
         done = run(self.build(folder, "controller", "test"))
         self.assertEqual(done.returncode, 0, done.stdout)
+        self.assertIn("controller: 2001 steps, 0 differences", done.stdout)
+
+    @unittest.skipUnless(
+        shutil.which("arm-none-eabi-gcc") and shutil.which("qemu-system-arm"), "no arm-none-eabi-gcc, no qemu-system-arm"
+    )
+    def test_a_controller_computes_on_its_processor_what_it_computes_in_the_model(self):
+        folder = self.example("motor", "--subsystem", "controller", "--name", "controller", "--signals", "ports")
+        bare = EXAMPLES.parent / "host" / "verify" / "program"
+        options = "-std=c99 -O2 -mthumb -mcpu=cortex-m7 -mfloat-abi=hard -mfpu=fpv5-d16 --specs=rdimon.specs".split()
+        sources = [bare / "bare.c", folder / "controller.c", folder / "controller_test.c"]
+        done = run("arm-none-eabi-gcc", *options, *FLAGS, "-T", bare / "bare.ld", *sources, "-o", folder / "test.elf", "-lm")
+        self.assertEqual(done.returncode, 0, done.stderr)
+        board = "-M mps2-an500 -nographic -monitor none -serial none -semihosting-config enable=on,target=native".split()
+        done = run("qemu-system-arm", *board, "-kernel", folder / "test.elf", timeout=120)
+        self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
         self.assertIn("controller: 2001 steps, 0 differences", done.stdout)
 
     def test_a_broken_program_fails_its_test(self):
