@@ -34,6 +34,7 @@ figures() { # HEADING PROGRAM...: a program that prints plain text
     # shellcheck disable=SC2086
     table "Threads, 40 zones of 2,000 blocks" "$build/bench/bench_threads" $quick
     # shellcheck disable=SC2086
+    [ ! -x "$build/bench/bench_lanes" ] || "$build/bench/bench_lanes" $quick
     [ ! -x "$build/bench/bench_recording" ] || table "Recording and files" "$build/bench/bench_recording" $quick
     # shellcheck disable=SC2086
     [ ! -x "$build/zarn" ] || table "The command" bench/command.py "$build" $quick

@@ -105,6 +105,7 @@ bool Batch::run(std::span<const std::uint64_t> values, std::size_t count, const 
         for (const component_t& component : program_.components) {
             for (std::size_t i = 0; i < steps; ++i) {
                 frame_.step = first + i;
+                feed(listener);
                 step(component, at[i]);
                 for (const tap_t& tap : component.taps) tell(tap, at[i], listener);
             }
@@ -118,6 +119,11 @@ bool Batch::run(std::span<const std::uint64_t> values, std::size_t count, const 
 
 bool Batch::all_ended(std::uint64_t step) const noexcept {
     return std::ranges::all_of(faults(), [step](const fault_t& fault) { return fault.step < step; });
+}
+
+void Batch::feed(Listener& listener) noexcept {
+    for (std::size_t i = 0; i < program_.fed.size(); ++i)
+        repeat(frame_.base + program_.fed[i], bits_of(listener.feed(i, frame_.step)), sizeof(double), chunk);
 }
 
 void Batch::step(const component_t& component, double t) noexcept {

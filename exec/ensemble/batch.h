@@ -20,6 +20,10 @@ public:
     /// where it was in all.
     virtual void take(std::size_t signal, std::uint64_t step, double t, const void* row, type_t type,
                       const std::uint8_t* ran) noexcept = 0;
+    /// What the host feeds in a step.
+    virtual double feed([[maybe_unused]] std::size_t number, [[maybe_unused]] std::uint64_t step) noexcept {
+        return 0.0;
+    }
 };
 
 /// When a run's steps are.
@@ -44,6 +48,7 @@ private:
     void fill(std::span<const std::uint64_t> values);
     void fill_lists(std::span<const std::uint64_t> values);
     void run_range(range_t range) noexcept;
+    void feed(Listener& listener) noexcept;
     void step(const component_t& component, double t) noexcept;
     void step_segment(const segment_t& segment) noexcept;
     void tell(const tap_t& tap, double t, Listener& listener) noexcept;

@@ -217,10 +217,15 @@ private:
     row_t converted(const row_t& row, type_t type) {
         return row.type == type ? row : operation(op_t::convert, type, std::span(&row, 1), {});
     }
+    row_t fed(std::size_t number) {
+        while (program_.fed.size() <= number) program_.fed.push_back(take_row(type_flt64, true));
+        return {program_.fed[number], type_flt64, false, false};
+    }
     row_t input(number_t m, std::uint64_t index) {
         const member_t& member = members_[at(m)];
         const type_t type = member.formula.inputs[index].type;
         const number_t source = member.sources[index];
+        if (source < -1) return converted(fed(at(-2 - source)), type);
         return source < 0 ? constant(type, 0) : converted(output_of(source), type);
     }
 
@@ -323,7 +328,7 @@ private:
         const formula_t& f = members_[at(m)].formula;
         rows_t& rows = rows_[at(m)];
         member_ = m;
-        if (rows.sampled.place != no_place && members_[at(m)].sources[0] >= 0) move(rows.sampled, input(m, 0), some);
+        if (rows.sampled.place != no_place && members_[at(m)].sources[0] != -1) move(rows.sampled, input(m, 0), some);
         if (!f.has_output() || shape_.held[at(m)] || shape_.alias[at(m)] >= 0) return;
         settle(m, some, [](const state_t& state) { return state.next; });
     }

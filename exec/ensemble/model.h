@@ -9,12 +9,16 @@
 
 namespace tessel::ensemble {
 
+/// In place of the number of a member: what the host feeds, the same in all lanes.
+constexpr std::int32_t fed_source(std::int32_t number) noexcept { return -2 - number; }
+
 /// One block of a model, at its place in stepping order.
 struct member_t {
     formula_t formula;
-    std::vector<std::int32_t> sources;  ///< of each input: the member whose output feeds it, -1 for nothing
-    std::int32_t gate = -1;             ///< the member whose input 0 is the flag that gates this one, -1 for none
-    bool ends_on_zero = false;          ///< whether a remainder by 0 ends a run, as where no random number can be drawn
+    std::vector<std::int32_t>
+        sources;                ///< of each input: the member whose output feeds it, `fed_source`, -1 for nothing
+    std::int32_t gate = -1;     ///< the member whose input 0 is the flag that gates this one, -1 for none
+    bool ends_on_zero = false;  ///< whether a remainder by 0 ends a run, as where no random number can be drawn
 };
 
 /// A model that can run in lanes. The gates' inputs are of type bool.

@@ -109,9 +109,10 @@ struct component_t {
 
 struct program_t {
     std::size_t lanes = most_lanes;
-    std::size_t bytes = 0;   // of a frame
-    std::uint32_t time = 0;  // row of the time, single
-    std::size_t places = 0;  // that vary
+    std::size_t bytes = 0;           // of a frame
+    std::uint32_t time = 0;          // row of the time, single
+    std::size_t places = 0;          // that vary
+    std::vector<std::uint32_t> fed;  // rows of what the host feeds, single, flt64
     std::vector<content_t> contents;
     std::vector<list_content_t> lists;
     std::vector<instr_t> fixed;  // once before a run

@@ -281,7 +281,8 @@ void SweepVerb::print_summary() const {
 }
 
 std::string SweepVerb::summary_json(double seconds) const {
-    nlohmann::json json{{"variants", done_},        {"kept", kept_},
+    nlohmann::json json{{"schema", json_schema},    {"result", 0},
+                        {"variants", done_},        {"kept", kept_},
                         {"ended", ended_},          {"seconds", seconds},
                         {"kinds", sweep_->kinds()}, {"measures", nlohmann::json::object()}};
     const auto names = sweep_->measure_names();

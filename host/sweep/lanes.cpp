@@ -1,5 +1,6 @@
 #include "host/sweep/lanes.h"
 
+#include <algorithm>
 #include <unordered_map>
 #include <utility>
 
@@ -18,8 +19,8 @@ using number_t = std::int32_t;
 
 class Reader {
 public:
-    explicit Reader(Session& session)
-        : session_(session), exec_(session.build()), objects_(static_cast<tessel::ExecModel&>(*exec_)) {}
+    Reader(Session& session, std::span<const std::uint64_t> fed)
+        : session_(session), fed_(fed), exec_(session.build()), objects_(static_cast<tessel::ExecModel&>(*exec_)) {}
 
     lane_model_t read() {
         const auto order = objects_.stepping_order();  // a run's own, before its times take the zones' place
@@ -56,6 +57,11 @@ private:
         found_.push_back(object);
     }
 
+    number_t own_feed(const tessel::IMetaBlock& block) const {
+        const auto found = std::ranges::find(fed_, block.id());
+        return found == fed_.end() ? -1 : tessel::ensemble::fed_source(static_cast<number_t>(found - fed_.begin()));
+    }
+
     void connect(std::size_t i) {
         tessel::ensemble::member_t& member = lanes_.model.members[i];
         const tessel::IMetaBlock& block = *lanes_.blocks[i];
@@ -63,7 +69,7 @@ private:
             const ExecPort* source = found_[i]->input(static_cast<std::int16_t>(n))->source();
             const auto owner = outputs_.find(source);
             if (source != nullptr && owner == outputs_.end()) refuse(block, "an input reads what is no output");
-            member.sources.push_back(source != nullptr ? owner->second : -1);
+            member.sources.push_back(source != nullptr ? owner->second : n == 0 ? own_feed(block) : -1);
         }
         const std::uint64_t gate = session_.properties().enables_of(block.id()).second;
         const auto enable = members_.find(gate);
@@ -75,6 +81,7 @@ private:
     }
 
     Session& session_;
+    std::span<const std::uint64_t> fed_;
     std::shared_ptr<tessel::IExecModel> exec_;
     tessel::ExecModel& objects_;
     lane_model_t lanes_;
@@ -85,6 +92,8 @@ private:
 
 }  // namespace
 
-lane_model_t model_in_lanes(Session& session) { return Reader(session).read(); }
+lane_model_t model_in_lanes(Session& session, std::span<const std::uint64_t> fed) {
+    return Reader(session, fed).read();
+}
 
 }  // namespace zarn

@@ -1,7 +1,9 @@
 // A session's model as an ensemble takes it.
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "IExecModel.h"
@@ -18,7 +20,8 @@ struct lane_model_t {
 };
 
 /// The compiled model of a session with its members in stepping order. Raises `SessionError` for a block without a
-/// runnable form, and for the rare diagram that cannot run in lanes, which it names.
-lane_model_t model_in_lanes(Session& session);
+/// runnable form, and for the rare diagram that cannot run in lanes, which it names. Input 0 of the blocks `fed`, where
+/// nothing feeds it, is what the host feeds, in this order.
+lane_model_t model_in_lanes(Session& session, std::span<const std::uint64_t> fed = {});
 
 }  // namespace zarn

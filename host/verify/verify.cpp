@@ -8,6 +8,7 @@
 #include "framework/MetaBlock.h"
 #include "framework/classes.h"
 #include "host/export/export.h"
+#include "host/verify/in_lanes.h"
 #include "host/verify/native.h"
 #include "host/verify/program.h"
 
@@ -34,6 +35,7 @@ private:
     /// Gone in this order, since that of the plan loads the model anew.
     void judge_in_process();
     void judge_programs();
+    void judge_lanes();
     void judge_native();
     std::unique_ptr<Way> way(recipe_t recipe) const { return in_process(session_, around_, std::move(recipe)); }
     void add(row_t row);
@@ -139,6 +141,7 @@ report_t Verification::go() {
     around_.prepare();
     go_reference();
     judge_in_process();
+    if (wants("lanes")) judge_lanes();
     if (wants("native")) judge_native();
     judge_programs();
     return std::move(report_);
@@ -152,6 +155,23 @@ void Verification::judge_in_process() {
     if (wants("threads"))
         for (const unsigned count : {1u, 2u, 3u, 8u})
             judge_as({.name = tessel::format("{} thread{}", count, count == 1 ? "" : "s"), .threads = count});
+}
+
+/// Lanes show outputs; what the reference shows is the same for every instruction set.
+void Verification::judge_lanes() {
+    using tessel::ensemble::isa_t;
+    const auto fed = fed_blocks(session_, *session_.build());
+    std::unique_ptr<Way> reference;
+    seen_t expected;
+    for (const isa_t isa : {isa_t::baseline, isa_t::avx2, isa_t::avx512}) {
+        if (isa > tessel::ensemble::best_isa()) break;
+        const auto way = in_lanes(session_, fed, isa, around_.interrupted);
+        if (reference == nullptr) {
+            reference = in_process(session_, around_, {.name = "objects", .engine = engine_t::objects}, &way->ports());
+            expected = reference->run(whole());
+        }
+        judge(*way, *reference, expected);
+    }
 }
 
 /// The reference shows what the first run of the machine code has told that it shows.
@@ -204,6 +224,7 @@ const std::vector<group_t>& groups() {
         {"unwatched", "the plan when nobody looks into the run: values behind it"},
         {"again", "a second run of the same objects"},
         {"threads", "the parallel path with 1, 2, 3 and 8 threads"},
+        {"lanes", "64 variants side by side, on each instruction set of this machine"},
         {"native", "machine code made for the model, as run --engine native takes it"},
         {"c", "exported C by gcc, clang and tcc, at -O0, -O2 and -O3"},
         {"c++", "the same text as C++"},
