@@ -73,8 +73,9 @@ public:
 
     seen_t run(const look_t& look) override {
         if (!why_not_.empty()) throw Skipped(why_not_);
+        if (ports_.empty()) throw Skipped("the model has no port to look at");
         Collector collector(look, ports_.size(), interrupted_);
-        if (look.steps == 0 || ports_.empty()) return std::move(collector.watcher.seen());
+        if (look.steps == 0) return std::move(collector.watcher.seen());
         const auto program = ensemble::lower(model_, request_);
         ensemble::Batch batch(program);
         std::vector<std::uint64_t> values;
