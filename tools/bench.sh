@@ -37,6 +37,8 @@ figures() { # HEADING PROGRAM...: a program that prints plain text
     [ ! -x "$build/bench/bench_lanes" ] || "$build/bench/bench_lanes" $quick
     [ ! -x "$build/bench/bench_recording" ] || table "Recording and files" "$build/bench/bench_recording" $quick
     # shellcheck disable=SC2086
+    [ ! -x "$build/bench/bench_native" ] || table "Machine code made for the model" "$build/bench/bench_native" $quick
+    # shellcheck disable=SC2086
     [ ! -x "$build/zarn" ] || table "The command" bench/command.py "$build" $quick
     ! command -v valgrind > /dev/null || table "Instructions, by callgrind" tools/instructions.sh "$build"
     # shellcheck disable=SC2086

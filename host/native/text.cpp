@@ -34,16 +34,16 @@ public:
     text_t take();
 
 private:
-    void find_groups();
+    void find_loops();
     void place_all();
     void place(cell_number number);
     void place_table(cell_number number);
     void set_initial();
-    void write_group(group_t group);
-    void write_piece(group_t piece, cell_number gate);
-    std::string access_of(group_t piece, std::size_t variable);
-    std::string table_access(group_t piece, std::size_t variable);
-    std::string literal_of(group_t piece, std::size_t variable) const;
+    void write_loop(const loop_t& loop);
+    void write_row(const row_t& row);
+    std::string access_of(const row_t& row, std::size_t variable);
+    std::string table_access(const row_t& row, std::size_t variable);
+    std::string literal_of(const row_t& row, std::size_t variable) const;
     std::string index_text(const std::vector<std::uint32_t>& indices);
     cell_number variable(std::size_t statement, std::size_t which) const { return variables_[statement][which]; }
     const place_t& place_of(cell_number number) const { return result_.places[static_cast<std::size_t>(number)]; }
@@ -55,7 +55,7 @@ private:
     tessel::exact::program_t program_;
     bool is_small_;
     text_t result_;
-    std::vector<group_t> groups_;
+    std::vector<loop_t> loops_;
     std::vector<std::vector<cell_number>> variables_;      // of each statement
     std::map<std::vector<double>, std::uint32_t> tables_;  // their contents, and their index among the flt64 values
     std::string step_;
@@ -63,13 +63,19 @@ private:
     std::size_t functions_ = 0, in_function_ = 0, index_lists_ = 0;
 };
 
-void Writer::find_groups() {
+void Writer::find_loops() {
     for (const statement_t& statement : unit_.statements) variables_.push_back(variables_of(statement));
-    if (!is_small_) {
-        groups_ = groups_of(unit_);
-        return;
+    std::vector<row_t> rows;
+    if (!is_small_) rows = rows_of(unit_);
+    else
+        for (std::size_t i = 0; i < unit_.statements.size(); ++i) rows.push_back({i});
+    std::vector<row_t> long_or_single;
+    for (row_t& row : rows) {
+        if (row.size() >= shortest_loop) long_or_single.push_back(std::move(row));
+        else
+            for (const std::size_t statement : row) long_or_single.push_back({statement});
     }
-    for (std::size_t i = 0; i < unit_.statements.size(); ++i) groups_.push_back({i, i + 1});
+    loops_ = loops_of(unit_, std::move(long_or_single));
 }
 
 void Writer::place_table(cell_number number) {
@@ -94,14 +100,14 @@ void Writer::place(cell_number number) {
     result_.places[static_cast<std::size_t>(number)] = result_.layout.add(cell.type);
 }
 
-/// What neighbours write stands side by side, each variable of theirs in a row of its own; the rest behind.
+/// What the rounds of a loop write stands side by side, each variable of theirs in a row of its own; the rest behind.
 void Writer::place_all() {
-    for (const group_t& group : groups_) {
-        const statement_t& first = unit_.statements[group.begin];
-        const std::size_t target = first.sources.size(), count = variables_[group.begin].size();
-        for (std::size_t which = target; which < count; ++which)
-            for (std::size_t i = group.begin; i < group.end; ++i) place(variable(i, which));
-    }
+    for (const loop_t& loop : loops_)
+        for (const row_t& row : loop) {
+            const std::size_t target = unit_.statements[row.front()].sources.size();
+            for (std::size_t which = target; which < variables_[row.front()].size(); ++which)
+                for (const std::size_t i : row) place(variable(i, which));
+        }
     for (std::size_t i = 0; i < unit_.cells.size(); ++i) place(static_cast<cell_number>(i));
 }
 
@@ -122,28 +128,28 @@ std::string Writer::index_text(const std::vector<std::uint32_t>& indices) {
     return name + "[i]";
 }
 
-/// A parameter that has one value in all of the piece, as a constant; "" for all else.
-std::string Writer::literal_of(group_t piece, std::size_t which) const {
-    const auto& cell = unit_.cell(variable(piece.begin, which));
+/// A parameter that has one value in all rounds, as a constant; "" for all else.
+std::string Writer::literal_of(const row_t& row, std::size_t which) const {
+    const auto& cell = unit_.cell(variable(row.front(), which));
     if (cell.role != role_t::parameter) return {};
-    for (std::size_t i = piece.begin; i < piece.end; ++i)
+    for (const std::size_t i : row)
         if (unit_.cell(variable(i, which)).initial != cell.initial) return {};
     return format("(({}){})", tessel::exact::type_text(cell.type),
                   tessel::exact::constant_text(cell.type, cell.initial));
 }
 
-std::string Writer::table_access(group_t piece, std::size_t which) {
-    const std::string index = access_of(piece, which);  // "f64[12 + i]"
+std::string Writer::table_access(const row_t& row, std::size_t which) {
+    const std::string index = access_of(row, which);  // "f64[12 + i]"
     return format("(&m->{})", index);
 }
 
-/// The element of an array that a variable of statement `i` of the piece is: one and the same, one after the other, or
+/// The element of an array that a variable of round i is: one and the same, one after the other, or
 /// as a list has it.
-std::string Writer::access_of(group_t piece, std::size_t which) {
-    const place_t first = place_of(variable(piece.begin, which));
+std::string Writer::access_of(const row_t& row, std::size_t which) {
+    const place_t first = place_of(variable(row.front(), which));
     const char* member = Layout::member(first.type);
     std::vector<std::uint32_t> indices;
-    for (std::size_t i = piece.begin; i < piece.end; ++i) indices.push_back(place_of(variable(i, which)).index);
+    for (const std::size_t i : row) indices.push_back(place_of(variable(i, which)).index);
     const auto is_row = [&](std::uint32_t stride) {
         for (std::size_t i = 0; i < indices.size(); ++i)
             if (indices[i] != first.index + stride * i) return false;
@@ -164,50 +170,43 @@ void Writer::begin_function() {
     in_function_ = 0;
 }
 
-/// A piece as one loop, or as the statement that it is. Its first statement is written with variables that depend on i.
-void Writer::write_piece(group_t piece, cell_number gate) {
-    const statement_t& statement = unit_.statements[piece.begin];
-    for (std::size_t which = 0; which < variables_[piece.begin].size(); ++which) {
-        const cell_number number = variable(piece.begin, which);
+/// A row as its first statement, with variables that depend on i.
+void Writer::write_row(const row_t& row) {
+    const statement_t& statement = unit_.statements[row.front()];
+    for (std::size_t which = 0; which < variables_[row.front()].size(); ++which) {
+        const cell_number number = variable(row.front(), which);
         if (number == no_cell) continue;
         auto& cell = unit_.cell(number);
-        const std::string literal = literal_of(piece, which);
+        const std::string literal = literal_of(row, which);
         const bool is_table = cell.role == role_t::table;
         const bool is_own_flag = cell.role == role_t::flag && number == statement.target;
         cell.kept = literal.empty() && !is_table && !is_own_flag;
         if (!literal.empty()) cell.access = literal;
         else if (is_own_flag) cell.access = format("flag{}", number);
-        else cell.access = is_table ? table_access(piece, which) : access_of(piece, which);
+        else cell.access = is_table ? table_access(row, which) : access_of(row, which);
     }
-    const auto own_place = place_of(statement.target);
-    if (gate != no_cell) {
-        auto& flag = unit_.cell(gate);
-        flag.kept = true;
-        flag.access = format("b[{}]", place_of(gate).index);
-    }
-    const cell_number around = tessel::exact::gate_of(unit_, statement);
-    std::string head = around != no_cell ? format("if ({}) ", program_.at(around)) : "";
-    if (piece.size() > 1) head += format("for (uint32_t i = 0; i < {}; ++i) ", piece.size());
-    line(head + "{");
     for (const std::string& text : tessel::exact::write_statement(program_, statement).lines) line(text);
     if (unit_.cell(statement.target).role == role_t::flag)
-        line(format("m->b[{}] = flag{};", own_place.index, statement.target));
-    line("}");
+        line(format("m->b[{}] = flag{};", place_of(statement.target).index, statement.target));
 }
 
-void Writer::write_group(group_t group) {
+void Writer::write_loop(const loop_t& loop) {
     begin_function();
-    const cell_number gate = unit_.statements[group.begin].gate;
-    if (group.size() >= shortest_loop) {
-        if (group.size() > 1) ++result_.loops;
-        write_piece(group, gate);
-        in_function_ += 4;
-        return;
+    const statement_t& first = unit_.statements[loop.front().front()];
+    if (first.gate != no_cell) {
+        auto& flag = unit_.cell(first.gate);
+        flag.kept = true;
+        flag.access = format("b[{}]", place_of(first.gate).index);
     }
-    for (std::size_t i = group.begin; i < group.end; ++i) {
-        write_piece({i, i + 1}, gate);
-        ++in_function_;
-    }
+    const cell_number around = tessel::exact::gate_of(unit_, first);
+    const std::size_t rounds = loop.front().size();
+    std::string head = around != no_cell ? format("if ({}) ", program_.at(around)) : "";
+    if (rounds > 1) head += format("for (uint32_t i = 0; i < {}; ++i) ", rounds);
+    line(head + "{");
+    for (const row_t& row : loop) write_row(row);
+    line("}");
+    in_function_ += loop.size();
+    result_.loops += rounds > 1 ? 1u : 0u;
 }
 
 std::string Writer::structure() const {
@@ -220,10 +219,10 @@ std::string Writer::structure() const {
 }
 
 text_t Writer::take() {
-    find_groups();
+    find_loops();
     place_all();
     set_initial();
-    for (const group_t& group : groups_) write_group(group);
+    for (const loop_t& loop : loops_) write_loop(loop);
     if (functions_ != 0) line("}\n");
     std::string calls;
     for (std::size_t i = 0; i < unit_.cells.size(); ++i)
