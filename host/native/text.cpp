@@ -37,6 +37,9 @@ private:
     void find_loops();
     void place_all();
     void place(cell_number number);
+    bool is_parameter(cell_number number) const {
+        return number != no_cell && unit_.cell(number).role == role_t::parameter;
+    }
     void place_table(cell_number number);
     void set_initial();
     void write_loop(const loop_t& loop);
@@ -100,13 +103,15 @@ void Writer::place(cell_number number) {
     result_.places[static_cast<std::size_t>(number)] = result_.layout.add(cell.type);
 }
 
-/// What the rounds of a loop write stands side by side, each variable of theirs in a row of its own; the rest behind.
+/// What the rounds of a loop write, and the parameters that they read, stands side by side, each variable of theirs in
+/// a row of its own; the rest behind.
 void Writer::place_all() {
     for (const loop_t& loop : loops_)
         for (const row_t& row : loop) {
             const std::size_t target = unit_.statements[row.front()].sources.size();
-            for (std::size_t which = target; which < variables_[row.front()].size(); ++which)
-                for (const std::size_t i : row) place(variable(i, which));
+            for (std::size_t which = 0; which < variables_[row.front()].size(); ++which)
+                for (const std::size_t i : row)
+                    if (which >= target || is_parameter(variable(i, which))) place(variable(i, which));
         }
     for (std::size_t i = 0; i < unit_.cells.size(); ++i) place(static_cast<cell_number>(i));
 }
