@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <stdexcept>
@@ -17,6 +19,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* ending = ".so";
+std::atomic<unsigned> serial;                      // of files in the making: several threads make some
 constexpr auto abandoned = std::chrono::hours(1);  // what a killed process left behind
 
 fs::path users_folder() {
@@ -75,7 +78,7 @@ fs::path Cache::get(const std::string& key, const std::function<void(const fs::p
         fs::last_write_time(file, fs::file_time_type::clock::now(), error);
         return file;
     }
-    const fs::path making = folder_ / tessel::format("{}.{}.making", key, getpid());
+    const fs::path making = folder_ / tessel::format("{}.{}.{}.making", key, getpid(), ++serial);
     try {
         make(making);
         fs::rename(making, file);

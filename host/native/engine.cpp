@@ -66,7 +66,7 @@ std::vector<Engine::copy_t> Engine::copies_to_ports(tessel::IExecModel& exec) {
     copies.reserve(unit_.ports.size());
     for (const auto& port : unit_.ports) {
         const auto found = objects.find(port.block);
-        if (port.cell == no_cell || found == objects.end()) continue;
+        if (!has(port.cell) || found == objects.end()) continue;
         auto* to = port.is_input ? found->second->input(port.port) : found->second->output(port.port);
         if (to == nullptr || to->type() != unit_.cell(port.cell).type) continue;
         copies.push_back({value(port.cell), to->value_ptr(), tessel::size_of(to->type())});
@@ -79,7 +79,7 @@ std::vector<Engine::copy_t> Engine::copies_of_flags(tessel::IExecModel& exec) {
     const auto objects = objects_of(exec);
     std::vector<copy_t> copies;
     for (std::size_t i = 0; i < unit_.cells.size(); ++i) {
-        if (unit_.cells[i].role != role_t::flag) continue;
+        if (unit_.cells[i].role != role_t::flag || !has(static_cast<cell_number>(i))) continue;
         const auto found = objects.find(unit_.cells[i].block);
         if (found != objects.end())
             copies.push_back({value(static_cast<cell_number>(i)), found->second->input(0)->value_ptr(), 1});
@@ -95,7 +95,10 @@ std::vector<Engine::consumer_t> Engine::consumers_of(tessel::IExecModel& exec, c
     const auto add = [&](const tessel::exact::port_t& port, tessel::ExecBlock* consumer, bool samples) {
         auto& owner = *objects.at(port.block);
         auto* to = port.is_input ? owner.input(port.port) : owner.output(port.port);
-        consumers.push_back({consumer, {value(port.cell), to->value_ptr(), tessel::size_of(to->type())}, samples});
+        // what the machine code does not have never changes: the port has it
+        const std::byte* from = has(port.cell) ? value(port.cell) : static_cast<const std::byte*>(to->value_ptr());
+        consumers.push_back(
+            {consumer, {from, to->value_ptr(), has(port.cell) ? tessel::size_of(to->type()) : 0}, samples});
     };
     std::map<std::tuple<std::uint64_t, std::int16_t, bool>, tessel::ExecBlock*> probes;
     for (const signal_t& signal : signals)

@@ -35,7 +35,10 @@ public:
     bool step() { return library_.run(structure_.data(), 1, unit_.tf) == 1; }
     std::uint64_t steps(std::uint64_t most) { return library_.run(structure_.data(), most, unit_.tf); }
     double last() const { return reinterpret_cast<const double*>(structure_.data())[1]; }
-    /// Where a variable of the unit stands between steps.
+    /// Whether the machine code has a variable of the unit, and where it stands between steps.
+    bool has(tessel::exact::cell_number cell) const {
+        return cell != tessel::exact::no_cell && text_.places[static_cast<std::size_t>(cell)].is_known();
+    }
     std::byte* value(tessel::exact::cell_number cell) {
         return structure_.data() + text_.layout.offset(text_.places[static_cast<std::size_t>(cell)]);
     }

@@ -113,13 +113,15 @@ void Writer::place_all() {
                 for (const std::size_t i : row)
                     if (which >= target || is_parameter(variable(i, which))) place(variable(i, which));
         }
-    for (std::size_t i = 0; i < unit_.cells.size(); ++i) place(static_cast<cell_number>(i));
+    for (const auto& variables : variables_)
+        for (const cell_number number : variables) place(number);
+    for (const cell_number number : unit_.of(role_t::input)) place(number);
 }
 
 void Writer::set_initial() {
     for (std::size_t i = 0; i < unit_.cells.size(); ++i) {
         const auto& cell = unit_.cells[i];
-        if (cell.role == role_t::table) continue;
+        if (cell.role == role_t::table || !result_.places[i].is_known()) continue;
         const std::uint64_t bits = cell.starts_as_time ? tessel::bits_of(unit_.ti) : cell.initial;
         if (bits != 0) result_.initial.push_back({result_.places[i], bits});
     }
@@ -231,7 +233,8 @@ text_t Writer::take() {
     if (functions_ != 0) line("}\n");
     std::string calls;
     for (std::size_t i = 0; i < unit_.cells.size(); ++i)
-        if (unit_.cells[i].role == role_t::flag) calls += format("m->b[{}] = false;\n", result_.places[i].index);
+        if (unit_.cells[i].role == role_t::flag && result_.places[i].is_known())
+            calls += format("m->b[{}] = false;\n", result_.places[i].index);
     for (std::size_t i = 0; i < functions_; ++i) calls += format("part{}(m);\n", i);
     const auto number = [](double v) { return tessel::exact::constant_text(tessel::type_flt64, tessel::bits_of(v)); };
     result_.source =

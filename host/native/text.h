@@ -23,7 +23,7 @@ struct initial_t {
 struct text_t {
     std::string source;  ///< exports `uint64_t zarn_run(void* structure, uint64_t steps, double end)`
     Layout layout;
-    std::vector<place_t> places;  ///< of the unit's variables, by number; unknown for what is no variable any more
+    std::vector<place_t> places;  ///< of the unit's variables, by number; unknown for what no statement names
     std::vector<initial_t> initial;
     std::size_t loops = 0;  ///< that stand for several statements
 };

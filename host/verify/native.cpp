@@ -46,7 +46,7 @@ std::vector<Native::cell_t> Native::cells_of(native::Engine& engine) {
     std::vector<cell_t> cells;
     ports_.clear();
     for (const auto& port : engine.unit().ports) {
-        if (port.cell == tessel::exact::no_cell) continue;
+        if (!engine.has(port.cell)) continue;
         const tessel::type_t type = engine.unit().cell(port.cell).type;
         cells.push_back({engine.value(port.cell), static_cast<std::uint32_t>(tessel::size_of(type)),
                          type == tessel::type_flt32 || type == tessel::type_flt64});
@@ -87,7 +87,10 @@ seen_t Native::run(const look_t& look) {
     const auto cells = cells_of(*engine_);
     while (watched_ && seen.trace.steps < look.steps) {
         feed(seen.trace.steps);
-        if (!engine_->step()) break;
+        if (!engine_->step()) {
+            feed(seen.trace.steps - 1);  // a port that shows its input as it is keeps that of the last step
+            break;
+        }
         watcher.step(engine_->last(), cells.size(), [&](std::size_t i) { return cells[i].bits(); });
         if (seen.trace.steps % 256 == 0 && interrupted_ && interrupted_())
             throw SessionError(problem_t::interrupted, "interrupted");
