@@ -13,7 +13,7 @@ SANITIZED  = ASAN_OPTIONS=exitcode=99 UBSAN_OPTIONS=print_stacktrace=1:exitcode=
 SANITIZED_CORE = -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O0 -DBLOCKS_SANITIZE_KERNELS=OFF -DBLOCKS_PYTHON=OFF \
     -DBLOCKS_BENCH=OFF
 
-.PHONY: all run test bench asan asan-quick asan-core tsan tsan-core memcheck fuzz attack coverage format tidy clean
+.PHONY: all run test verify bench asan asan-quick asan-core tsan tsan-core memcheck fuzz attack coverage format tidy clean
 
 all: build
 
@@ -45,6 +45,18 @@ test: $(BUILD)/build.ninja
 	@tools/studio.sh setup || echo "make test: goes on without the tests of the studio's page" >&2
 	@cmake --build $(BUILD) -j $(JOBS)
 	ctest --test-dir $(BUILD) -j $(JOBS) --output-on-failure
+
+# every way of running a model, with compilers and emulators of other processors; many random models
+VERIFY_PACKAGES = clang libclang-rt-dev tcc qemu-user qemu-system-arm \
+    gcc-aarch64-linux-gnu libc6-dev-arm64-cross gcc-riscv64-linux-gnu libc6-dev-riscv64-cross \
+    gcc-s390x-linux-gnu libc6-dev-s390x-cross gcc-arm-linux-gnueabihf libc6-dev-armhf-cross \
+    gcc-arm-none-eabi libnewlib-arm-none-eabi
+
+verify: build
+	@tools/setup.sh $(VERIFY_PACKAGES) || echo "make verify: goes on without some of $(VERIFY_PACKAGES)" >&2
+	@cmake --build $(BUILD) --target test_verify -j $(JOBS)
+	tools/verify.sh $(BUILD) --exact-only
+	ZARN_SEEDS=150 $(BUILD)/tests/verify/test_verify --gtest_filter='Native.Computes*' --gtest_brief=1
 
 bench: $(BUILD)/build.ninja
 	@cmake --build $(BUILD) --target bench_all -j $(JOBS)

@@ -43,8 +43,7 @@ model_t model_of(const std::string& name, std::size_t steps) {
 /// A model with its machine code, compiled anew.
 class Native {
 public:
-    explicit Native(const model_t& model)
-        : session_({"bench.json", {}, nullptr, {}, {}}, model.text), cache_(folder_.path() / "cache") {
+    explicit Native(const model_t& model) : session_(setup(), model.text), cache_(folder_.path() / "cache") {
         session_.prepare();
         run_ = std::make_unique<zarn::Run>(session_);
         engine_ = std::make_unique<zarn::native::Engine>(session_, *run_, cache_);
@@ -67,6 +66,12 @@ public:
     double compile_s = 0;
 
 private:
+    static zarn::session_setup_t setup() {
+        zarn::session_setup_t setup;
+        setup.model = "bench.json";
+        return setup;
+    }
+
     zarn::TemporaryFolder folder_;
     zarn::Session session_;
     zarn::native::Cache cache_;

@@ -1,6 +1,7 @@
 // zarn verify: every way of running a model must give the same bits. And zarn verify-engines, its first rows.
 
 #include <CLI/App.hpp>
+#include <algorithm>
 
 #include "core/format.h"
 #include "host/cli/command.h"
@@ -8,6 +9,7 @@
 #include "host/cli/interrupt.h"
 #include "host/cli/verbs.h"
 #include "host/session/json_text.h"
+#include "host/verify/program.h"
 #include "host/verify/verify.h"
 
 namespace zarn {
@@ -16,6 +18,8 @@ namespace {
 struct verify_options_t : options_t {
     std::vector<std::string> ways;
     std::int64_t steps = 0;  // 0: all
+    std::vector<std::string> targets;
+    bool exact_only = false;
 };
 
 /// The command's part in the runs.
@@ -34,10 +38,25 @@ verify::around_t around_of(Call& call) {
     return around;
 }
 
+std::string summary_of(const verify::report_t& report, bool exact_only) {
+    std::string text = tessel::format("{} ports, {} steps", report.ports, report.steps);
+    if (report.program_ports != 0)
+        text += tessel::format("; programs show {} ports{}", report.program_ports,
+                               exact_only ? ", those that depend on no function of the C library" : "");
+    return text + "\n";
+}
+
 int verify_all(const verify_options_t& options) {
     Call call(options, bridge_t::interpreter);
     const DeferInterrupts deferred;
-    verify::request_t request{.groups = options.ways};
+    verify::request_t request{.groups = options.ways, .exact_only = options.exact_only};
+    // targets alone come to all ways and these
+    if (request.groups.empty() && !options.targets.empty())
+        for (const auto& group : verify::groups()) {
+            const auto targets = verify::target_names();
+            if (std::ranges::find(targets, group.name) == targets.end()) request.groups.emplace_back(group.name);
+        }
+    request.groups.insert(request.groups.end(), options.targets.begin(), options.targets.end());
     if (options.steps > 0) request.steps = static_cast<std::uint64_t>(options.steps);
     const auto on_row = [&options](const verify::row_t& row) {
         if (options.json || options.quiet) return;
@@ -50,7 +69,7 @@ int verify_all(const verify_options_t& options) {
         if (options.json)
             out(tessel::format("{{\"schema\": {}, \"result\": {}, \"model\": {}, {}, \"findings\": {}}}\n", json_schema,
                                status, json_string(options.model), verify::report_json(report), call.findings_json()));
-        else if (!options.quiet) out(tessel::format("{} ports, {} steps\n", report.ports, report.steps));
+        else if (!options.quiet) out(summary_of(report, options.exact_only));
         return status;
     } catch (const SessionError& error) {
         if (options.json && error.status() == status_model)
@@ -89,6 +108,13 @@ void add_verify(CLI::App& app, int& status) {
         ->type_name("WAY,...")
         ->delimiter(',')
         ->allow_extra_args(false);
+    verb->add_option("--targets", options->targets, "And exported C for these processors, with commas between them")
+        ->type_name("CPU,...")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->check(CLI::IsMember(verify::target_names()));
+    verb->add_flag("--exact-only", options->exact_only,
+                   "Judge programs by what depends on no function of the C library");
     verb->add_option("--steps", options->steps, "Run at most so many steps")
         ->type_name("N")
         ->check(CLI::PositiveNumber);
@@ -96,7 +122,9 @@ void add_verify(CLI::App& app, int& status) {
         "Every output of every block at every step is compared with that of the objects, stepped one by one:\n"
         "any not-a-number equals any other, everything else to the last bit. Exit status 1 where a way differs;\n"
         "the first difference is told with the inputs of its block. The ways:\n" +
-        ways_text() + "\nExample:\n  zarn verify pump.json --ways plan,threads --steps 1000");
+        ways_text() +
+        "\nExample:\n  zarn verify pump.json --ways plan,threads --steps 1000\n"
+        "  zarn verify pump.json --targets aarch64,cortex-m3");
     verb->callback(
         [options, &status] { status = guarded([&] { return verify_all(*options); }, options->model, options->json); });
 }

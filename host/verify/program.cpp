@@ -187,20 +187,22 @@ std::vector<std::string> target_names() {
     return names;
 }
 
-ProgramText::ProgramText(const tessel::exact::unit_t& unit, const std::vector<std::uint64_t>& inputs)
+ProgramText::ProgramText(const tessel::exact::unit_t& unit, const std::vector<std::uint64_t>& inputs,
+                         const std::unordered_set<std::uint64_t>& left_out)
     : name_(unit.name) {
     for (const auto& file : tessel::exact::write_c(unit)) folder_.write(file.name, file.text);
     folder_.write("trace.h", tessel::texts::program::trace_h);
     folder_.write("look.h", tessel::texts::program::look_h);
     folder_.write("bare.c", tessel::texts::program::bare_c);
     folder_.write("bare.ld", tessel::texts::program::bare_ld);
-    folder_.write("look.c", main_text(unit, inputs));
+    folder_.write("look.c", main_text(unit, inputs, left_out));
 }
 
-std::string ProgramText::main_text(const tessel::exact::unit_t& unit, const std::vector<std::uint64_t>& inputs) {
+std::string ProgramText::main_text(const tessel::exact::unit_t& unit, const std::vector<std::uint64_t>& inputs,
+                                   const std::unordered_set<std::uint64_t>& left_out) {
     std::string rows, fed;
     for (const auto& port : unit.ports) {
-        if (port.cell == tessel::exact::no_cell) continue;
+        if (port.cell == tessel::exact::no_cell || left_out.contains(port.block)) continue;
         const auto& cell = unit.cell(port.cell);
         if (!cell.kept) continue;
         const bool is_float = cell.type == tessel::type_flt32 || cell.type == tessel::type_flt64;

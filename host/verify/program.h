@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "coder/exact/unit.h"
@@ -29,15 +30,17 @@ std::vector<std::string> target_names();
 /// The text of a program and of what looks at it, in a folder, for all builds.
 class ProgramText {
 public:
-    /// `inputs` are the ids of the blocks that are fed, in their order.
-    ProgramText(const tessel::exact::unit_t& unit, const std::vector<std::uint64_t>& inputs);
+    /// `inputs` are the ids of the blocks that are fed, in their order, `left_out` those whose ports are not shown.
+    ProgramText(const tessel::exact::unit_t& unit, const std::vector<std::uint64_t>& inputs,
+                const std::unordered_set<std::uint64_t>& left_out = {});
 
     const std::vector<watched_t>& ports() const { return ports_; }
     const std::filesystem::path& folder() const { return folder_.path(); }
     const std::string& name() const { return name_; }
 
 private:
-    std::string main_text(const tessel::exact::unit_t& unit, const std::vector<std::uint64_t>& inputs);
+    std::string main_text(const tessel::exact::unit_t& unit, const std::vector<std::uint64_t>& inputs,
+                          const std::unordered_set<std::uint64_t>& left_out);
 
     std::string name_;
     TemporaryFolder folder_;

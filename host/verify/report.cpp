@@ -117,7 +117,11 @@ std::string row_text(const row_t& row) {
 }
 
 std::string report_json(const report_t& report) {
-    json_t json{{"reference", "objects"}, {"steps", report.steps}, {"ports", report.ports}, {"ways", json_t::array()}};
+    json_t json{{"reference", "objects"},
+                {"steps", report.steps},
+                {"ports", report.ports},
+                {"program_ports", report.program_ports},
+                {"ways", json_t::array()}};
     for (const row_t& row : report.rows) json["ways"].push_back(json_of(row));
     const std::string text = json.dump(-1, ' ', false, json_t::error_handler_t::replace);
     return text.substr(1, text.size() - 2);

@@ -4,11 +4,9 @@
 #include <chrono>
 
 #include "core/format.h"
-#include "formula/formula.h"
-#include "framework/MetaBlock.h"
-#include "framework/classes.h"
 #include "host/export/export.h"
 #include "host/verify/in_lanes.h"
+#include "host/verify/library_functions.h"
 #include "host/verify/native.h"
 #include "host/verify/program.h"
 
@@ -43,7 +41,6 @@ private:
     /// Goes a way and compares it with what the reference left.
     void judge(Way& way, Way& reference, const seen_t& expected);
     void judge_second_runs();
-    bool is_library_function(std::uint64_t block) const;
 
     Session& session_;
     const around_t& around_;
@@ -62,21 +59,6 @@ double timed(const Work& work) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
 }
 
-bool is_library_op(tessel::op_t op) {
-    using enum tessel::op_t;
-    switch (op) {
-        case sine:
-        case cosine:
-        case tangent:
-        case arc_sine:
-        case arc_cosine:
-        case arc_tangent:
-        case logarithm:
-        case power: return true;
-        default: return false;
-    }
-}
-
 void Verification::add(row_t row) {
     if (on_row_) on_row_(row);
     report_.rows.push_back(std::move(row));
@@ -90,13 +72,6 @@ void Verification::go_reference() {
     add({.way = reference_->name(), .verdict = verdict_t::reference, .seconds = seconds});
 }
 
-bool Verification::is_library_function(std::uint64_t id) const {
-    auto* block = session_.model().find_block(id);
-    if (block == nullptr || tessel::factory::find_class(block->class_hash()) == nullptr) return false;
-    const auto formula = static_cast<tessel::MetaBlock&>(*block).formula();
-    return formula && std::ranges::any_of(formula->values, is_library_op, &tessel::value_t::op);
-}
-
 void Verification::judge(Way& way, Way& reference, const seen_t& expected) {
     row_t row{.way = way.name()};
     try {
@@ -105,10 +80,11 @@ void Verification::judge(Way& way, Way& reference, const seen_t& expected) {
         row.difference = compare(reference, expected, way, got, request_.steps);
         if (row.difference) {
             row.verdict = verdict_t::differs;
-            if (const auto* block = session_.model().find_block(row.difference->port.block))
-                row.difference->port.class_name = block->class_name();
             add_inputs(*row.difference, *reference_, way, request_.steps);
-            row.by_library_function = is_library_function(row.difference->port.block);
+            if (auto* block = session_.model().find_block(row.difference->port.block)) {
+                row.difference->port.class_name = block->class_name();
+                row.by_library_function = calls_library(*block);
+            }
         }
     } catch (const Skipped& skipped) {
         row.verdict = verdict_t::skipped;
@@ -205,7 +181,10 @@ void Verification::judge_programs() {
         const auto exec = session_.build();
         export_options_t how;
         how.name = "model";
-        text = std::make_unique<ProgramText>(program_of(session_, how), fed_blocks(session_, *exec));
+        std::unordered_set<std::uint64_t> left_out;
+        if (request_.exact_only) left_out = depends_on_library(session_.model(), session_.properties());
+        text = std::make_unique<ProgramText>(program_of(session_, how), fed_blocks(session_, *exec), left_out);
+        report_.program_ports = text->ports().size();
     } catch (const SessionError& error) {
         add({.way = "exported C", .verdict = verdict_t::skipped, .reason = error.what()});
         return;

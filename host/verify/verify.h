@@ -23,6 +23,8 @@ const std::vector<group_t>& groups();
 struct request_t {
     std::vector<std::string> groups{};  ///< by name; empty for all of this machine
     std::uint64_t steps = never;        ///< at most
+    /// Programs are judged by the ports that depend on no function of the C library.
+    bool exact_only = false;
 };
 
 enum class verdict_t : std::uint8_t {
@@ -48,8 +50,9 @@ struct row_t {
 
 struct report_t {
     std::vector<row_t> rows;
-    std::size_t ports = 0;    ///< that were compared
-    std::uint64_t steps = 0;  ///< of the run
+    std::size_t ports = 0;          ///< that were compared, inputs of blocks included
+    std::size_t program_ports = 0;  ///< likewise of exported programs, which show outputs alone; 0 without one
+    std::uint64_t steps = 0;        ///< of the run
 
     bool is_good() const;
 };

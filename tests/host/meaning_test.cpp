@@ -35,7 +35,7 @@ const std::string model_text = R"({
 
 std::string meaning(const std::string& text, const std::string& file = "m.json",
                     std::vector<std::pair<std::string, double>> settings = {}) {
-    return Session({file, std::move(settings), nullptr, {}, {}}, text).meaning();
+    return Session({file, std::move(settings), nullptr, {}, {}, {}}, text).meaning();
 }
 std::string meaning(const json& model) { return meaning(model.dump()); }
 
@@ -216,11 +216,11 @@ TEST(Meaning, EndsWhereParentsStandInARing) {
 
 TEST(Meaning, OfWhatDoesNotLoadIsRefused) {
     EXPECT_THROW(meaning(std::string("{")), SessionError);
-    EXPECT_THROW(Session({"/nowhere/m.json", {}, nullptr, {}, {}}).meaning(), SessionError);
+    EXPECT_THROW(Session({"/nowhere/m.json", {}, nullptr, {}, {}, {}}).meaning(), SessionError);
 }
 
 TEST(Meaning, IsTheSameAfterACompile) {
-    Session session({"m.json", {}, nullptr, {}, {}}, model_text);
+    Session session({"m.json", {}, nullptr, {}, {}, {}}, model_text);
     const std::string before = session.meaning();
     session.library_result();
     EXPECT_EQ(session.meaning(), before);

@@ -72,9 +72,9 @@ double run_to_the_end(Session& session) {
 TEST(Session, SeveralLiveSideBySideEachWithItsOwnBridgeAndConsole) {
     const auto two = std::make_shared<Number>(2.0), five = std::make_shared<Number>(5.0);
     std::string told;
-    Session a({"a.json", {}, two, {}, {}}, model_text);
-    Session b({"b.json", {}, five, {}, {}}, model_text);
-    Session c({"c.json", {}, nullptr, [&told](std::string_view text) { told += text; }, {}}, model_text);
+    Session a({"a.json", {}, two, {}, {}, {}}, model_text);
+    Session b({"b.json", {}, five, {}, {}, {}}, model_text);
+    Session c({"c.json", {}, nullptr, {}, [&told](std::string_view text) { told += text; }, {}}, model_text);
     a.prepare();
     b.prepare();
     EXPECT_THROW(c.prepare(), SessionError);
@@ -88,7 +88,7 @@ TEST(Session, SeveralLiveSideBySideEachWithItsOwnBridgeAndConsole) {
 }
 
 TEST(Session, AnErrorHoldsFindingsAndAStatus) {
-    Session session({"m.json", {}, nullptr, {}, {}}, model_text);
+    Session session({"m.json", {}, nullptr, {}, {}, {}}, model_text);
     try {
         session.prepare();
         FAIL();
@@ -102,7 +102,7 @@ TEST(Session, AnErrorHoldsFindingsAndAStatus) {
 }
 
 TEST(Session, SettingsStandInForTheModels) {
-    Session session({"m.json", {{"tf", 9.0}}, std::make_shared<Number>(1.0), {}, {}}, model_text);
+    Session session({"m.json", {{"tf", 9.0}}, std::make_shared<Number>(1.0), {}, {}, {}}, model_text);
     session.prepare();
     zarn::Run run(session);
     Watch watch(run);

@@ -37,7 +37,8 @@ public:
                 const std::uint64_t bits = value(step, port);
                 return trace_bits(&bits, 8, 1);
             });
-        for (std::size_t port = 0; port < ports_.size(); ++port) watcher.seen().final.push_back(value(std::min(steps, look.steps) - 1, port));
+        for (std::size_t port = 0; port < ports_.size(); ++port)
+            watcher.seen().final.push_back(value(std::min(steps, look.steps) - 1, port));
         return std::move(watcher.seen());
     }
 

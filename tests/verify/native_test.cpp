@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <thread>
@@ -25,6 +26,13 @@ std::shared_ptr<python::LiteralBridge> bridge() {
     auto bridge = std::make_shared<python::LiteralBridge>();
     bridge->set_series(random_series, {-1.0, 0.0, 0.3, 2.0, 2.0}, {0.5, -1.0, 70000.0, 3.0, -4.25});
     return bridge;
+}
+
+session_setup_t setup_of(const char* name, std::shared_ptr<python::IPythonWrap> own = nullptr) {
+    session_setup_t setup;
+    setup.model = name;
+    setup.bridge = std::move(own);
+    return setup;
 }
 
 /// The model several times, side by side: equal blocks become the rounds of loops.
@@ -75,7 +83,7 @@ void verify_random(std::uint64_t seed, unsigned copies) {
     tessel::test::random_model_t shape;
     shape.blocks = 40;
     const json model = several(tessel::test::random_model(choices, shape), copies);
-    Session session({"random.json", {}, bridge(), {}, {}}, model.dump());
+    Session session(setup_of("random.json", bridge()), model.dump());
     verify::around_t around;
     around.prepare = [&session] { session.prepare(); };
     const auto report = verify::verify(session, around, {.groups = {"native"}, .steps = 60});
@@ -89,12 +97,18 @@ void verify_random(std::uint64_t seed, unsigned copies) {
     }
 }
 
+/// How many random models are tried: ZARN_SEEDS, or a few.
+std::uint64_t seeds() {
+    const char* count = std::getenv("ZARN_SEEDS");
+    return count != nullptr ? std::strtoull(count, nullptr, 10) : 8;
+}
+
 TEST_F(Native, ComputesWhatTheObjectsComputeOfOneRandomModel) {
-    for (std::uint64_t seed = 1; seed <= 8; ++seed) verify_random(seed, 1);
+    for (std::uint64_t seed = 1; seed <= seeds(); ++seed) verify_random(seed, 1);
 }
 
 TEST_F(Native, ComputesWhatTheObjectsComputeOfManyEqualOnes) {
-    for (std::uint64_t seed = 101; seed <= 108; ++seed) verify_random(seed, 7);
+    for (std::uint64_t seed = 1; seed <= seeds(); ++seed) verify_random(100000 + seed, 7);
 }
 
 /// `count` chains: a wave into a factor, an offset, a delay and a sum of two of them. Gains differ where `differ` says.
@@ -129,7 +143,7 @@ std::string chains(int count, bool differ) {
 
 TEST_F(Native, PutsEqualChainsIntoOneLoop) {
     for (const bool differ : {false, true}) {
-        Session session({"chains.json", {}, nullptr, {}, {}}, chains(50, differ));
+        Session session(setup_of("chains.json", nullptr), chains(50, differ));
         session.prepare();
         zarn::Run run(session);
         native::Cache cache(folder_.path() / "own");
@@ -146,7 +160,7 @@ TEST_F(Native, PutsEqualChainsIntoOneLoop) {
 /// Values of a signal of a run by an engine.
 std::vector<double> recorded(const std::string& text, const std::string& path, bool by_native,
                              const std::filesystem::path& folder) {
-    Session session({"m.json", {}, bridge(), {}, {}}, text);
+    Session session(setup_of("m.json", bridge()), text);
     session.prepare();
     zarn::Run run(session);
     native::Cache cache(folder);
@@ -178,7 +192,7 @@ TEST_F(Native, RecordsWhatThePlanRecords) {
 TEST_F(Native, CompilesAModelOnceForAllItsRuns) {
     native::Cache cache(folder_.path() / "own");
     for (int i = 0; i < 3; ++i) {
-        Session session({"m.json", {}, nullptr, {}, {}}, chains(3, true));
+        Session session(setup_of("m.json", nullptr), chains(3, true));
         session.prepare();
         zarn::Run run(session);
         EXPECT_EQ(native::Engine(session, run, cache).was_compiled(), i == 0);
@@ -192,7 +206,7 @@ TEST_F(Native, NeedsACompilerThatIsThere) {
     const std::string path = std::getenv("PATH");
     setenv("PATH", "/nowhere", 1);
     unsetenv("CC");
-    Session session({"m.json", {}, nullptr, {}, {}}, chains(3, true));
+    Session session(setup_of("m.json", nullptr), chains(3, true));
     session.prepare();
     zarn::Run run(session);
     native::Cache cache(folder_.path() / "own");

@@ -46,7 +46,13 @@ private:
 };
 
 struct Host {
-    Session session{{"m.json", {}, nullptr, {}, {}}, model_text};
+    Session session{setup(), model_text};
+
+    static session_setup_t setup() {
+        session_setup_t setup;
+        setup.model = "m.json";
+        return setup;
+    }
     around_t around;
     int runs = 0;
 
