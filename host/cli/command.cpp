@@ -164,7 +164,7 @@ Call::Call(options_t options, bridge_t bridge) : options_(std::move(options)) {
     };
     const bool evaluates = wanted || (bridge == bridge_t::interpreter && !options_.no_python);
     if (evaluates) {
-        start_interpreter();
+        interpreter_ = start_interpreter(options_.model, options_.json || options_.output_to_errors);
         setup.bridge = std::shared_ptr<python::IPythonWrap>(interpreter_, &interpreter_->bridge());
     }
     session_ = std::make_unique<Session>(std::move(setup));
@@ -175,29 +175,40 @@ Call::Call(options_t options, bridge_t bridge) : options_(std::move(options)) {
 
 Call::~Call() = default;
 
-void Call::start_interpreter() {
+namespace {
+
+/// Raises `SessionError` for workspace code that did not end well.
+void require_well(Interpreter::ended_t ended, const std::string& what) {
+    if (ended == Interpreter::ended_t::well) return;
+    const bool stopped = ended == Interpreter::ended_t::interrupted;
+    throw SessionError(stopped ? problem_t::interrupted : problem_t::workspace,
+                       tessel::format("{}: {}", what, stopped ? "interrupted" : "the workspace code failed"));
+}
+
+}  // namespace
+
+std::shared_ptr<Interpreter> start_interpreter(const std::string& model, bool output_to_errors) {
     const auto own = std::filesystem::read_symlink("/proc/self/exe").parent_path();
     Interpreter::setup_t setup;
     for (const char* place : {"share/zarn/python", "../share/zarn/python"}) {
         setup.packages = own / place;
         if (std::filesystem::exists(setup.packages / "zarn" / "__init__.py")) break;
     }
-    setup.arguments = {options_.model};
-    setup.output_to_errors = options_.json || options_.output_to_errors;
-    interpreter_ = std::make_shared<Interpreter>(setup);
+    setup.arguments = {model};
+    setup.output_to_errors = output_to_errors;
+    return std::make_shared<Interpreter>(setup);
+}
+
+void run_scripts(Interpreter& interpreter, const std::vector<std::string>& scripts) {
+    // wherever the code goes, names of files stay relative to where the user stands
+    const CurrentFolder back("");
+    for (const std::string& script : scripts) require_well(interpreter.run_file(script), script);
 }
 
 void Call::run_workspace() {
-    const auto end = [](Interpreter::ended_t ended, const std::string& what) {
-        if (ended == Interpreter::ended_t::well) return;
-        const bool stopped = ended == Interpreter::ended_t::interrupted;
-        throw SessionError(stopped ? problem_t::interrupted : problem_t::workspace,
-                           tessel::format("{}: {}", what, stopped ? "interrupted" : "the workspace code failed"));
-    };
-    // wherever the code goes, names of files stay relative to where the user stands
     const CurrentFolder back("");
-    for (const std::string& script : options_.scripts) end(interpreter_->run_file(script), script);
-    for (const std::string& code : options_.code) end(interpreter_->run_code(code), "-e");
+    run_scripts(*interpreter_, options_.scripts);
+    for (const std::string& code : options_.code) require_well(interpreter_->run_code(code), "-e");
 }
 
 void Call::prepare() {

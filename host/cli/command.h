@@ -56,6 +56,12 @@ void out(std::string_view text);
 /// Sends what `out` buffers on its way; called once at the end by `guarded`.
 void flush_out();
 
+/// The interpreter with the package beside this command. `output_to_errors`: what workspace code prints goes to
+/// standard error. Raises `std::runtime_error`.
+std::shared_ptr<Interpreter> start_interpreter(const std::string& model, bool output_to_errors);
+/// Runs files in the workspace. Raises `SessionError`.
+void run_scripts(Interpreter& interpreter, const std::vector<std::string>& scripts);
+
 /// One call of a verb on a model: the interpreter where one is wanted, with the workspace scripts run, and a session
 /// that uses it. Console texts and log lines of the library go to standard error, the log only with -v.
 class Call {
@@ -87,7 +93,6 @@ public:
     void complain(std::string_view text) const;
 
 private:
-    void start_interpreter();
     void run_workspace();
     void tell_findings() const;
 

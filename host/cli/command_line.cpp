@@ -130,6 +130,7 @@ std::unique_ptr<CLI::App> make_command(int& status) {
     add_verify_engines(*app, status);
     add_studio(*app, status);
     add_serve(*app, status);
+    add_work(*app, status);
     add_help(*app, status);
     add_pages(*app, status);
     return app;

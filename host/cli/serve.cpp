@@ -13,12 +13,15 @@
 
 #include "core/format.h"
 #include "host/cli/command.h"
+#include "host/cli/fault.h"
 #include "host/cli/interrupt.h"
 #include "host/cli/verbs.h"
+#include "host/embed/interpreter.h"
 #include "host/serve/feed.h"
 #include "host/serve/http.h"
 #include "host/serve/rpc.h"
 #include "host/serve/service.h"
+#include "host/serve/worker.h"
 
 namespace zarn {
 namespace {
@@ -118,7 +121,31 @@ int serve_page(const serve_options_t& options) {
     return status_ok;
 }
 
+/// What the service starts where something is to be executed.
+int work() {
+    serve::worker_setup_t setup;
+    std::shared_ptr<Interpreter> interpreter;
+    setup.make_workspace = [&](const std::string& model, const std::vector<std::string>& scripts) {
+        fs::current_path(fs::path(model).parent_path());  // where a script looks for its files
+        interpreter = start_interpreter(model, true);
+        run_scripts(*interpreter, scripts);
+        return std::shared_ptr<python::IPythonWrap>(interpreter, &interpreter->bridge());
+    };
+    setup.guard = [](Session& session, Run& run) -> std::shared_ptr<void> {
+        return std::make_shared<FaultGuard>(session.setup().model, session.model(), run.model());
+    };
+    serve::work(setup);
+    flush_out();
+    std::fflush(nullptr);
+    _exit(status_ok);  // whatever the workspace has left running
+}
+
 }  // namespace
+
+void add_work(CLI::App& app, int& status) {
+    auto* verb = app.add_subcommand("work", "Evaluates and runs for zarn serve and zarn studio")->group("");
+    verb->callback([&status] { status = guarded([] { return work(); }); });
+}
 
 void add_serve(CLI::App& app, int& status) {
     auto options = std::make_shared<serve_options_t>();

@@ -25,6 +25,7 @@ void add_verify_engines(CLI::App& app, int& status);
 void add_cache(CLI::App& app, int& status);
 void add_schema(CLI::App& app, int& status);
 void add_serve(CLI::App& app, int& status);
+void add_work(CLI::App& app, int& status);
 void add_studio(CLI::App& app, int& status);
 void add_pages(CLI::App& app, int& status);
 

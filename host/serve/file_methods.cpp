@@ -133,6 +133,7 @@ json_t write_script(State& state, const Params& params) {
         output.write(text);
         output.commit();
     });
+    state.script_saved();
     return {{"file", file}, {"text", text}, {"exists", true}};
 }
 

@@ -170,10 +170,7 @@ json_t picture(State& state, const Params& params) {
 json_t findings(State& state, const Params& params, std::unique_lock<std::mutex>& lock) {
     state.model();
     if (params.flag("wait")) {
-        const auto checked = [&] {
-            return state.open == nullptr ||
-                   (state.open->judged && state.open->verdict.revision >= state.open->revision());
-        };
+        const auto checked = [&] { return state.open == nullptr || !state.open->pending; };
         state.verdict_came.wait_for(lock, std::chrono::seconds(60), checked);
     }
     return findings_json(state.model());

@@ -8,6 +8,8 @@
 
 namespace zarn::serve {
 
+class Execution;
+
 /// hello, files, open, classes, stylesheet
 void add_open_methods(Methods& methods, State& state);
 /// view, block, search, picture, findings, describe_code
@@ -19,6 +21,8 @@ void add_edit_methods(Methods& methods, State& state);
 
 /// The answer to an edit that was done; tells it to all, and has the text checked.
 json_t told(State& state, const edit::outcome_t& outcome);
+/// evaluate, value, run.*
+void add_run_methods(Methods& methods, State& state, Execution& execution);
 /// What `hello` answers.
 json_t greeting(const Methods& methods, const State& state);
 /// What `findings` answers.

@@ -44,7 +44,7 @@ json_t greeting(const Methods& methods, const State& state) {
             {"file", open != nullptr ? json_t(open->file) : json_t()},
             {"revision", open != nullptr ? open->revision() : 0},
             {"modified", open != nullptr && open->editor != nullptr && open->editor->modified()},
-            {"evaluates", false},
+            {"evaluates", state.evaluates()},
             {"methods", methods.names()},
             {"features",
              {{"edit", open != nullptr && open->editor != nullptr},
@@ -89,8 +89,9 @@ json_t open_file(State& state, const std::string& file, bool create, bool recove
     if (state.open != nullptr) state.notify("closed", {{"file", state.open->file}});
     if (open->editor != nullptr && (!recovered.is_null() || create)) open->editor->mark_unsaved();
     state.open = std::move(open);
+    state.on_open();
     state.open->kept = state.open->revision();
-    state.checker->ask(state.sheet());
+    state.check();
     return recovered;
 }
 

@@ -208,6 +208,7 @@ std::optional<std::string> Methods::answer(std::string_view text) const {
         return failed(RpcError(error_t::request, "\"id\" must be a text or a number").object());
     if (!notified) id = *found;
     std::string answer;
+    const bool is_request = request.contains("method") && request["method"].is_string();
     try {
         answer = framed(id, "result", call(request));
     } catch (const RpcError& error) {
@@ -219,7 +220,7 @@ std::optional<std::string> Methods::answer(std::string_view text) const {
     } catch (const std::exception& error) {
         answer = failed(RpcError(error_t::failed, error.what()).object());
     }
-    if (notified) return std::nullopt;
+    if (notified && is_request) return std::nullopt;
     return answer;
 }
 

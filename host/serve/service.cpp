@@ -3,6 +3,7 @@
 #include <chrono>
 #include <thread>
 
+#include "host/serve/execution.h"
 #include "host/serve/files.h"
 #include "host/serve/methods.h"
 
@@ -10,12 +11,19 @@ namespace zarn::serve {
 
 struct Service::impl_t {
     explicit impl_t(service_setup_t setup) : state(setup.folder, setup.version, std::move(setup.tell)) {
-        state.checker = std::make_unique<Checker>([](const sheet_t& sheet) { return judge(sheet, nullptr); },
+        state.on_open = [this] { execution.forget(); };
+        state.evaluates = [this] { return execution.allowed(); };
+        state.script_saved = [this] {
+            execution.renew();
+            if (execution.allowed() && state.open != nullptr) state.check();
+        };
+        state.checker = std::make_unique<Checker>([this](const sheet_t& sheet) { return judge_now(sheet); },
                                                   [this](verdict_t verdict) { take(std::move(verdict)); });
         add_open_methods(methods, state);
         add_look_methods(methods, state);
         add_edit_methods(methods, state);
         add_file_methods(methods, state);
+        add_run_methods(methods, state, execution);
         if (!setup.file.empty()) {
             const std::lock_guard lock(state.mutex);
             try {
@@ -28,11 +36,21 @@ struct Service::impl_t {
         watch = std::thread([this] { look_after(); });
     }
 
+    verdict_t judge_now(const sheet_t& sheet) {
+        bool evaluates = false;
+        {
+            const std::lock_guard lock(state.mutex);
+            evaluates = execution.allowed();
+        }
+        return evaluates ? execution.judge_evaluated(sheet) : judge(sheet, nullptr);
+    }
+
     void take(verdict_t verdict) {
         const std::lock_guard lock(state.mutex);
         if (state.open == nullptr || verdict.revision > state.open->revision()) return;
         state.open->verdict = std::move(verdict);
         state.open->judged = true;
+        state.open->pending = false;
         state.open->views.take(state.open->verdict);
         state.verdict_came.notify_all();
         state.notify("findings", findings_json(*state.open));
@@ -44,6 +62,9 @@ struct Service::impl_t {
         while (!ends.wait_for(lock, std::chrono::milliseconds(500), [this] { return ended; })) {
             keep_unsaved(state);
             look_at_disk(state);
+            lock.unlock();
+            execution.bury();
+            lock.lock();
         }
         keep_unsaved(state);
     }
@@ -60,6 +81,7 @@ struct Service::impl_t {
     }
 
     State state;
+    Execution execution{state};
     Methods methods;
     std::thread watch;
     std::condition_variable ends;

@@ -16,10 +16,14 @@ edit::Editor& State::editor() {
 sheet_t State::sheet() const { return {open->text(), open->path, open->file, folder.path(), open->revision()}; }
 
 void State::text_changed() {
-    sheet_t now = sheet();
-    open->views.read(now);
+    open->views.read(sheet());
     if (open->judged) open->views.take(open->verdict);
-    checker->ask(std::move(now));
+    check();
+}
+
+void State::check() {
+    open->pending = true;
+    checker->ask(sheet());
 }
 
 json_t outcome_json(const edit::outcome_t& outcome) {

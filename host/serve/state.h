@@ -33,6 +33,7 @@ struct open_t {
     Views views;
     verdict_t verdict;
     bool judged = false;  ///< whether there is a verdict of any state
+    bool pending = true;  ///< whether a check of the present state is under way
 
     std::uint64_t revision() const { return editor != nullptr ? editor->revision() : 0; }
     std::string text() const { return editor != nullptr ? editor->text() : fixed_text; }
@@ -48,12 +49,17 @@ struct State {
     std::string version;
     std::unique_ptr<open_t> open;
     std::unique_ptr<Checker> checker;
+    std::function<void()> on_open;       ///< another model is open
+    std::function<bool()> evaluates;     ///< whether the user has agreed to evaluating
+    std::function<void()> script_saved;  ///< a workspace script was written
 
     /// The open model. Raises `RpcError` when there is none.
     open_t& model();
     /// The editor of the open model. Raises `RpcError` for a model that cannot be edited.
     edit::Editor& editor();
     sheet_t sheet() const;
+    /// Has the present state checked.
+    void check();
     /// Takes the present text into the views and has it checked.
     void text_changed();
     void notify(const char* method, json_t params) { tell_(notification(method, std::move(params))); }

@@ -47,6 +47,13 @@ struct sheet_t {
 /// Checks a text. Null for a bridge: literals only, nothing is executed.
 verdict_t judge(const sheet_t& sheet, std::shared_ptr<python::IPythonWrap> bridge);
 
+/// What a parameter comes to; `problem` tells why it comes to nothing.
+struct value_t {
+    std::string text, value, type, problem;
+};
+value_t evaluate(const sheet_t& sheet, std::shared_ptr<python::IPythonWrap> bridge, const std::string& block,
+                 const std::string& key);
+
 /// Lays what is known of blocks and wires over a drawing, in place of what was there.
 void mark(draw::Diagram& diagram, const Handles& handles, const verdict_t& verdict);
 
