@@ -72,6 +72,17 @@ bool wraps(op_t op) { return op == op_t::add || op == op_t::subtract || op == op
 
 }  // namespace
 
+std::vector<std::string> library_functions() {
+    std::vector<std::string> names{"fma", "fmaf"};
+    for (int op = 0; op <= static_cast<int>(op_t::element); ++op) {
+        const char* name = function_name(static_cast<op_t>(op));
+        if (name == nullptr) continue;
+        names.emplace_back(name);
+        names.push_back(names.back() + "f");
+    }
+    return names;
+}
+
 // ---- which form a value takes
 
 expression_t Expressions::of(std::int32_t number) {

@@ -17,6 +17,9 @@ struct expression_t {
     binding_t binding = atom;
 };
 
+/// Names of the C library's functions that expressions call.
+std::vector<std::string> library_functions();
+
 /// The values of one formula as expressions. A value that has a name of its own is told by `know`.
 class Expressions {
 public:

@@ -4,6 +4,7 @@
 #include <unordered_map>
 
 #include "coder/exact/assembly.h"
+#include "coder/exact/expression.h"
 #include "core/format.h"
 
 namespace tessel::exact {
@@ -150,9 +151,7 @@ void Assembly::name_cells() {
                                           unit_.name + "_step",
                                           unit_.name + "_run",
                                           unit_.name + "_defaults"};
-    for (const char* function :
-         {"fabs", "sqrt", "sin", "cos", "tan", "asin", "acos", "atan", "log", "pow", "fmod", "fma"})
-        for (const char* precision : {"", "f"}) taken.insert(std::string(function) + precision);
+    for (std::string& function : library_functions()) taken.insert(std::move(function));
     for (std::size_t i = 0; i < unit_.cells.size(); ++i) {
         cell_t& cell = unit_.cells[i];
         std::vector<std::string> parts =

@@ -240,6 +240,31 @@ TEST(ExactUnits, TellWhatNeverRuns) {
     EXPECT_THAT(code_of(unit), Not(HasSubstr("m->signals.late.inside = m->")));
 }
 
+/// A subsystem within another one, both with an enable block: the inner one is off where the outer one is.
+TEST(ExactUnits, SwitchOffWhatIsInsideOfWhatIsOff) {
+    Diagram diagram;
+    diagram.add("time", "clock", 1);
+    diagram.add("subsys", "outer", 2);
+    diagram.add("enable", "enable", 3, 2, {1, 0});
+    diagram.add("subsys", "inner", 4, 2);
+    diagram.add("enable", "enable", 5, 4, {1, 0});
+    diagram.add("abs", "first", 6, 4);
+    diagram.add("abs", "second", 10, 4);
+    diagram.add("abs", "third", 11, 4);
+    diagram.add("goto", "send", 7).param("target") = var_t("on");
+    diagram.add("from", "receive", 8, 2).param("target") = var_t("on");
+    diagram.add("from", "receive", 9, 4).param("target") = var_t("on");
+    diagram.link(1, 2, 0, -1);
+    diagram.link(1, 7);
+    diagram.link(8, 4, 0, -1);
+    diagram.link(9, 6);
+    diagram.link(6, 10);
+    diagram.link(10, 11);
+    const std::string code = code_of(unit_of(diagram));
+    EXPECT_THAT(code, HasSubstr("const bool outer_enable = m->signals.clock != 0.0;"));
+    EXPECT_THAT(code, HasSubstr("const bool outer_inner_enable = outer_enable && (m->signals.clock != 0.0);"));
+}
+
 // ---- text
 
 TEST(ExactText, NumbersReadAsPeopleWriteThem) {

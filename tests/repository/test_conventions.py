@@ -13,6 +13,8 @@ ENDINGS = ("cpp", "h", "py", "md", "json", "sh", "cmake", "txt", "supp", "svg", 
 # files outside of blocks/ that know classes by name, and why a fact beside the entry cannot say it
 MAY_KNOW_CLASSES = {
     "framework/structure.h": "the classes of which a diagram is made",
+    "coder/exact/expression.cpp": "functions of C, of which some are classes as well",
+    "coder/exact/names.cpp": "words of C, of which some are classes as well",
     "host/draw/diagram.cpp": "reads the hierarchy of a file",
     "host/draw/place.cpp": "places the ports of a diagram at its borders",
     "host/draw/scene.cpp": "draws the gate of a subsystem",
