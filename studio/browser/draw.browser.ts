@@ -83,7 +83,12 @@ const portOf = (page: Page, name: string, kind: "in" | "out", port: number) =>
     block(page, name).locator(`.react-flow__handle[data-handleid="${kind}:${port}"]`);
 
 async function wireIsThere(page: Page, count: number) {
-    await expect.poll(() => page.locator(".wire-edge").count(), { timeout: 30_000 }).toBe(count);
+    try {
+        await expect.poll(() => page.locator(".wire-edge").count(), { timeout: 20_000 }).toBe(count);
+    } catch (error) {
+        await picture(page, "failed");
+        throw error;
+    }
 }
 
 /// From port to port by hand.

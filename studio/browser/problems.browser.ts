@@ -1,7 +1,7 @@
 // What the checks say appears where it is, soon, and a click mends it.
 import type { Browser } from "playwright-core";
 import { afterAll, beforeAll, describe, expect, it } from "vitest";
-import { block, dragTo, middle, openPage, patience, picture, startBrowser, startStudio, type Opened, type Studio } from "./support";
+import { block, clickWire, middle, openPage, patience, picture, startBrowser, startStudio, type Opened, type Studio } from "./support";
 
 let browser: Browser, studio: Studio, opened: Opened;
 beforeAll(async () => {
@@ -18,8 +18,7 @@ describe("a problem", () => {
     it("is told on its block within half a second of the change", async () => {
         const { page } = opened;
         await page.locator(".status-bar", { hasText: "warning" }).waitFor();
-        // the longest wire is the one back from the motor to the controller
-        await page.locator('.react-flow__edge[aria-label^="wire from ref to controller"]').click({ force: true });
+        await clickWire(page, "wire from ref to controller");
         const start = Date.now();
         await page.keyboard.press("Delete");
         await block(page, "controller").locator(".badge.error").waitFor();
@@ -59,6 +58,5 @@ describe("a wire that cannot be", () => {
         expect(await hint.textContent()).toMatch(/wire/);
         await page.mouse.up();
         expect(await page.locator(".wire-edge").count()).toBe(6);
-        void dragTo;
     });
 });

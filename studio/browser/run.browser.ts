@@ -2,7 +2,7 @@
 import { readFileSync } from "node:fs";
 import type { Browser } from "playwright-core";
 import { afterAll, beforeAll, describe, expect, it } from "vitest";
-import { block, evaluate, openPage, picture, startBrowser, startStudio, type Opened, type Studio } from "./support";
+import { block, clickWire, evaluate, openPage, picture, startBrowser, startStudio, type Opened, type Studio } from "./support";
 
 let browser: Browser, studio: Studio, opened: Opened;
 beforeAll(async () => {
@@ -28,7 +28,7 @@ describe("a run", () => {
     });
     it("records what is probed, and draws it", async () => {
         const { page } = opened;
-        await page.locator('.react-flow__edge[aria-label^="wire from ref to controller"]').click({ force: true });
+        await clickWire(page, "wire from ref to controller");
         await page.keyboard.press("p");
         await page.locator(".probe-value").waitFor();
         await page.keyboard.press("F5");

@@ -123,6 +123,17 @@ export async function dragTo(page: Page, from: { x: number; y: number }, to: { x
     await page.mouse.up();
 }
 
+/// Clicks in the middle of a wire's line, by the start of what a screen reader says of it.
+export async function clickWire(page: Page, label: string): Promise<void> {
+    const line = page.locator(`.react-flow__edge[aria-label^="${label}"] path.react-flow__edge-interaction`);
+    const at = await line.evaluate((element) => {
+        const path = element as SVGPathElement, screen = path.getScreenCTM() ?? new DOMMatrix();
+        const p = path.getPointAtLength(path.getTotalLength() * 0.45);
+        return { x: screen.a * p.x + screen.e, y: screen.d * p.y + screen.f };
+    });
+    await page.mouse.click(at.x, at.y);
+}
+
 /// A picture for docs/images when ZARN_PICTURES is set, else beside other results of tests.
 export async function picture(page: Page, name: string): Promise<string> {
     const file = process.env.ZARN_PICTURES ? join(root, "docs/images", `studio-${name}.png`) : join(tmpdir(), `studio-${name}.png`);

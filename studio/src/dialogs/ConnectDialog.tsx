@@ -28,7 +28,8 @@ export function ConnectDialog() {
     const pick = (label: string, value: string, set: (key: string) => void, list: { block: Block; port: Port }[], auto: boolean) => (
         <label className="parameter">
             {label}
-            <select value={value} autoFocus={auto} onChange={(e) => set(e.target.value)}>
+            <select value={value} autoFocus={auto} onChange={(e) => set(e.target.value)}
+                onKeyDown={(e) => e.key === "Enter" && e.currentTarget.form?.requestSubmit()}>
                 <option value="">choose a port</option>
                 {list.map(({ block, port }) => (
                     <option key={keyOf(block, port)} value={keyOf(block, port)}>

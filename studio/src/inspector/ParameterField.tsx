@@ -29,7 +29,7 @@ function useValue(block: string, parameter: Parameter): Value | null {
             (error: unknown) => {
                 if (!current) return;
                 // without consent there is no value, and that is no fault
-                const told = error instanceof ServerError && error.data.kind !== "consent";
+                const told = error instanceof ServerError && error.data.kind !== "consent" && error.data.kind !== "protocol";
                 setValue(told ? { text: error.message, problem: true } : null);
             },
         );
