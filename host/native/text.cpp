@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
 #include <unordered_map>
 
 #include "coder/exact/layout.h"
@@ -22,6 +23,7 @@ using tessel::exact::unit_t;
 
 constexpr std::size_t small_program = 64;  // statements that the compiler keeps in registers
 constexpr std::size_t shortest_loop = 3;
+constexpr std::size_t most_constant_tables = 64;
 constexpr std::size_t statements_at_once = 400;  // of a function: compilers take long over long ones
 
 class Writer {
@@ -62,7 +64,8 @@ private:
     std::vector<std::vector<cell_number>> variables_;      // of each statement
     std::map<std::vector<double>, std::uint32_t> tables_;  // their contents, and their index among the flt64 values
     std::string step_;
-    std::string lists_;  // of indices
+    std::string lists_;                        // of indices
+    std::set<std::uint32_t> constant_tables_;  // of them, by that index
     std::size_t functions_ = 0, in_function_ = 0, index_lists_ = 0;
 };
 
@@ -145,9 +148,20 @@ std::string Writer::literal_of(const row_t& row, std::size_t which) const {
                   tessel::exact::constant_text(cell.type, cell.initial));
 }
 
+/// A table that all rounds share as a constant, which the compiler can look into, while these are few; else a part of
+/// the structure.
 std::string Writer::table_access(const row_t& row, std::size_t which) {
-    const std::string index = access_of(row, which);  // "f64[12 + i]"
-    return format("(&m->{})", index);
+    const std::uint32_t index = place_of(variable(row.front(), which)).index;
+    const bool is_shared =
+        std::ranges::all_of(row, [&](std::size_t i) { return place_of(variable(i, which)).index == index; });
+    if (!is_shared || tables_.size() > most_constant_tables) return format("(&m->{})", access_of(row, which));
+    const std::string name = format("t{}", index);
+    if (constant_tables_.insert(index).second) {
+        const cell_number table = variable(row.front(), which);
+        lists_ += format("static const double {}[{}] = {};\n", name, tessel::exact::room_of(unit_, table),
+                         tessel::exact::table_text(unit_, table, 0));
+    }
+    return name;
 }
 
 /// The element of an array that a variable of round i is: one and the same, one after the other, or
