@@ -32,6 +32,8 @@ words_t split(const std::string& text) {
     return words;
 }
 
+constexpr std::size_t most_statements = 10000;  // for a compiler that optimizes
+
 std::vector<build_t> make_builds() {
     std::vector<build_t> all;
     for (const char* compiler : {"gcc", "clang"})
@@ -145,6 +147,9 @@ private:
 void Program::compile() {
     require(build_.compiler.front());
     if (!build_.runner.empty()) require(build_.runner.front());
+    const bool is_quick = build_.compiler.front() == "tcc" || std::ranges::count(build_.compiler, "-O0") != 0;
+    if (!is_quick && text_.statements() > most_statements)
+        throw Skipped(tessel::format("{} statements in one function take it minutes", text_.statements()));
     std::string file = "./" + build_.name + ".run";
     std::ranges::replace(file, ' ', '_');
     // look.h stands around the text, so that one compilation sees both, as two objects would have them
@@ -189,7 +194,7 @@ std::vector<std::string> target_names() {
 
 ProgramText::ProgramText(const tessel::exact::unit_t& unit, const std::vector<std::uint64_t>& inputs,
                          const std::unordered_set<std::uint64_t>& left_out)
-    : name_(unit.name) {
+    : name_(unit.name), statements_(unit.statements.size()) {
     for (const auto& file : tessel::exact::write_c(unit)) folder_.write(file.name, file.text);
     folder_.write("trace.h", tessel::texts::program::trace_h);
     folder_.write("look.h", tessel::texts::program::look_h);

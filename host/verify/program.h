@@ -37,12 +37,14 @@ public:
     const std::vector<watched_t>& ports() const { return ports_; }
     const std::filesystem::path& folder() const { return folder_.path(); }
     const std::string& name() const { return name_; }
+    std::size_t statements() const { return statements_; }
 
 private:
     std::string main_text(const tessel::exact::unit_t& unit, const std::vector<std::uint64_t>& inputs,
                           const std::unordered_set<std::uint64_t>& left_out);
 
     std::string name_;
+    std::size_t statements_;
     TemporaryFolder folder_;
     std::vector<watched_t> ports_;
 };
