@@ -5,11 +5,9 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cmath>
 #include <cstdio>
 #include <fstream>
 #include <iostream>
-#include <limits>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <stdexcept>
@@ -19,6 +17,7 @@
 #include "host/cli/command.h"
 #include "host/cli/interrupt.h"
 #include "host/cli/monitor.h"
+#include "host/cli/sweep_summary.h"
 #include "host/cli/verbs.h"
 #include "host/embed/interpreter.h"
 #include "host/session/current_folder.h"
@@ -37,37 +36,25 @@ struct sweep_options_t : options_t {
     std::vector<std::string> measures, probes;
     std::uint64_t every = 1;
     std::string where;
-    std::string output;
+    std::string output, plot;
     bool resume = false;
     unsigned jobs = 0;
     std::optional<std::uint64_t> replay;
 };
 
-/// What is shown of a column of measures at the end.
-struct summary_t {
-    double least = std::numeric_limits<double>::infinity(), most = -std::numeric_limits<double>::infinity();
-    double sum = 0.0, count = 0.0;
-    std::uint64_t least_at = 0, most_at = 0;
-
-    void add(std::uint64_t variant, double value) {
-        if (std::isnan(value)) return;
-        if (value < least) least = value, least_at = variant;
-        if (value > most) most = value, most_at = variant;
-        sum += value;
-        count += 1.0;
-    }
-};
-
 class SweepVerb {
 public:
     explicit SweepVerb(const sweep_options_t& options)
-        : options_(options), call_(std::make_unique<Call>(options, bridge_t::interpreter)), place_(absolute(options)) {}
+        : options_(options),
+          call_(std::make_unique<Call>(options, bridge_t::interpreter)),
+          place_(absolute(options.output)),
+          plot_place_(absolute(options.plot)) {}
 
     int go();
 
 private:
-    static std::filesystem::path absolute(const sweep_options_t& options) {
-        return options.output.empty() ? std::filesystem::path() : std::filesystem::absolute(options.output);
+    static std::filesystem::path absolute(const std::string& file) {
+        return file.empty() ? std::filesystem::path() : std::filesystem::absolute(file);
     }
     void choose_combination();
     std::vector<double> draw_points(std::string_view kind, std::size_t dimensions, std::uint64_t count,
@@ -76,20 +63,19 @@ private:
     std::string manifest() const;
     bool take(const rows_t& rows);
     void show_progress();
+    void ask_interpreter(std::string_view function, const std::string& file, const std::string& form);
     void write_output();
-    void print_summary() const;
-    std::string summary_json(double seconds) const;
+    void print_summary();
 
     sweep_options_t options_;
     std::unique_ptr<Call> call_;
-    std::filesystem::path place_;
+    std::filesystem::path place_, plot_place_;
     std::unique_ptr<Sweep> sweep_;
     std::unique_ptr<RowStore> store_;
     RowFilter filter_;
     std::vector<std::string> columns_;
-    std::vector<summary_t> summaries_;
-    std::uint64_t done_ = 0, first_ = 0, kept_ = 0, ended_ = 0;
-    std::string first_ended_;
+    sweep_summary_t summary_;
+    std::uint64_t done_ = 0, first_ = 0;
     clock_type::time_point begin_, last_shown_;
     bool line_stands_ = false;
 };
@@ -127,6 +113,14 @@ std::vector<double> SweepVerb::draw_points(std::string_view kind, std::size_t di
 
 void SweepVerb::prepare() {
     choose_combination();
+    if (!options_.plot.empty()) {
+        ending_of("--plot", options_.plot, ".png", ".svg");
+        if (place_.empty()) throw SessionError(problem_t::usage, "--plot draws the rows of a file: say which, with -o");
+        if (options_.probes.empty() && options_.measures.empty())
+            throw SessionError(problem_t::usage, "--plot: nothing to draw, neither a measure nor a signal");
+        if (call_->interpreter() == nullptr)
+            throw SessionError(problem_t::usage, "--plot needs the interpreter: it does not go with --no-python");
+    }
     if (!place_.empty()) {
         const auto ending = place_.extension();
         if (ending != ".csv" && ending != ".npz" && ending != ".h5")
@@ -156,7 +150,7 @@ void SweepVerb::prepare() {
     }
     columns_ = sweep_->variants().names();
     for (const std::string& name : sweep_->measure_names()) columns_.push_back(name);
-    summaries_.resize(sweep_->measure_names().size());
+    for (const std::string& name : sweep_->measure_names()) summary_.measures.push_back({name});
     if (!options_.where.empty()) filter_ = RowFilter(options_.where, columns_);
     if (place_.empty()) return;
     const std::size_t numbers = columns_.size() + sweep_->signal_names().size() * sweep_->samples();
@@ -165,7 +159,7 @@ void SweepVerb::prepare() {
     } catch (const std::runtime_error& error) {
         throw SessionError(problem_t::file, tessel::format("{}.part: {}", options_.output, error.what()));
     }
-    first_ = done_ = store_->next();
+    first_ = done_ = summary_.there = store_->next();
 }
 
 std::string SweepVerb::manifest() const {
@@ -195,7 +189,7 @@ std::string SweepVerb::manifest() const {
 }
 
 bool SweepVerb::take(const rows_t& rows) {
-    const std::size_t names = sweep_->variants().names().size(), measures = summaries_.size();
+    const std::size_t names = sweep_->variants().names().size(), measures = summary_.measures.size();
     const std::size_t samples = rows.count != 0 ? rows.samples.size() / rows.count : 0;
     std::vector<stored_row_t> kept;
     for (std::size_t i = 0; i < rows.count; ++i) {
@@ -207,15 +201,16 @@ bool SweepVerb::take(const rows_t& rows) {
         append(rows.values, names);
         append(rows.measures, measures);
         append(rows.samples, samples);
-        if (!row.ended.empty() && ended_++ == 0)
-            first_ended_ = tessel::format("variant {}: {}", row.variant, row.ended);
+        if (!row.ended.empty() && summary_.ended++ == 0)
+            summary_.first_ended = tessel::format("variant {}: {}", row.variant, row.ended);
         if (!filter_.keeps(row)) continue;
-        ++kept_;
-        for (std::size_t m = 0; m < measures; ++m) summaries_[m].add(row.variant, row.numbers[names + m]);
+        ++summary_.kept;
+        for (std::size_t m = 0; m < measures; ++m) summary_.measures[m].add(row.variant, row.numbers[names + m]);
         kept.push_back(std::move(row));
     }
     if (store_ != nullptr) store_->append(rows.count, kept);
     done_ += rows.count;
+    summary_.done += rows.count;
     show_progress();
     return !interrupted();
 }
@@ -233,6 +228,15 @@ void SweepVerb::show_progress() {
     std::fputs(tessel::format("\r\033[K{} of {} variants, {} left", done_, all, duration_text(left)).c_str(), stderr);
 }
 
+/// Lets the package make a file of the rows.
+void SweepVerb::ask_interpreter(std::string_view function, const std::string& file, const std::string& form) {
+    const auto quoted = [](const std::string& text) { return nlohmann::json(text).dump(); };
+    const auto code = tessel::format("__import__('zarn._sweep', fromlist=['_sweep']).{}({}, {}, {})", function,
+                                     quoted(store_->file().string()), quoted(file), quoted(form));
+    if (call_->interpreter()->run_code(code) != Interpreter::ended_t::well)
+        throw std::runtime_error("it could not be made; the rows stay in " + store_->file().string());
+}
+
 void SweepVerb::write_output() {
     if (store_ == nullptr) return;
     try {
@@ -240,61 +244,27 @@ void SweepVerb::write_output() {
         if (place_.extension() == ".csv") {
             write_csv(file, *store_, columns_);
         } else {
-            const auto text = tessel::format(
-                "zarn._sweep.convert({}, {}, {})", nlohmann::json(store_->file().string()).dump(),
-                nlohmann::json(file.temporary()).dump(), nlohmann::json(place_.extension().string()).dump());
-            if (call_->interpreter()->run_code("import zarn._sweep; " + text) != Interpreter::ended_t::well)
-                throw std::runtime_error("the rows stay in " + store_->file().string());
+            ask_interpreter("convert", file.temporary(), place_.extension().string());
         }
         file.commit();
         std::ofstream beside(place_.string() + ".manifest.json", std::ios::binary);
         beside << nlohmann::json::parse(manifest()).dump(2) << '\n';
+        if (!options_.plot.empty()) {
+            OutputFile picture(plot_place_);
+            ask_interpreter("plot", picture.temporary(), plot_place_.extension().string().substr(1));
+            picture.commit();
+        }
         store_->remove();
     } catch (const std::runtime_error& error) {
         throw SessionError(problem_t::file, tessel::format("{}: {}", options_.output, error.what()));
     }
 }
 
-void SweepVerb::print_summary() const {
-    const double spent = std::chrono::duration<double>(clock_type::now() - begin_).count();
-    if (options_.json) return out(summary_json(spent) + "\n");
-    std::string text =
-        tessel::format("{} variant{} in {:.3g} s", done_ - first_, done_ - first_ == 1 ? "" : "s", spent);
-    if (first_ != 0) text += tessel::format(", {} were there", first_);
-    if (!options_.where.empty()) text += tessel::format(", {} kept", kept_);
-    text += '\n';
-    if (sweep_->kinds() > 1)
-        text += tessel::format("{} kinds of models: a variant changed types or sizes\n", sweep_->kinds());
-    if (ended_ != 0) text += tessel::format("{} without a result, the first {}\n", ended_, first_ended_);
-    const auto names = sweep_->measure_names();
-    std::size_t width = 0;
-    for (const std::string& name : names) width = std::max(width, name.size());
-    const auto brief = [](double value) { return tessel::format("{:.6g}", value); };
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        const summary_t& s = summaries_[i];
-        if (s.count == 0.0) text += tessel::format("{:<{}}  no value\n", names[i], width);
-        else
-            text += tessel::format("{:<{}}  least {} (variant {}), mean {}, most {} (variant {})\n", names[i], width,
-                                   brief(s.least), s.least_at, brief(s.sum / s.count), brief(s.most), s.most_at);
-    }
-    out(text);
-}
-
-std::string SweepVerb::summary_json(double seconds) const {
-    nlohmann::json json{{"schema", json_schema},    {"result", 0},
-                        {"variants", done_},        {"kept", kept_},
-                        {"ended", ended_},          {"seconds", seconds},
-                        {"kinds", sweep_->kinds()}, {"measures", nlohmann::json::object()}};
-    const auto names = sweep_->measure_names();
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        const summary_t& s = summaries_[i];
-        nlohmann::json& measure = json["measures"][names[i]] = nlohmann::json{{"count", s.count}};
-        if (s.count == 0.0) continue;
-        measure["least"] = {{"value", s.least}, {"variant", s.least_at}};
-        measure["most"] = {{"value", s.most}, {"variant", s.most_at}};
-        measure["mean"] = s.sum / s.count;
-    }
-    return json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+void SweepVerb::print_summary() {
+    summary_.seconds = std::chrono::duration<double>(clock_type::now() - begin_).count();
+    summary_.kinds = sweep_->kinds();
+    summary_.filtered = !options_.where.empty();
+    out(options_.json ? summary_json(summary_) : summary_text(summary_));
 }
 
 int SweepVerb::go() {
@@ -359,6 +329,8 @@ void add_sweep(CLI::App& app, int& status) {
     verb->add_option("--where", options->where, "Keep only some rows, such as 'peak > 1.2 or ended'")
         ->type_name("CONDITION");
     verb->add_option("-o,--output", options->output, "Write the rows as .csv, .npz or .h5")->type_name("FILE");
+    verb->add_option("--plot", options->plot, "Draw signals as bands of quantiles, or the first measure")
+        ->type_name("FILE");
     verb->add_flag("--resume", options->resume, "Go on with what an ended sweep left of the file");
     verb->add_option("--jobs", options->jobs, "Threads; as many as the processor has without it")->type_name("N");
     verb->add_option("--replay", options->replay, "Only show the values of a variant, as code for zarn run -e")

@@ -1,4 +1,4 @@
-"""What sweeps need of the interpreter: points that fill a space, and arrays as files."""
+"""What sweeps need of the interpreter: points that fill a space, arrays as files, and pictures."""
 
 import json
 import struct
@@ -117,3 +117,72 @@ def to_h5(rows: Rows, out: str) -> None:
                     at += len(batch)
         if rows.manifest["signals"]:
             file["time"] = rows.manifest["times"]
+
+
+def plot(part: str, out: str, form: str) -> None:
+    """Draws signals as bands of quantiles; without signals the first measure over what varies."""
+    from matplotlib.figure import Figure
+
+    rows = Rows(part)
+    figure = Figure(figsize=(9, 5.5), layout="constrained")
+    if rows.manifest["signals"]:
+        _bands(rows, figure)
+    else:
+        _measure(rows, figure)
+    figure.savefig(out, format=form)
+
+
+def _table(rows: Rows, begin: int, end: int):  # type: ignore[no-untyped-def]
+    """Some of the numbers of all rows that have a result."""
+    import numpy as np
+
+    kept = [
+        np.frombuffer(row[1], dtype="<f8")[begin:end] for batch in rows.batches() for row in batch if not row[2]
+    ]
+    return np.array(kept).reshape(len(kept), end - begin)
+
+
+def _bands(rows: Rows, figure) -> None:  # type: ignore[no-untyped-def]
+    import numpy as np
+
+    signals, samples = rows.manifest["signals"], rows.manifest["samples"]
+    times = np.array(rows.manifest["times"])
+    for index, (name, axes) in enumerate(zip(signals, np.atleast_1d(figure.subplots(len(signals), 1, sharex=True)))):
+        begin = rows.columns + index * samples
+        values = _table(rows, begin, begin + samples)
+        if not len(values):
+            continue
+        low, below, middle, above, high = np.nanquantile(values, [0.05, 0.25, 0.5, 0.75, 0.95], axis=0)
+        axes.plot(times, values[:: max(len(values) // 20, 1)].T, color="0.7", linewidth=0.5)
+        axes.fill_between(times, low, high, alpha=0.25, linewidth=0, label="5 % to 95 %")
+        axes.fill_between(times, below, above, alpha=0.4, linewidth=0, label="25 % to 75 %")
+        axes.plot(times, middle, label="median")
+        axes.set_ylabel(name)
+        axes.legend()
+        axes.set_xlabel("time [s]")
+
+
+def _measure(rows: Rows, figure) -> None:  # type: ignore[no-untyped-def]
+    import numpy as np
+
+    names, measures = rows.manifest["names"], rows.manifest["measure_names"]
+    if not measures:
+        raise ValueError("nothing to draw: neither a measure nor a signal")
+    axes = figure.subplots()
+    table = _table(rows, 0, rows.columns)
+    value = table[:, len(names)]
+    grids = [np.unique(table[:, index]) for index in range(len(names))]
+    axes.set_xlabel(names[0])
+    if len(names) == 2 and len(grids[0]) * len(grids[1]) == len(table) > 3:
+        order = np.lexsort((table[:, 0], table[:, 1]))
+        image = value[order].reshape(len(grids[1]), len(grids[0]))
+        drawn = axes.pcolormesh(grids[0], grids[1], image, shading="nearest")
+        figure.colorbar(drawn, label=measures[0])
+        axes.set_ylabel(names[1])
+    elif len(names) == 2:
+        drawn = axes.scatter(table[:, 0], table[:, 1], c=value, s=8)
+        figure.colorbar(drawn, label=measures[0])
+        axes.set_ylabel(names[1])
+    else:
+        axes.scatter(table[:, 0], value, s=8)
+        axes.set_ylabel(measures[0])

@@ -167,6 +167,17 @@ class Whole(SweepTest):
             self.assertEqual(list(file["mainsys.out"][69]), [0, 35, 70])
             self.assertEqual(list(file["y"]), list(range(1, 71)))
 
+    def test_pictures_are_of_signals_or_measures(self):
+        self.write("m.json", gain("k + j", tf=1.0, ts=0.25).text())
+        common = ["m.json", "-q", "--vary", "k=1:1:5", "--vary", "j=0,1"]
+        self.sweep(*common, "--probe", "out", "-o", "o.npz", "--plot", "bands.svg")
+        self.assertIn("<svg", self.path("bands.svg").read_text())
+        self.sweep(*common, "--measure", "y=last(out)", "-o", "o.csv", "--plot", "map.png")
+        self.assertEqual(self.path("map.png").read_bytes()[:4], b"\x89PNG")
+        self.assertFalse(self.path("o.csv.part").exists())
+        said = self.sweep(*common, "-o", "o.csv", "--plot", "map.png", status=2).stderr
+        self.assertIn("neither a measure nor a signal", said)
+
     def test_a_sweep_that_was_killed_goes_on_to_the_same_bytes(self):
         self.write("m.json", gain(tf=20.0, ts=0.01).text())
         common = ["m.json", "-q", "--vary", "k~uniform(0,1)", "--random", "40000", "--measure", "y=max(out)"]
