@@ -116,6 +116,7 @@ std::unique_ptr<CLI::App> make_command(int& status) {
     status = status_ok;
     add_run(*app, status);
     add_sweep(*app, status);
+    add_tune(*app, status);
     add_check(*app, status);
     add_explain(*app, status);
     add_inspect(*app, status);

@@ -18,6 +18,7 @@ void add_export(CLI::App& app, int& status);
 void add_generate(CLI::App& app, int& status);
 void add_draw(CLI::App& app, int& status);
 void add_sweep(CLI::App& app, int& status);
+void add_tune(CLI::App& app, int& status);
 void add_blocks(CLI::App& app, int& status);
 void add_diff(CLI::App& app, int& status);
 void add_verify(CLI::App& app, int& status);

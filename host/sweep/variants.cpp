@@ -243,14 +243,16 @@ std::unique_ptr<Variants> make_variants(const variation_t& variation, const draw
     }
 }
 
-std::unique_ptr<Variants> make_variants(std::vector<std::string> names, std::vector<std::vector<double>> columns) {
+std::unique_ptr<Variants> make_variants(std::vector<std::string> names, std::vector<std::vector<double>> columns,
+                                        bool floats) {
     if (names.empty() || names.size() != columns.size())
         throw SessionError(problem_t::usage, "a sweep takes at least one name, and values for each");
     std::vector<axis_t> axes;
     for (std::size_t i = 0; i < names.size(); ++i) {
         if (columns[i].empty()) throw SessionError(problem_t::usage, tessel::format("{}: no values", names[i]));
-        const bool whole = std::ranges::all_of(
-            columns[i], [](double v) { return std::nearbyint(v) == v && std::fabs(v) < 9007199254740992.0; });
+        const bool whole = !floats && std::ranges::all_of(columns[i], [](double v) {
+            return std::nearbyint(v) == v && std::fabs(v) < 9007199254740992.0;
+        });
         axes.push_back({std::move(names[i]), std::move(columns[i]), std::nullopt, whole});
     }
     check_names(axes);

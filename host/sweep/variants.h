@@ -58,7 +58,9 @@ using draw_points_t = std::function<std::vector<double>(std::string_view kind, s
 /// Raises `SessionError` for texts that make no sense.
 std::unique_ptr<Variants> make_variants(const variation_t& variation, const draw_points_t& draw_points);
 
-/// Values that are at hand: one column for each name, all of one length.
-std::unique_ptr<Variants> make_variants(std::vector<std::string> names, std::vector<std::vector<double>> columns);
+/// Values that are at hand: one column for each name, all of one length. Whole numbers are integers where a column has
+/// no others, unless `floats`.
+std::unique_ptr<Variants> make_variants(std::vector<std::string> names, std::vector<std::vector<double>> columns,
+                                        bool floats = false);
 
 }  // namespace zarn

@@ -201,6 +201,35 @@ class Whole(SweepTest):
         self.assertEqual(self.path("1.csv").read_bytes(), self.path("3.csv").read_bytes())
 
 
+class Tuning(SweepTest):
+    def setUp(self):
+        super().setUp()
+        model = Model()
+        model.chain(model.add("constant", "c", expression="(k - 2.0) ** 2 + (j + 1.0) ** 2"),
+                    model.add("outport", "out", inputs=1, portNumber=0))
+        self.write("m.json", model.text())
+        self.common = ["tune", "m.json", "--vary", "k=-10:10", "--vary", "j=-8:8", "--minimise", "last(out)"]
+
+    def test_both_methods_find_the_bottom_of_a_bowl(self):
+        for method in "de", "nelder-mead":
+            self.check(*self.common, "--method", method, "-q", "-o", "best.py", "--plot", "way.png")
+            found = {}
+            exec(self.path("best.py").read_text(), found)
+            self.assertAlmostEqual(found["k"], 2, delta=1e-2, msg=method)
+            self.assertAlmostEqual(found["j"], -1, delta=1e-2, msg=method)
+            self.assertEqual(self.path("way.png").read_bytes()[:4], b"\x89PNG")
+
+    def test_the_same_seed_finds_the_same_numbers(self):
+        first, second = (json.loads(self.check(*self.common, "--json", "--most", "500", "--jobs", jobs).stdout)
+                         for jobs in "12")
+        self.assertEqual(first, second)
+        self.assertLessEqual(first["least"], 1e-1)
+
+    def test_refuses_what_makes_no_sense(self):
+        self.check("tune", "m.json", "--vary", "k=2:1", "--minimise", "last(out)", status=2, err="NAME=LOW:HIGH")
+        self.check(*self.common[:-1], "top(out)", status=2, err="no measure 'top'")
+
+
 class Refusals(SweepTest):
     def setUp(self):
         super().setUp()
