@@ -23,7 +23,10 @@ void translate(std::exception_ptr thrown) {
         const py::object type = error.kind() == problem_t::interrupted
                                     ? py::reinterpret_borrow<py::object>(PyExc_KeyboardInterrupt)
                                     : errors.attr(exception_of(error.kind()));
-        py::object made = type(error.what());
+        // a text can quote what a file holds
+        const std::string_view text = error.what();
+        py::object made = type(py::reinterpret_steal<py::object>(
+            PyUnicode_DecodeUTF8(text.data(), static_cast<py::ssize_t>(text.size()), "replace")));
         if (error.kind() != problem_t::interrupted) made.attr("findings") = list_of(error.findings());
         PyErr_SetObject(type.ptr(), made.ptr());
     }

@@ -32,6 +32,7 @@ if TYPE_CHECKING:
     from zarn._series import Series as Series
     from zarn._variants import Sweep as Sweep, sweep as sweep
     from zarn._stepper import Snapshot as Snapshot, Stepper as Stepper
+    from zarn._version import __version__ as __version__
 
 # What is not needed in a workspace is imported when it is first used.
 _PLACES = {
@@ -56,6 +57,7 @@ _PLACES = {
     "ModelError": "_errors",
     "FileError": "_errors",
     "WorkspaceError": "_errors",
+    "__version__": "_version",
 }
 __all__ = ["Result", "TimeSeries", *_PLACES]
 

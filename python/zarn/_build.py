@@ -34,7 +34,7 @@ class Rule(NamedTuple):
 class Block:
     """One block. `path` is what messages and probes call it."""
 
-    __slots__ = ("model", "block_class", "name", "parent", "parameters", "inputs", "outputs", "id", "extra", "ports")
+    __slots__ = ("model", "block_class", "name", "parent", "parameters", "inputs", "outputs", "id", "extra", "ports", "chained")
 
     def __init__(
         self, model: Builder, block_class: str, name: str, parent: Optional[Block], parameters: dict[str, Any]
@@ -49,6 +49,7 @@ class Block:
         self.id: Optional[int] = None
         self.extra: Optional[dict[str, Any]] = None  # geometry, colours, what else the file has
         self.ports: Optional[Ports] = None  # of a subsystem
+        self.chained = False  # whether its place among memories in a row follows from the row
 
     @property
     def path(self) -> str:
@@ -302,6 +303,9 @@ class _Inside:
         self.model._scope = self.before
 
 
+_TAKEN_OUT = ("subsys", "subsystem", "refsys", "cast", "goto", "from")
+
+
 class Builder:
     """The blocks and wires of a model, and what makes them."""
 
@@ -370,6 +374,7 @@ class Builder:
             for at, source in enumerate(inputs)
         ]
         block = self._new(block_class, name, texts)
+        block.chained = block_class == "memory"
         if rule.open_inputs:
             block.inputs = len(sources)
         for at, signal in enumerate(sources):
@@ -518,10 +523,60 @@ class Builder:
             ids[id(block)] = number
         return ids
 
+    def _ordered(self) -> list[Block]:
+        """The blocks for a file: of memories in a row the last comes first, since each takes its turn in that order and a
+        step of each is meant."""
+        behind = [(block, source) for block, source in self.chained_memories() if block.chained and source.chained]
+        if not behind:
+            return self._blocks
+        above = {id(block): source for block, source in behind}
+        order = {id(block): at for at, block in enumerate(self._blocks)}
+        rank: dict[int, int] = {}
+        for block, _ in behind:
+            way = [block]
+            while id(way[-1]) in above and above[id(way[-1])] not in way:
+                way.append(above[id(way[-1])])
+            places = sorted(order[id(one)] for one in way)
+            rank.update((id(one), place) for one, place in zip(way, places))
+            order.update(rank)
+        # what a compile takes out stands last: the end of the list takes the place of what is taken out of its middle
+        return sorted(self._blocks, key=lambda block: (block.block_class in _TAKEN_OUT, order[id(block)]))
+
+    def chained_memories(self) -> list[tuple[Block, Block]]:
+        """Memories that memories feed, and these: for them the order in the file counts."""
+        memories = [block for block in self._blocks if block.block_class == "memory"]
+        if len(memories) < 2:
+            return []
+        feeds = {(id(target), port): (source, output) for source, output, target, port, _ in self._links}
+        ports = {
+            (id(block.parent), block.block_class, block.parameters.get("portNumber")): block
+            for block in self._blocks
+            if block.block_class in ("inport", "outport")
+        }
+        found = []
+        for memory in memories:
+            at = feeds.get((id(memory), 0))
+            for _ in range(1000):  # a ring of casts has no end
+                if at is None or at[0].block_class == "memory":
+                    break
+                block, output = at
+                if block.block_class in ("cast", "outport"):
+                    at = feeds.get((id(block), 0))
+                elif block.block_class == "inport":
+                    at = feeds.get((id(block.parent), int(block.parameters.get("portNumber", 0))))
+                elif block.block_class in ("subsys", "subsystem"):
+                    port = ports.get((id(block), "outport", output)) or ports.get((id(block), "outport", str(output)))
+                    at = (port, 0) if port is not None else None
+                else:
+                    at = None
+            if at is not None:
+                found.append((memory, at[0]))
+        return found
+
     def _elements(self) -> tuple[list[dict[str, Any]], list[dict[str, Any]]]:
         ids = self._numbers()
         blocks = []
-        for block in self._blocks:
+        for block in self._ordered():
             members: dict[str, Any] = {"name": block.name, "id": ids[id(block)]}
             if block.parent is not None:
                 members["parent"] = ids[id(block.parent)]

@@ -18,7 +18,7 @@ class Session:
     def __init__(
         self,
         model: str,
-        text: Optional[str] = None,
+        text: Optional[bytes] = None,
         settings: Mapping[str, float] = ...,
         functions: Any = None,
     ) -> None: ...
@@ -67,7 +67,7 @@ class Sweep:
     def __init__(
         self,
         model: str,
-        text: str,
+        text: bytes,
         settings: Mapping[str, float],
         functions: Any,
         names: list[str],

@@ -36,7 +36,7 @@ class AskedModel:
         self, settings: Mapping[str, Optional[float]] | None = None, functions: Any = None, text: str | None = None
     ) -> _core.Session:
         chosen = {key: float(value) for key, value in (settings or {}).items() if value is not None}
-        return _core.Session(self.name, self.to_json() if text is None else text, chosen, functions)
+        return _core.Session(self.name, bytes_of(self.to_json() if text is None else text), chosen, functions)
 
     # ---- looking
 
@@ -133,8 +133,8 @@ class AskedModel:
         temporary = f"{name}.{os.getpid()}.part"
         text = self.to_json()
         try:
-            with open(temporary, "w", encoding="utf-8", errors="surrogateescape", newline="") as file:
-                file.write(text)
+            with open(temporary, "wb") as file:
+                file.write(bytes_of(text))
             os.replace(temporary, name)
         except OSError as error:
             raise FileError(f"{name}: {error.strerror}") from error
@@ -148,6 +148,14 @@ class AskedModel:
             return self.draw(layout_time=2.0).svg
         except Exception:  # a notebook falls back on the text
             return None
+
+
+def bytes_of(text: str) -> bytes:
+    """A text as it stands in a file, which can be no UTF-8."""
+    try:
+        return text.encode("utf-8", "surrogateescape")
+    except UnicodeEncodeError:
+        return text.encode("utf-8", "surrogatepass")
 
 
 def _functions(workspace: WorkspaceLike, evaluate: bool) -> Any:

@@ -283,6 +283,8 @@ class Model(Macros, AskedModel):
         from zarn._program import program_of
 
         self._understand()
+        if self._wrong:
+            raise ModelError(f"{self._name}: {self._wrong}")
         return program_of(self)
 
     def __repr__(self) -> str:
@@ -316,13 +318,13 @@ class Model(Macros, AskedModel):
             data = json.loads(self._text or "")
             self._take(data)
         except (ValueError, TypeError, KeyError, AttributeError, RecursionError) as error:
-            self._blocks, self._links = [], []
+            self._blocks, self._links, self._settings = [], [], {}
             self._wrong = f"the file does not read as a model ({error})"
 
     def _take(self, data: Mapping[str, Any]) -> None:
         settings = data.get("model")
         if isinstance(settings, dict):
-            self._settings = dict(settings)
+            self._settings = {key: float(value) if key in ("ti", "tf", "ts") else value for key, value in settings.items()}
         self._ts = float(self._settings.get("ts", 1.0))
         by_id: dict[int, Block] = {}
         parents: list[tuple[Block, int]] = []

@@ -20,7 +20,8 @@ _ORDERED = ("memory", "enable")
 def program_of(model: Model) -> str:
     """Functions, nested as the model is, where that says all that the file does; else block by block."""
     neat = _Nested(model)
-    if neat.fits and neat.write() and neat.keeps_order():
+    in_a_row = model.chained_memories()
+    if neat.fits and not in_a_row and neat.write() and neat.keeps_order():
         return neat.text()
     flat = _Flat(model)
     flat.write()
@@ -60,10 +61,15 @@ class _Program:
 
 class _Flat(_Program):
     def write(self) -> None:
-        for block in _parents_first(self.model._blocks):
+        there: set[int] = set()
+        later = []  # the order of a file can count, and subsystems stand anywhere in it
+        for block in self.model._ordered():
             given = [repr(block.block_class), repr(block.name)]
-            if block.parent is not None:
+            there.add(id(block))
+            if block.parent is not None and id(block.parent) in there:
                 given.append(f"parent={self.name_of(block.parent)}")
+            elif block.parent is not None:
+                later.append(block)
             if block.inputs is not None:
                 given.append(f"inputs={block.inputs!r}")
             if block.outputs is not None:
@@ -71,6 +77,9 @@ class _Flat(_Program):
             if block.parameters:
                 given.append("**{" + ", ".join(f"{key!r}: {value!r}" for key, value in block.parameters.items()) + "}")
             self.lines.append(f"{self.name_of(block)} = m.block({', '.join(given)})")
+        for block in later:
+            assert block.parent is not None
+            self.lines.append(f"{self.name_of(block)}.parent = {self.name_of(block.parent)}")
         for source, source_port, target, port, _ in self.model._links:
             led = "" if source.parent is target.parent else ", led=False"
             self.lines.append(f"m.wire({self.name_of(source)}[{source_port}], {self.name_of(target)}, {port}{led})")
@@ -295,23 +304,6 @@ def _kind(block: Block) -> tuple[Optional[int], str, str]:
     """What no two blocks of a program share: a port can be called as another block is."""
     port = block.block_class if block.block_class in ("inport", "outport") else ""
     return (id(block.parent) if block.parent is not None else None, port, block.name)
-
-
-def _parents_first(blocks: list[Block]) -> list[Block]:
-    """The same order, but that subsystems stand ahead of what is in them."""
-    order: dict[int, Block] = {}
-
-    def add(block: Block) -> None:
-        above = []
-        at: Optional[Block] = block
-        while at is not None and id(at) not in order:
-            above.append(at)
-            at = at.parent
-        order.update((id(one), one) for one in reversed(above))
-
-    for block in blocks:
-        add(block)
-    return list(order.values())
 
 
 def _is_told(block: Block) -> bool:

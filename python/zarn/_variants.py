@@ -15,6 +15,7 @@ from typing import TYPE_CHECKING, Any, Optional, Union
 import numpy as np
 
 from zarn import _core
+from zarn._model import bytes_of
 from zarn._errors import FileError, UsageError, WorkspaceError
 from zarn._workspace import WorkspaceLike, make
 
@@ -120,7 +121,7 @@ class _Plan:
         columns = [column.tolist() for column in self.columns.values()]
         functions = make(self.workspace)
         return _core.Sweep(
-            self.name, self.text, self.settings, functions, names, columns, self.measures, self.probes, self.every, self.jobs
+            self.name, bytes_of(self.text), self.settings, functions, names, columns, self.measures, self.probes, self.every, self.jobs
         )
 
     def key(self) -> str:

@@ -78,6 +78,22 @@ def test_feedback():
     assert not open_loop.check().ok
 
 
+def test_memories_in_a_row():
+    m = zarn.Model(ts=1.0, tf=6.0)
+    x = m.time()
+    m.output("first", m.memory(x))
+    with m.subsystem("part"):
+        y = m.memory(m.memory(x).astype("flt64"))
+    z = m.memory(m.memory(y))
+    m.output("last", z)
+    run = m.run()
+    assert run["first"].tolist() == [0, 0, 1, 2, 3, 4, 5] and run["last"].tolist() == [0, 0, 0, 0, 0, 1, 2]
+    space = {}
+    exec(m.to_python(), space)
+    assert space["m"].run()["last"].tolist() == run["last"].tolist()
+    assert zarn.loads(m.to_json()).run()["last"].tolist() == run["last"].tolist()
+
+
 def test_subsystems():
     m = zarn.Model(ts=1.0, tf=3.0)
     t = m.time(name="t")
