@@ -38,7 +38,9 @@ studio: build
 	$(ZARN) studio examples/motor/motor.json
 
 # what single tests need besides; where it cannot be had they say so and are passed over
-TEST_PACKAGES = fish mandoc python3-jsonschema zsh
+TEST_PACKAGES = fish mandoc python3-jsonschema zsh \
+    mypy python3-distributed python3-h5py python3-hypothesis python3-ipykernel python3-nbclient python3-pandas python3-pip \
+    python3-pytest python3-scipy python3-tqdm python3-venv python3-wheel
 
 test: $(BUILD)/build.ninja
 	@tools/setup.sh $(TEST_PACKAGES) || echo "make test: goes on without $(TEST_PACKAGES)" >&2
@@ -63,6 +65,13 @@ verify-quick: build
 	@tools/setup.sh tcc qemu-user qemu-system-arm gcc-aarch64-linux-gnu libc6-dev-arm64-cross gcc-arm-none-eabi \
 	    libnewlib-arm-none-eabi
 	VERIFY_TARGETS=aarch64,cortex-m3 tools/verify.sh $(BUILD) --exact-only
+
+# the package of Python with the library in it: build/release/wheel/zarn-*.whl
+.PHONY: wheel
+wheel: $(BUILD)/build.ninja
+	@tools/setup.sh python3-wheel
+	@cmake --build $(BUILD) --target zarn_core -j $(JOBS)
+	tools/make_wheel.py $(BUILD)
 
 bench: $(BUILD)/build.ninja
 	@cmake --build $(BUILD) --target bench_all -j $(JOBS)

@@ -39,3 +39,30 @@ if (TARGET zarn)
         install(DIRECTORY ${PROJECT_BINARY_DIR}/share/${pages} DESTINATION ${CMAKE_INSTALL_DATADIR} COMPONENT zarn)
     endforeach ()
 endif ()
+
+# ---- package of Python (component "python"): where Debian's interpreter looks below the usual prefixes
+if (TARGET zarn_core)
+    set(Python3_EXECUTABLE /usr/bin/python3)
+    find_package(Python3 REQUIRED COMPONENTS Interpreter)
+    if (CMAKE_INSTALL_PREFIX MATCHES "^/usr(/local)?/?$")
+        set(site dist-packages)
+    else ()
+        set(site site-packages)
+    endif ()
+    set(BLOCKS_PYTHON_DIR lib/python${Python3_VERSION_MAJOR}.${Python3_VERSION_MINOR}/${site}
+        CACHE STRING "Where the package zarn is installed, below the prefix")
+    # the library lies beside the module in a wheel, and where it is installed otherwise; the command's own copy of the
+    # package is one level less deep
+    set_target_properties(zarn_core PROPERTIES
+        INSTALL_RPATH "$ORIGIN;$ORIGIN/../../..;$ORIGIN/../../../../${CMAKE_INSTALL_LIBDIR};${CMAKE_INSTALL_FULL_LIBDIR}")
+    foreach (place ${BLOCKS_PYTHON_DIR}/zarn ${CMAKE_INSTALL_DATADIR}/zarn/python/zarn)
+        if (place MATCHES "^${CMAKE_INSTALL_DATADIR}")
+            set(component zarn)
+        else ()
+            set(component python)
+            install(DIRECTORY ${PROJECT_SOURCE_DIR}/python/zarn/ DESTINATION ${place} COMPONENT python
+                FILES_MATCHING PATTERN "*.py" PATTERN "*.pyi" PATTERN "py.typed")
+        endif ()
+        install(TARGETS zarn_core LIBRARY DESTINATION ${place} COMPONENT ${component})
+    endforeach ()
+endif ()
