@@ -105,6 +105,7 @@ void Assembly::drop_unread() {
     std::vector<int> uses(unit_.cells.size());
     for (const statement_t& statement : unit_.statements)
         for_each_read(statement, [&](cell_number source) { ++uses[static_cast<std::size_t>(source)]; });
+    std::vector<bool> dropped(unit_.statements.size());
     for (std::size_t k = unit_.statements.size(); k-- > 0;) {
         const statement_t& statement = unit_.statements[k];
         if (unit_.cell(statement.target).kept || uses[static_cast<std::size_t>(statement.target)] != 0) continue;
@@ -113,9 +114,19 @@ void Assembly::drop_unread() {
             continue;
         }
         for_each_read(statement, [&](cell_number source) { --uses[static_cast<std::size_t>(source)]; });
-        unit_.statements.erase(unit_.statements.begin() + static_cast<std::ptrdiff_t>(k));
-        made_of_.erase(made_of_.begin() + static_cast<std::ptrdiff_t>(k));
+        dropped[k] = true;
     }
+    std::size_t left = 0;
+    for (std::size_t k = 0; k < dropped.size(); ++k) {
+        if (dropped[k]) continue;
+        if (left != k) {
+            unit_.statements[left] = std::move(unit_.statements[k]);
+            made_of_[left] = std::move(made_of_[k]);
+        }
+        ++left;
+    }
+    unit_.statements.resize(left);
+    made_of_.resize(left);
 }
 
 // ---- names

@@ -110,9 +110,10 @@ int export_fmu(const options_t& options, const export_options_t& program, const 
         if (options.json) call.out_failure(error, call.library_result());
         throw;
     }
+    how.interrupted = interrupted;
+    const DeferInterrupts deferred(true);
     const fmu_t made = fmu_of(call.session(), how);
     if (check) return tell_check(options, holds(file, made.bytes), file);
-    const DeferInterrupts deferred(true);
     write(file, made.bytes);
     tell(options, made, how.version, file);
     return status_ok;

@@ -1,6 +1,7 @@
 // Compiles the sources of an FMU with a compiler of the PATH.
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "coder/fmu/package.h"
@@ -17,7 +18,8 @@ struct target_t {
 std::string own_compiler();
 
 /// The shared library for a platform. Equal sources give equal bytes with one compiler. Raises `std::runtime_error`
-/// with the compiler's first line.
-std::string compile_library(const tessel::fmu::package_t& package, const target_t& target);
+/// with the compiler's first line. Once `interrupted` answers true the compiler is ended.
+std::string compile_library(const tessel::fmu::package_t& package, const target_t& target,
+                            const std::function<bool()>& interrupted = {});
 
 }  // namespace zarn

@@ -85,8 +85,9 @@ fmu_t fmu_of(Session& session, const fmu_options_t& options) {
     for (const target_t& target : targets) {
         try {
             package.files[fmu::library_path(target.platform, package.version, package.name)] =
-                compile_library(package, target);
+                compile_library(package, target, options.interrupted);
         } catch (const std::exception& error) {
+            if (options.interrupted && options.interrupted()) throw SessionError(problem_t::interrupted, "interrupted");
             throw SessionError(problem_t::file, tessel::format("the library for {} cannot be compiled: {}",
                                                                target.platform, error.what()));
         }

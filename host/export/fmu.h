@@ -1,6 +1,7 @@
 // A model as an FMU for co-simulation.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -13,12 +14,13 @@ namespace zarn {
 class Session;
 
 struct fmu_options_t {
-    export_options_t program;          ///< but for what it keeps; its name is the model identifier
-    int version = 3;                   ///< of the interface: 2 or 3
-    bool all_signals = false;          ///< every output of every block is a variable
-    bool sources_only = false;         ///< no library, not for this machine either
-    std::vector<std::string> targets;  ///< PLATFORM=COMPILER, libraries beside that for this machine
-    std::string generator;             ///< name and version of this program
+    export_options_t program;           ///< but for what it keeps; its name is the model identifier
+    int version = 3;                    ///< of the interface: 2 or 3
+    bool all_signals = false;           ///< every output of every block is a variable
+    bool sources_only = false;          ///< no library, not for this machine either
+    std::vector<std::string> targets;   ///< PLATFORM=COMPILER, libraries beside that for this machine
+    std::string generator;              ///< name and version of this program
+    std::function<bool()> interrupted;  ///< once it answers true, compilers are ended and `fmu_of` with them
 };
 
 struct fmu_t {
