@@ -57,6 +57,26 @@ std::string read(zip_source_t* source, error_t& error) {
 
 }  // namespace
 
+std::string read_member(const std::string& archive, const std::string& path) {
+    error_t error;
+    zip_source_t* const source = zip_source_buffer_create(archive.data(), archive.size(), 0, &error.value);
+    if (source == nullptr) error.raise();
+    const std::unique_ptr<zip_t, closer_t> open(zip_open_from_source(source, ZIP_RDONLY, &error.value));
+    if (!open) {
+        zip_source_free(source);
+        error.raise();
+    }
+    zip_stat_t stat;
+    if (zip_stat(open.get(), path.c_str(), 0, &stat) != 0) throw std::runtime_error(path + ": not in the archive");
+    zip_file_t* const file = zip_fopen(open.get(), path.c_str(), 0);
+    if (file == nullptr) throw std::runtime_error(path + ": cannot be read");
+    std::string bytes(stat.size, '\0');
+    const zip_int64_t size = zip_fread(file, bytes.data(), bytes.size());
+    zip_fclose(file);
+    if (size != static_cast<zip_int64_t>(bytes.size())) throw std::runtime_error(path + ": is damaged");
+    return bytes;
+}
+
 std::string write_archive(const files_t& files) {
     error_t error;
     const std::unique_ptr<zip_source_t, closer_t> target(zip_source_buffer_create(nullptr, 0, 0, &error.value));

@@ -67,7 +67,7 @@ fmu::package_t package_of(Session& session, const fmu_options_t& options, std::v
     how.version = options.version == 2 ? fmu::version_t::two : fmu::version_t::three;
     how.all_signals = options.all_signals;
     how.generator = options.generator;
-    how.picture = picture_for(session, options, notes);
+    if (options.with_picture) how.picture = picture_for(session, options, notes);
     try {
         return fmu::make_package(unit, how);
     } catch (const tessel::exact::Refusal& refusal) {

@@ -17,6 +17,7 @@ struct fmu_options_t {
     export_options_t program;           ///< but for what it keeps; its name is the model identifier
     int version = 3;                    ///< of the interface: 2 or 3
     bool all_signals = false;           ///< every output of every block is a variable
+    bool with_picture = true;           ///< the diagram in the documentation
     bool sources_only = false;          ///< no library, not for this machine either
     std::vector<std::string> targets;   ///< PLATFORM=COMPILER, libraries beside that for this machine
     std::string generator;              ///< name and version of this program

@@ -5,6 +5,7 @@
 
 #include "core/format.h"
 #include "host/export/export.h"
+#include "host/verify/fmu.h"
 #include "host/verify/in_lanes.h"
 #include "host/verify/library_functions.h"
 #include "host/verify/native.h"
@@ -35,6 +36,9 @@ private:
     void judge_programs();
     void judge_lanes();
     void judge_native();
+    void judge_fmus();
+    /// Judges a way that shows less than all: once it has told what, the reference shows the same.
+    void judge_by_its_ports(Way& way);
     std::unique_ptr<Way> way(recipe_t recipe) const { return in_process(session_, around_, std::move(recipe)); }
     void add(row_t row);
     void go_reference();
@@ -120,6 +124,7 @@ report_t Verification::go() {
     if (wants("lanes")) judge_lanes();
     if (wants("native")) judge_native();
     judge_programs();
+    if (wants("fmu")) judge_fmus();
     return std::move(report_);
 }
 
@@ -170,6 +175,26 @@ void Verification::judge_native() {
     }
 }
 
+void Verification::judge_by_its_ports(Way& way) {
+    try {
+        way.run({.steps = 0});
+    } catch (const Skipped& skipped) {
+        return add({.way = way.name(), .verdict = verdict_t::skipped, .reason = skipped.what()});
+    } catch (const SessionError&) {
+        throw;
+    } catch (const std::runtime_error& error) {
+        return add({.way = way.name(), .verdict = verdict_t::failed, .reason = error.what()});
+    }
+    const auto reference =
+        in_process(session_, around_, {.name = "objects", .engine = engine_t::objects}, &way.ports());
+    judge(way, *reference, reference->run(whole()));
+}
+
+void Verification::judge_fmus() {
+    const auto fed = fed_blocks(session_, *session_.build());
+    for (const int version : {2, 3}) judge_by_its_ports(*fmu_way(session_, fed, version, around_.interrupted));
+}
+
 /// Programs show what they keep: they have a reference that shows the same.
 void Verification::judge_programs() {
     std::vector<const build_t*> wanted;
@@ -207,6 +232,7 @@ const std::vector<group_t>& groups() {
         {"native", "machine code made for the model, as run --engine native takes it"},
         {"c", "exported C by gcc, clang and tcc, at -O0, -O2 and -O3"},
         {"c++", "the same text as C++"},
+        {"fmu", "exported FMUs of version 2 and 3, loaded and stepped as importers do"},
         {"sanitizers", "exported C under address and undefined behaviour sanitizers"},
         {"aarch64", "exported C for another processor, emulated; likewise:"},
         {"riscv64", ""},

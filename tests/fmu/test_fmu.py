@@ -14,7 +14,7 @@ import zipfile
 from collections.abc import Callable
 
 from check_fmu import check
-from exports import EXAMPLES, ROOT, ZARN, differences, export, zarn
+from exports import EXAMPLES, ROOT, ZARN, differences, export, workspace, zarn
 from loader import Library
 from rules import check_files
 
@@ -251,6 +251,30 @@ class Runs(Files):
                 if not i:
                     one.call("ExitInitializationMode")
             one.free()
+
+
+class Verify(Files):
+    """The ways "fmu" of zarn verify."""
+
+    def test_examples_are_equal(self) -> None:
+        for model in EXAMPLES:
+            answer = zarn("verify", model, *workspace(model), "--ways", "fmu")
+            self.assertRegex(answer.stdout, r"(?m)^FMU 3 .* equal$", model.stem)
+
+    def test_inputs_are_fed(self) -> None:
+        answer = zarn("verify", self.write("m.json", with_inputs()), "--ways", "fmu")
+        for version in 2, 3:
+            self.assertRegex(answer.stdout, rf"(?m)^FMU {version} .* equal$")
+
+    def test_a_wrong_library_is_told(self) -> None:
+        """A compiler that makes something else of the code."""
+        compiler = self.folder / "cc"
+        compiler.write_text('#!/bin/sh\nsed -i "s/count > 0; --count)/count > 1; --count)/" *_fmu.c && exec gcc "$@"\n')
+        compiler.chmod(0o755)
+        os.environ["CC"] = str(compiler)
+        self.addCleanup(os.environ.pop, "CC")
+        answer = zarn("verify", MOTOR, *workspace(MOTOR), "--ways", "fmu", status=1)
+        self.assertRegex(answer.stdout + answer.stderr, r"FMU 3 .* differs")
 
 
 class RandomModels(Files):
