@@ -12,5 +12,11 @@ export default defineConfig({
         assetsInlineLimit: 0,
     },
     worker: { format: "es" },
-    test: { environment: "jsdom", include: ["test/**/*.test.{ts,tsx}"], setupFiles: ["test/setup.ts"] },
+    test: {
+        environment: "jsdom",
+        include: ["test/**/*.test.{ts,tsx}"],
+        setupFiles: ["test/setup.ts"],
+        testTimeout: 60_000,
+        expect: { poll: { timeout: 15_000 } },
+    },
 });

@@ -4,6 +4,7 @@
 #   tools/studio.sh build           the page, into studio/dist, when its sources are newer
 #   tools/studio.sh unit|lint       its unit tests; types and style
 #   tools/studio.sh browser FILE    one file of studio/browser in Chromium, against the command that ZARN names
+#   tools/studio.sh speed           prints how quick the page is, for the bench
 # Ends with 77, which ctest takes as passed over, where what it needs is not there.
 set -eu
 cd "$(dirname "$0")/.."
@@ -56,8 +57,12 @@ case ${1:-} in
         [ -f "$studio/dist/index.html" ] || missing "built page"
         cd "$studio" && npm run --silent browser -- "browser/$2.browser.ts"
         ;;
+    speed)
+        needs_packages
+        cd "$studio" && npm run --silent browser -- browser/speed.browser.ts | grep '^studio '
+        ;;
     *)
-        sed -n '2,7p' "$0"
+        sed -n '2,8p' "$0"
         exit 2
         ;;
 esac

@@ -1,8 +1,10 @@
 // What a browser has and the tests' document does not.
 import { afterEach } from "vitest";
-import { cleanup } from "@testing-library/react";
+import { cleanup, configure } from "@testing-library/react";
 
 afterEach(cleanup);
+// on a machine with other work a page takes its time
+configure({ asyncUtilTimeout: 15_000 });
 
 class Observer {
     observe() {}

@@ -79,6 +79,15 @@ describe("an edit", () => {
     });
 });
 
+it("a subsystem tells the worst of what is said of its inside", async () => {
+    const server = await started();
+    const finding = { code: "Z201", block: null, wire: null, level: null, what: "", mend: "" };
+    server.tell("findings", { revision: 1, checked: 1, evaluated: false, counts: { error: 1, warning: 1, note: 0 }, findings: [
+        { ...finding, severity: "error", path: "mainsys.a.b.c" }, { ...finding, severity: "warning", path: "mainsys.a.d" },
+        { ...finding, severity: "note", path: "mainsys.e.f" }, { ...finding, severity: "error", path: null }] });
+    expect(Object.fromEntries(get().insideProblems)).toEqual({ mainsys: "error", "mainsys.a": "error", "mainsys.a.b": "error" });
+});
+
 describe("a partial view", () => {
     it("changes what it names and leaves the rest the same objects", () => {
         const old = view([block("a", 0, 0), block("b", 9, 9), block("c", 5, 5)], [wire("a", "b", [])]);

@@ -36,6 +36,8 @@ function BlockNodeView({ data, selected }: NodeProps<BlockNodeType>) {
     const bounds = boundsOf(block);
     const edit = useStudio((s) => s.edit);
     const bad = useStudio((s) => s.firstBad?.block === block.id);
+    const inside = useStudio((s) => (block.inside ? s.insideProblems.get(block.path) : undefined));
+    const problem = block.problem ?? inside;
     const single = useStudio((s) => s.selectedBlocks.length === 1);
     const dx = block.x - bounds.x, dy = block.y - bounds.y;
     const classes = ["block-node", selected ? "selected" : "", block.state, bad ? "first-bad" : ""].join(" ");
@@ -59,7 +61,9 @@ function BlockNodeView({ data, selected }: NodeProps<BlockNodeType>) {
                     </g>
                 </svg>
             )}
-            {block.problem ? <span className={`badge ${block.problem}`} aria-hidden="true" /> : null}
+            {problem ? (
+                <span className={`badge ${problem}${block.problem ? "" : " inside"}`} title={block.problem ? undefined : `an ${problem} inside`} />
+            ) : null}
             {bad ? <span className="bad-value">first bad value</span> : null}
             {block.inputs.map((port) => (
                 <PortHandle key={`i${port.index}`} port={port} input block={block} />

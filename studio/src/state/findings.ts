@@ -4,13 +4,29 @@ import type { Slice } from "./store";
 
 export interface FindingsSlice {
     findings: Findings | null;
+    /// The worst that is said of what lies inside, by the path of a subsystem.
+    insideProblems: ReadonlyMap<string, "error" | "warning">;
     readFindings(): Promise<void>;
     takeFindings(findings: Findings): void;
     jumpTo(finding: Finding): void;
 }
 
+function insideOf(findings: Finding[]): ReadonlyMap<string, "error" | "warning"> {
+    const inside = new Map<string, "error" | "warning">();
+    for (const { path, severity } of findings) {
+        if (path === null || severity === "note") continue;
+        // each subsystem on the way down to the block
+        for (let cut = path.lastIndexOf("."); cut > 0; cut = path.lastIndexOf(".", cut - 1)) {
+            const above = path.slice(0, cut);
+            if (inside.get(above) !== "error") inside.set(above, severity);
+        }
+    }
+    return inside;
+}
+
 export const findingsSlice: Slice<FindingsSlice> = (set, get) => ({
     findings: null,
+    insideProblems: new Map(),
     async readFindings() {
         const findings = await get().ask("findings");
         if (findings) get().takeFindings(findings);
@@ -18,7 +34,7 @@ export const findingsSlice: Slice<FindingsSlice> = (set, get) => ({
     takeFindings(findings) {
         const before = get().findings;
         if (before && findings.checked < before.checked) return;
-        set({ findings });
+        set({ findings, insideProblems: insideOf(findings.findings) });
         const { view } = get();
         // types, problems and late marks are those of the check
         if (view && ((view.checked ?? -1) < findings.checked || before?.evaluated !== findings.evaluated)) void get().refresh();
