@@ -188,10 +188,9 @@ expression_t Expressions::conversion(const value_t& v) {
     if (is_integer(v.type) && is_signed_word(from.type) && wraps(from.op) && !is_known(v.of[0]) &&
         size_of(v.type) <= size_of(from.type))
         return {cast(type_text(v.type), wrapping(from)), prefix_operator};
-    // of two conversions in a row the first changes nothing where it only widens what the second cuts
+    // of two conversions in a row the first changes nothing that the second leaves
     if (from.op == op_t::convert && !is_known(v.of[0]) && is_integer(v.type) && is_integer(from.type) &&
-        is_integer(at(from.of[0]).type) && size_of(v.type) <= size_of(from.type) &&
-        size_of(at(from.of[0]).type) <= size_of(from.type))
+        is_integer(at(from.of[0]).type) && size_of(v.type) <= size_of(from.type))
         return converted(of(from.of[0]), at(from.of[0]).type, v.type);
     return converted(of(v.of[0]), from.type, v.type);
 }

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <memory>
 #include <string>
 
@@ -276,6 +277,8 @@ TEST(ExactText, NumbersReadAsPeopleWriteThem) {
     EXPECT_EQ(real(0.1 + 0.2), "0x1.3333333333334p-2");
     EXPECT_EQ(real(-1.0 / 3.0), "-0x1.5555555555555p-2");
     EXPECT_EQ(real(HUGE_VAL), "(double)INFINITY");
+    EXPECT_EQ(real(-HUGE_VAL), "-(double)INFINITY");
+    EXPECT_EQ(real(std::nan("")), "(double)NAN");
     EXPECT_EQ(constant_text(type_flt32, bits_of(0.1f)), "0.1f");
     EXPECT_EQ(constant_text(type_flt32, bits_of(1.0f / 3.0f)), "0x1.555556p-2f");
     EXPECT_EQ(constant_text(type_int32, bits_of(std::numeric_limits<std::int32_t>::min())), "INT32_MIN");
@@ -301,6 +304,15 @@ TEST(ExactText, HasTheRulesThatItCallsAndNoOthers) {
     EXPECT_THAT(rules.text(), HasSubstr("if (b == -1) return (int32_t)(0u - (uint32_t)a);"));
     rules.use("between");
     EXPECT_TRUE(rules.need_math());
+}
+
+/// A parameter can be changed to any value between steps.
+TEST(ExactText, KeepsShiftsWithinTheWord) {
+    Diagram diagram;
+    diagram.add("time", "clock", 1);
+    diagram.add("unpack", "field", 2);
+    diagram.link(1, 2);
+    EXPECT_THAT(code_of(unit_of(diagram)), HasSubstr("(m->parameters.field.shift % 32u)"));
 }
 
 TEST(ExactText, IncludesMathematicsOnlyWhereUsed) {

@@ -10,7 +10,7 @@ import struct
 import subprocess
 import unittest
 
-from support import ZARN, CommandTest, Model, counter, gated
+from support import DATA, ZARN, CommandTest, Model, counter, gated
 
 EXAMPLES = pathlib.Path(__file__).resolve().parents[3] / "examples"
 WARNINGS = "-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wdouble-promotion -Werror".split()
@@ -273,6 +273,29 @@ class Files(ExportTest):
         answer = json.loads(done.stdout)
         self.assertEqual(answer["result"], 0)
         self.assertIn("model.c", answer["files"])
+
+
+class Models(ExportTest):
+    """The models of the other tests: each is exported, or the message says why not."""
+
+    def test_of_the_tests_export_or_say_why_not(self):
+        exported = refused = 0
+        for model in sorted([*DATA.glob("agree/*.json"), *DATA.glob("vectors/*.json"), *DATA.glob("checks/Z4*.json")]):
+            with self.subTest(model.name):
+                folder = self.folder / model.stem
+                done = run(ZARN, "export", "c", model, folder, "--name", "program", "-q")
+                self.assertIn(done.returncode, (0, 1), done.stderr)
+                if done.returncode != 0:
+                    self.assertIn(model.name, done.stderr)
+                    self.assertFalse(folder.exists())
+                    refused += 1
+                    continue
+                exported += 1
+                for part in ("", "_main", "_test"):
+                    check = run("gcc", "-std=c99", *WARNINGS, "-fsyntax-only", folder / f"program{part}.c")
+                    self.assertEqual(check.returncode, 0, check.stderr)
+        self.assertGreater(exported, 20)
+        self.assertGreater(refused, 5)
 
 
 if __name__ == "__main__":
