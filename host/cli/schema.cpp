@@ -131,6 +131,10 @@ json_t model_schema() {
              {{"blocks", {{"type", {"array", "null"}}, {"items", std::move(element)}}},
               {"links", {{"type", "array"}, {"items", {{"$ref", "#/$defs/link"}}}}},
               {"model", {{"$ref", "#/$defs/settings"}}},
+              {"comments",
+               {{"type", "array"},
+                {"items", {{"type", "object"}}},
+                {"description", "Texts that stand on the canvas; not read"}}},
               {"metadata", {{"type", "object"}, {"description", "Who wrote the file; not read"}}}}},
             {"required", {"blocks"}},
             {"$defs", std::move(definitions)}};

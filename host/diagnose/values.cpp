@@ -313,7 +313,7 @@ finding_id check_link_ends(Report& report, const json& link, std::size_t file, c
 
 void check_file_keys(Report& report, const json& root, std::size_t file) {
     Values(report, root, file, "", severity_t::warning)
-        .check_names({"blocks", "links", "model", "metadata"}, "a model file");
+        .check_names({"blocks", "links", "model", "metadata", "comments"}, "a model file");
 }
 
 bool check_setting_values(Report& report, const json& settings, std::size_t file) {

@@ -1,9 +1,11 @@
 // Methods that change the open model.
 
 #include <algorithm>
+#include <cstdio>
 #include <ranges>
 
 #include "core/format.h"
+#include "host/serve/mends.h"
 #include "host/serve/methods.h"
 #include "host/serve/operations.h"
 
@@ -76,6 +78,23 @@ json_t tried(State& state, const edit::end_t& from, const edit::end_t& to) {
     return {{"ok", true}};
 }
 
+json_t apply_mend(State& state, const Params& params) {
+    const open_t& open = state.model();
+    const std::string name = params.text("mend");
+    unsigned long long revision = 0;
+    unsigned place = 0, which = 0;
+    const bool read = std::sscanf(name.c_str(), "%llu.%u.%u", &revision, &place, &which) == 3;
+    if (!read || revision != open.revision() || open.verdict.revision != revision ||
+        place >= open.verdict.findings.size())
+        throw RpcError(error_t::refused, "the mend is not one of the present findings", "ask for \"findings\" anew");
+    const auto mends = mends_of(open, open.verdict.findings[place]);
+    if (which >= mends.size()) throw RpcError(error_t::refused, "the mend is not one of the present findings");
+    return change(state, [&](edit::Editor& editor) {
+        for (std::size_t i = 0; i < mends[which].operations.size(); ++i) operate(editor, mends[which].operations[i], i);
+        return mends[which].title;
+    });
+}
+
 json_t can_connect(State& state, const Params& params) {
     edit::Editor& editor = state.editor();
     const edit::end_t from = end_of(params, "from"), to = end_of(params, "to");
@@ -120,6 +139,10 @@ void add_edit_methods(Methods& methods, State& state) {
     methods.add("copy", {"blocks"}, [&](const Params& params) {
         const std::lock_guard lock(state.mutex);
         return copy(state, params);
+    });
+    methods.add("apply_mend", {"mend"}, [&](const Params& params) {
+        const std::lock_guard lock(state.mutex);
+        return apply_mend(state, params);
     });
     methods.add("undo", {}, [&](const Params&) {
         const std::lock_guard lock(state.mutex);

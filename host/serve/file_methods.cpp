@@ -92,6 +92,7 @@ json_t revert(State& state) {
     open.keeper->take(std::move(text));
     open.keeper->drop_kept();
     open.kept = editor.revision();
+    open.recovered = nullptr;
     return replaced(state);
 }
 
@@ -148,6 +149,7 @@ json_t saved(State& state, bool merged) {
     open_t& open = state.model();
     if (open.editor != nullptr) open.editor->mark_saved();
     open.kept = open.revision();
+    open.recovered = nullptr;
     state.notify("saved", {{"file", open.file}, {"revision", open.revision()}});
     return {{"file", open.file}, {"revision", open.revision()}, {"merged", merged}};
 }

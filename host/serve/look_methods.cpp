@@ -9,6 +9,7 @@
 #include "host/draw/scene.h"
 #include "host/draw/svg.h"
 #include "host/serve/classes.h"
+#include "host/serve/mends.h"
 #include "host/serve/methods.h"
 
 namespace zarn::serve {
@@ -182,7 +183,12 @@ json_t findings_json(const open_t& open) {
     json_t list = json_t::array();
     for (const found_t& found : open.verdict.findings) {
         list.push_back(json_of(found));
-        list.back()["mends"] = json_t::array();
+        json_t& mends = list.back()["mends"] = json_t::array();
+        if (open.verdict.revision != open.revision()) continue;
+        const std::size_t place = list.size() - 1;
+        for (const mend_t& mend : mends_of(open, found))
+            mends.push_back({{"title", mend.title},
+                             {"mend", tessel::format("{}.{}.{}", open.revision(), place, mends.size())}});
     }
     return {{"revision", open.revision()},
             {"checked", open.judged ? json_t(open.verdict.revision) : json_t()},

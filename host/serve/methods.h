@@ -23,6 +23,8 @@ void add_edit_methods(Methods& methods, State& state);
 json_t told(State& state, const edit::outcome_t& outcome);
 /// evaluate, value, run.*
 void add_run_methods(Methods& methods, State& state, Execution& execution);
+/// explain, generate, export
+void add_deliver_methods(Methods& methods, State& state, Execution& execution);
 /// What `hello` answers.
 json_t greeting(const Methods& methods, const State& state);
 /// What `findings` answers.
@@ -30,7 +32,6 @@ json_t findings_json(const open_t& open);
 /// The comments of a level as `view` shows them.
 json_t comments_json(const edit::Editor& editor, const std::string& level);
 /// Opens a file of the folder; see `open` in docs/protocol.md.
-/// Answers what is told of unsaved drawings that were recovered, null for none.
-json_t open_file(State& state, const std::string& file, bool create, bool recover);
+void open_file(State& state, const std::string& file, bool create, bool recover);
 
 }  // namespace zarn::serve

@@ -45,22 +45,24 @@ json_t greeting(const Methods& methods, const State& state) {
             {"revision", open != nullptr ? open->revision() : 0},
             {"modified", open != nullptr && open->editor != nullptr && open->editor->modified()},
             {"evaluates", state.evaluates()},
+            {"recovered", open != nullptr ? open->recovered : json_t()},
             {"methods", methods.names()},
             {"features",
              {{"edit", open != nullptr && open->editor != nullptr},
               {"run", true},
               {"evaluate", true},
-              {"export", {"c", "py"}}}}};
+              {"generate", {"c", "py"}},
+              {"export", {"c"}}}}};
 }
 
-json_t open_file(State& state, const std::string& file, bool create, bool recover) {
+void open_file(State& state, const std::string& file, bool create, bool recover) {
     const auto path = state.folder.at(file);
     auto open = std::make_unique<open_t>();
     open->file = state.folder.name_of(path);
     open->path = path;
     std::string text = read_text(path, open->file, create);
     open->keeper = std::make_unique<edit::Keeper>(path, text);
-    json_t recovered;
+    json_t& recovered = open->recovered;
     if (const auto kept = open->keeper->kept()) {
         if (recover) {
             text = kept->text;
@@ -87,12 +89,12 @@ json_t open_file(State& state, const std::string& file, bool create, bool recove
         open->fixed_text = std::move(text);
     }
     if (state.open != nullptr) state.notify("closed", {{"file", state.open->file}});
-    if (open->editor != nullptr && (!recovered.is_null() || create)) open->editor->mark_unsaved();
+    const bool is_new = create && open->keeper->disk() == edit::disk_t::same && !std::filesystem::exists(path);
+    if (open->editor != nullptr && (!recovered.is_null() || is_new)) open->editor->mark_unsaved();
     state.open = std::move(open);
     state.on_open();
     state.open->kept = state.open->revision();
     state.check();
-    return recovered;
 }
 
 void add_open_methods(Methods& methods, State& state) {
@@ -104,10 +106,8 @@ void add_open_methods(Methods& methods, State& state) {
     methods.add("open", {"file", "create", "recover"}, [&](const Params& params) {
         const std::lock_guard lock(state.mutex);
         keep_unsaved(state);  // of the model before
-        json_t recovered = open_file(state, params.text("file"), params.flag("create"), params.flag("recover", true));
-        json_t answer = greeting(methods, state);
-        answer["recovered"] = std::move(recovered);
-        return answer;
+        open_file(state, params.text("file"), params.flag("create"), params.flag("recover", true));
+        return greeting(methods, state);
     });
     methods.add("classes", {}, [](const Params&) { return class_table(); });
     methods.add("stylesheet", {}, [](const Params&) { return json_t{{"css", draw::stylesheet()}}; });

@@ -24,6 +24,7 @@ struct Service::impl_t {
         add_edit_methods(methods, state);
         add_file_methods(methods, state);
         add_run_methods(methods, state, execution);
+        add_deliver_methods(methods, state, execution);
         if (!setup.file.empty()) {
             const std::lock_guard lock(state.mutex);
             try {

@@ -54,6 +54,19 @@ void take(verdict_t& verdict, draw::Diagram& diagram, const analysis_t& analysis
     verdict.remarks = diagram.remarks;
 }
 
+/// What the checks say of expressions in the words of the command, without the options that only that has.
+void speak_of_evaluating(verdict_t& verdict) {
+    constexpr std::string_view option = ": -w FILE.py";
+    for (found_t& found : verdict.findings) {
+        finding_t& f = found.finding;
+        if (f.code != "Z402") continue;
+        if (f.what.ends_with(option)) f.what.resize(f.what.size() - option.size());
+        f.mend = "agree to evaluating the expressions";
+    }
+    for (std::string& remark : verdict.remarks)
+        if (const auto at = remark.find(": -w FILE.py"); at != std::string::npos) remark.resize(at);
+}
+
 /// A finding about the file as a whole.
 found_t about_file(const std::string& shown, const std::string& what) {
     found_t found;
@@ -103,6 +116,7 @@ verdict_t judge(const sheet_t& sheet, std::shared_ptr<python::IPythonWrap> bridg
     take(verdict, diagram, analysis, std::move(findings));
     for (found_t& found : verdict.findings)
         if (found.finding.file == document.main().shown()) found.finding.file = sheet.shown;
+    if (!verdict.evaluated) speak_of_evaluating(verdict);
     return verdict;
 }
 
