@@ -65,8 +65,11 @@ int serve_lines(const serve_options_t& options) {
     std::mutex writing;
     const auto put = [&writing](const std::string& text) {
         const std::lock_guard lock(writing);
-        out(text + "\n");
-        flush_out();
+        try {
+            out(text + "\n");
+            flush_out();
+        } catch (const SessionError&) {  // nobody reads any more; the end of the input ends it
+        }
     };
     auto setup = setup_of(options.model);
     setup.tell = put;

@@ -5,9 +5,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
-#include <algorithm>
 #include <sstream>
 
 #include "core/format.h"
@@ -25,7 +25,8 @@ constexpr std::chrono::milliseconds longest_generation{300'000};
 json_t explain(State& state, const Params& params) {
     const open_t& open = state.model();
     const std::size_t block = open.views.handles().block(params.text("block"));
-    if (block == draw::none) throw RpcError(error_t::refused, tessel::format("there is no block {}", params.text("block")));
+    if (block == draw::none)
+        throw RpcError(error_t::refused, tessel::format("there is no block {}", params.text("block")));
     session_setup_t setup;
     setup.model = open.path.string();
     setup.folder = state.folder.path();
@@ -41,7 +42,8 @@ json_t explain(State& state, const Params& params) {
     std::ostringstream text;
     for (const stepped_t* one : blocks) explanation.print_block(*one, text);
     json_t order = json_t::parse(explanation.json(open.file, blocks), nullptr, false);
-    return {{"text", text.str()}, {"order", order.is_object() && order.contains("order") ? order["order"] : json_t::array()}};
+    return {{"text", text.str()},
+            {"order", order.is_object() && order.contains("order") ? order["order"] : json_t::array()}};
 }
 
 /// Runs a verb of this command on the saved file.
@@ -49,8 +51,8 @@ json_t deliver(State& state, Execution& execution, const Params& params, std::un
                const char* verb) {
     const std::string form = params.text("form"), folder = params.text("folder");
     open_t& open = state.model();
-    const std::vector<std::string> forms = std::string_view(verb) == "generate" ? std::vector<std::string>{"c", "py"}
-                                                                               : std::vector<std::string>{"c"};
+    const std::vector<std::string> forms =
+        std::string_view(verb) == "generate" ? std::vector<std::string>{"c", "py"} : std::vector<std::string>{"c"};
     if (std::ranges::find(forms, form) == forms.end())
         throw RpcError(error_t::refused, tessel::format("there is no form \"{}\"", form));
     if (open.editor != nullptr && open.editor->modified())

@@ -187,8 +187,8 @@ json_t findings_json(const open_t& open) {
         if (open.verdict.revision != open.revision()) continue;
         const std::size_t place = list.size() - 1;
         for (const mend_t& mend : mends_of(open, found))
-            mends.push_back({{"title", mend.title},
-                             {"mend", tessel::format("{}.{}.{}", open.revision(), place, mends.size())}});
+            mends.push_back(
+                {{"title", mend.title}, {"mend", tessel::format("{}.{}.{}", open.revision(), place, mends.size())}});
     }
     return {{"revision", open.revision()},
             {"checked", open.judged ? json_t(open.verdict.revision) : json_t()},

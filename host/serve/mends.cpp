@@ -102,10 +102,8 @@ mends_t number_anew(const about_t& about) {
             taken.insert(other.port_number);
     int number = 0;
     while (taken.contains(number)) ++number;
-    return {{tessel::format("give it the number {}", number), only({{"op", "set_parameter"},
-                                                                    {"block", about.found.block},
-                                                                    {"key", "portNumber"},
-                                                                    {"value", number}})}};
+    return {{tessel::format("give it the number {}", number),
+             only({{"op", "set_parameter"}, {"block", about.found.block}, {"key", "portNumber"}, {"value", number}})}};
 }
 
 mends_t choose_word(const about_t& about) {
@@ -114,9 +112,9 @@ mends_t choose_word(const about_t& about) {
     for (const tessel::parameter_traits_t& parameter : about.at().traits->parameters)
         for (const tessel::word_t& word : parameter.words)
             mends.push_back({tessel::format("{} = {}", parameter.key, word.word), only({{"op", "set_parameter"},
-                                                                                       {"block", about.found.block},
-                                                                                       {"key", parameter.key},
-                                                                                       {"value", word.word}})});
+                                                                                        {"block", about.found.block},
+                                                                                        {"key", parameter.key},
+                                                                                        {"value", word.word}})});
     return mends;
 }
 
@@ -133,10 +131,10 @@ mends_t step_length(const about_t&) {
 
 std::vector<mend_t> mends_of(const open_t& open, const found_t& found) {
     static const std::map<std::string, mends_t (*)(const about_t&)> ways{
-        {"Z109", drop_key},     {"Z116", step_length},     {"Z202", remove_wire}, {"Z203", remove_wire},
-        {"Z204", remove_wire},  {"Z205", number_anew},     {"Z212", remove_block}, {"Z213", remove_wire},
-        {"Z217", break_loop},   {"Z408", choose_word},     {"Z501", name_identifier},
-        {"Z502", name_anew},    {"Z503", name_anew},
+        {"Z109", drop_key},    {"Z116", step_length}, {"Z202", remove_wire},     {"Z203", remove_wire},
+        {"Z204", remove_wire}, {"Z205", number_anew}, {"Z212", remove_block},    {"Z213", remove_wire},
+        {"Z217", break_loop},  {"Z408", choose_word}, {"Z501", name_identifier}, {"Z502", name_anew},
+        {"Z503", name_anew},
     };
     const auto way = ways.find(found.finding.code);
     if (way == ways.end() || open.editor == nullptr || found.block.find('/') != std::string::npos ||

@@ -1,6 +1,7 @@
 #include "host/serve/service.h"
 
 #include <chrono>
+#include <csignal>
 #include <thread>
 
 #include "host/serve/execution.h"
@@ -11,6 +12,7 @@ namespace zarn::serve {
 
 struct Service::impl_t {
     explicit impl_t(service_setup_t setup) : state(setup.folder, setup.version, std::move(setup.tell)) {
+        std::signal(SIGPIPE, SIG_IGN);  // a worker that is gone is told by what it does not answer
         state.on_open = [this] { execution.forget(); };
         state.evaluates = [this] { return execution.allowed(); };
         state.script_saved = [this] {

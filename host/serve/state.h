@@ -25,7 +25,7 @@ struct open_t {
     std::string file;            ///< relative to the folder
     std::filesystem::path path;  ///< absolute, links resolved
     std::unique_ptr<edit::Keeper> keeper;
-    json_t recovered;                      ///< what was taken from the side file when it was opened
+    json_t recovered;                             ///< what was taken from the side file when it was opened
     std::optional<std::uint64_t> kept;            ///< the revision that the side file, or the file, has
     edit::disk_t told_disk = edit::disk_t::same;  ///< what was told of the file last
     std::unique_ptr<edit::Editor> editor;         ///< null for a text that cannot be edited

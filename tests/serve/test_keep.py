@@ -114,6 +114,7 @@ class Keep(Case):
     def test_a_file_that_others_change_is_read_anew(self):
         model = self.model()
         service = self.serve(model)
+        service("hello")  # it is open
         model.write_text(model.read_text().replace('"two"', '"theirs"'))
         self.eventually(lambda: service("block", block="3000000000000001")["name"] == "theirs")
 
