@@ -30,13 +30,14 @@ class Worker(Case):
 
     def test_a_division_fault_ends_the_run_only(self):
         model = self.write("fault.json", ("constant", {"expression": "-2147483648"}),
-                           ("step", {"initialValue": "1", "finalValue": "-1", "stepTime": "0.5"}),
-                           ("mod", {"inportCount": 2}), ("display", {}), links=((1, 3, 0), (2, 3, 1), (3, 4, 0)))
+                           ("step", {"initialValue": "1.0", "finalValue": "-1.0", "stepTime": "0.5"}),
+                           ("cast", {"type": "int32", "inportCount": 1, "outportCount": 1}), ("mod", {"inportCount": 2}),
+                           ("display", {}), links=((1, 4, 0), (2, 3, 0), (3, 4, 1), (4, 5, 0)))
         service = self.serve(model)
         service("run.start")
         state = self.ended(service)
         self.assertEqual(state["state"], "failed")
-        self.assertIn("b3", state["message"])
+        self.assertIn("divide fault", state["message"])
         self.assertEqual(service("hello")["file"], "fault.json")
         self.assertEqual(service.ask("run.data", signal=0)["error"]["code"], 6)
 
