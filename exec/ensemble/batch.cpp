@@ -73,6 +73,7 @@ void Batch::fill_lists(std::span<const std::uint64_t> values) {
 void Batch::fill(std::span<const std::uint64_t> values) {
     const std::size_t count = frame_.lanes[0];
     for (const content_t& content : program_.contents) {
+        if (content.kept && filled_) continue;
         std::byte* row = frame_.base + content.row;
         if (content.place < 0) {
             repeat(row, content.bits, content.size, content.single ? chunk : program_.lanes);
@@ -83,6 +84,7 @@ void Batch::fill(std::span<const std::uint64_t> values) {
                         &values[static_cast<std::size_t>(content.place) * count + std::min(lane, count - 1)],
                         content.size);
     }
+    filled_ = true;
     fill_lists(values);
     std::ranges::fill(faults_, fault_t{});
 }

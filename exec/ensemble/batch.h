@@ -64,6 +64,7 @@ private:
     std::vector<list_rows_t> lists_;
     std::vector<fault_t> faults_;
     frame_t frame_{};
+    bool filled_ = false;
 };
 
 }  // namespace tessel::ensemble

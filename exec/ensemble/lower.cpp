@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "exec/ensemble/layout.h"
 #include "exec/ensemble/lines.h"
 #include "exec/ensemble/shape.h"
 
@@ -16,14 +17,6 @@ namespace {
 using number_t = std::int32_t;
 using kind_t = line_t::kind_t;
 std::size_t at(number_t i) noexcept { return static_cast<std::size_t>(i); }
-
-/// A value on its way: where it is, and what is known of it.
-struct row_t {
-    std::uint32_t place = no_place;
-    type_t type = type_unknown;
-    bool wide = false;   // has a value for each lane
-    bool fixed = false;  // does not change in a run: every lane of its row holds it
-};
 
 /// Which operands of an operation are rows, as bits; the others are lists.
 constexpr std::uint8_t row_operands(op_t op) noexcept {
@@ -42,23 +35,21 @@ public:
         : members_(model.members),
           request_(request),
           shape_(shape_of(model, request.places, request.signals, request.apart)),
-          rows_(members_.size()) {
-        program_.lanes = lanes;
-        program_.places = request.places.size();
-        program_.time = take_row(type_flt64, true);
-        for (std::size_t i = 0; i < request.places.size(); ++i)
-            varied_.emplace(request.places[i], static_cast<number_t>(i));
+          program_(with_lanes(lanes, request.places.size())),
+          layout_(model, shape_, request.places, request.signals, program_),
+          taps_(shape_.components) {
+        for (std::size_t i = 0; i < request.signals.size(); ++i)
+            taps_[shape_.component[at(request.signals[i].member)]].push_back(i);
     }
 
     program_t lower() {
-        for (std::size_t i = 0; i < members_.size(); ++i) make_rows(static_cast<number_t>(i));
         lower_starts();
         std::vector<std::vector<number_t>> members(shape_.components);
         for (std::size_t i = 0; i < members_.size(); ++i)
             members[shape_.component[i]].push_back(static_cast<number_t>(i));
         for (const auto& own : members) lower_component(own);
-        program_.fixed = fixed_.finish(request_.isa, [this](std::size_t n) { return scratch(n); });
-        program_.bytes = bytes_;
+        program_.fixed = fixed_.finish(request_.isa, [this](std::size_t n) { return layout_.scratch(n); });
+        program_.bytes = layout_.bytes();
         return std::move(program_);
     }
 
@@ -66,82 +57,11 @@ public:
     std::size_t largest_component() const noexcept { return largest_; }
 
 private:
-    struct rows_t {  // of a member
-        row_t output, sampled;
-        std::vector<row_t> states, parameters;
-        std::vector<number_t> lists;
-        std::uint32_t ran = no_place;
-        bool ran_single = true;
-        bool tapped = false, tapped_input = false;
-    };
-
-    // ---- rows and what they hold before a run
-    std::uint32_t take_row(type_t type, bool single) {
-        const std::size_t lanes = single ? chunk : program_.lanes;
-        const auto place = static_cast<std::uint32_t>(bytes_);
-        bytes_ += (lanes * size_of(type) + alignment - 1) / alignment * alignment;
-        if (bytes_ >= first_temporary) throw std::length_error("a batch of this model takes more than 2 GiB");
-        return place;
-    }
-    std::uint32_t scratch(std::size_t n) {
-        while (scratch_.size() <= n) scratch_.push_back(take_row(type_flt64, false));
-        return scratch_[n];
-    }
-    /// A row that holds what a place of a formula has, in each variant its own.
-    row_t held_row(const place_t& place, type_t type, bool wide, bool fixed) {
-        const row_t row{take_row(type, !wide && !fixed), type, wide, fixed};
-        const auto found = varied_.find(place);
-        program_.contents.push_back({row.place, static_cast<std::uint8_t>(size_of(type)), !wide && !fixed,
-                                     found != varied_.end() ? found->second : -1,
-                                     value_at(members_[at(place.member)].formula, place)});
-        return row;
-    }
-    bool is_varied(const place_t& place) const { return varied_.contains(place); }
-    row_t constant(type_t type, std::uint64_t bits) {
-        const auto [found, is_new] = constants_.try_emplace({type, bits});
-        if (is_new) {
-            found->second = {take_row(type, false), type, false, true};
-            program_.contents.push_back(
-                {found->second.place, static_cast<std::uint8_t>(size_of(type)), false, -1, bits});
-        }
-        return found->second;
-    }
-
-    void make_rows(number_t m) {
-        const formula_t& f = members_[at(m)].formula;
-        rows_t& rows = rows_[at(m)];
-        const bool wide = shape_.varied[at(m)];
-        for (const signal_t& signal : request_.signals)
-            if (signal.member == m) (signal.input ? rows.tapped_input : rows.tapped) = true;
-        for (std::uint32_t i = 0; i < f.parameters.size(); ++i) {
-            const place_t place{m, part_t::parameter, i};
-            const auto [name, type, bits] = f.parameters[i];
-            rows.parameters.push_back(is_varied(place) ? held_row(place, type, true, true) : constant(type, bits));
-        }
-        for (std::uint32_t i = 0; i < f.states.size(); ++i)
-            rows.states.push_back(held_row({m, part_t::state, i}, f.states[i].type, wide, false));
-        if (shape_.held[at(m)]) rows.output = rows.parameters[f.at(f.output.next).bits];
-        else if (f.has_output() && shape_.alias[at(m)] < 0)
-            rows.output = held_row({m, part_t::output}, f.output.type, wide, false);
-        for (std::uint32_t i = 0; i < f.lists.size(); ++i) {
-            list_content_t content{f.lists[i].values, {}};
-            for (std::uint32_t k = 0; k < content.values.size(); ++k)
-                if (const auto found = varied_.find({m, part_t::list, i, k}); found != varied_.end())
-                    content.varied.emplace_back(k, found->second);
-            rows.lists.push_back(static_cast<number_t>(program_.lists.size()));
-            program_.lists.push_back(std::move(content));
-        }
-        if (!f.inputs.empty() && (shape_.gates[at(m)] || rows.tapped_input)) {
-            rows.sampled = {take_row(f.inputs[0].type, !wide), f.inputs[0].type, wide, false};
-            program_.contents.push_back(
-                {rows.sampled.place, static_cast<std::uint8_t>(size_of(f.inputs[0].type)), !wide, -1, 0});
-        }
-    }
-
-    /// What an output's readers read.
-    row_t output_of(number_t m) const {
-        const number_t alias = shape_.alias[at(m)];
-        return rows_[at(alias >= 0 ? alias : m)].output;
+    static program_t with_lanes(std::size_t lanes, std::size_t places) {
+        program_t program;
+        program.lanes = lanes;
+        program.places = places;
+        return program;
     }
 
     // ---- lines
@@ -192,7 +112,7 @@ private:
         line.kernel = special_kernel(op, type, lists);
         line.i.member = member_;
         if (result.fixed) {
-            line.i.out = result.place = take_row(type, false);
+            line.i.out = result.place = layout_.take_row(type, false);
             fixed_.add(line);
         } else {
             line.i.out = result.place = lines_.new_temporary();
@@ -218,7 +138,7 @@ private:
         return row.type == type ? row : operation(op_t::convert, type, std::span(&row, 1), {});
     }
     row_t fed(std::size_t number) {
-        while (program_.fed.size() <= number) program_.fed.push_back(take_row(type_flt64, true));
+        while (program_.fed.size() <= number) program_.fed.push_back(layout_.take_row(type_flt64, true));
         return {program_.fed[number], type_flt64, false, false};
     }
     row_t input(number_t m, std::uint64_t index) {
@@ -226,7 +146,7 @@ private:
         const type_t type = member.formula.inputs[index].type;
         const number_t source = member.sources[index];
         if (source < -1) return converted(fed(at(-2 - source)), type);
-        return source < 0 ? constant(type, 0) : converted(output_of(source), type);
+        return source < 0 ? layout_.constant(type, 0) : converted(layout_.output_of(source), type);
     }
 
     /// The values of a member's formula that the roots need, in `values_`.
@@ -248,9 +168,9 @@ private:
     }
 
     row_t value(number_t m, const value_t& v) {
-        const rows_t& rows = rows_[at(m)];
+        const member_rows_t& rows = layout_.of(m);
         switch (v.op) {
-            case op_t::constant: return constant(v.type, v.bits);
+            case op_t::constant: return layout_.constant(v.type, v.bits);
             case op_t::input: return input(m, v.bits);
             case op_t::parameter: return rows.parameters[v.bits];
             case op_t::state: return rows.states[v.bits];
@@ -275,7 +195,7 @@ private:
         const row_t index = values_[at(v.of[0])];
         row_t result = values_[at(v.of[1])];
         for (std::size_t k = 2; k < v.of.size(); ++k) {
-            const row_t wanted = constant(type_int8, bits_of(static_cast<std::int8_t>(k - 2)));
+            const row_t wanted = layout_.constant(type_int8, bits_of(static_cast<std::int8_t>(k - 2)));
             const row_t is[] = {operation(op_t::equal, type_bool, std::array{index, wanted}, {}), values_[at(v.of[k])],
                                 result};
             result = select(is, v.type);
@@ -289,7 +209,7 @@ private:
     template <class Number>
     void settle(number_t m, bool some, Number number) {
         const formula_t& f = members_[at(m)].formula;
-        rows_t& rows = rows_[at(m)];
+        member_rows_t& rows = layout_.of(m);
         std::vector<std::pair<row_t, number_t>> targets;
         for (std::size_t i = 0; i < f.states.size(); ++i)
             if (number(f.states[i]) >= 0) targets.emplace_back(rows.states[i], number(f.states[i]));
@@ -326,7 +246,7 @@ private:
 
     void lower_member(number_t m, bool some) {
         const formula_t& f = members_[at(m)].formula;
-        rows_t& rows = rows_[at(m)];
+        member_rows_t& rows = layout_.of(m);
         member_ = m;
         if (rows.sampled.place != no_place && members_[at(m)].sources[0] != -1) move(rows.sampled, input(m, 0), some);
         if (!f.has_output() || shape_.held[at(m)] || shape_.alias[at(m)] >= 0) return;
@@ -335,7 +255,7 @@ private:
 
     void lower_component(const std::vector<number_t>& members) {
         component_t component;
-        const std::size_t before = bytes_;
+        const std::size_t before = layout_.bytes();
         component.segments.begin = static_cast<std::uint32_t>(program_.segments.size());
         for (std::size_t begin = 0; begin < members.size();) {
             std::size_t end = begin + 1;
@@ -344,15 +264,15 @@ private:
             begin = end;
         }
         component.segments.end = static_cast<std::uint32_t>(program_.segments.size());
-        std::size_t own = bytes_ - before;
+        std::size_t own = layout_.bytes() - before;
         for (const number_t m : members) {
-            if (const row_t& flag = rows_[at(m)].sampled; shape_.gates[at(m)])
+            if (const row_t& flag = layout_.of(m).sampled; shape_.gates[at(m)])
                 component.flags.push_back({flag.place, static_cast<std::uint32_t>(flag.wide ? program_.lanes : chunk)});
-            const auto& states = rows_[at(m)].states;
+            const auto& states = layout_.of(m).states;
             own += (states.size() + 1) * (shape_.varied[at(m)] ? program_.lanes : chunk) * 8;
         }
         largest_ = std::max(largest_, own);
-        append_taps(component, members);
+        append_taps(component, shape_.component[at(members[0])]);
         program_.components.push_back(std::move(component));
     }
 
@@ -361,14 +281,14 @@ private:
         const number_t gate = members_[at(members[0])].gate;
         bool differs = false;
         if (gate >= 0) {
-            const row_t& flag = rows_[at(gate)].sampled;
+            const row_t& flag = layout_.of(gate).sampled;
             segment.flag = flag.place;
             segment.single = !flag.wide;
             differs = flag.wide;
             for (const number_t m : members) {
-                rows_t& rows = rows_[at(m)];
+                member_rows_t& rows = layout_.of(m);
                 if (!rows.tapped && !rows.tapped_input) continue;
-                if (segment.ran == no_place) segment.ran = take_row(type_bool, segment.single);
+                if (segment.ran == no_place) segment.ran = layout_.take_row(type_bool, segment.single);
                 rows.ran = segment.ran;
                 rows.ran_single = segment.single;
             }
@@ -388,11 +308,10 @@ private:
         return {begin, static_cast<std::uint32_t>(program_.code.size())};
     }
 
-    void append_taps(component_t& component, const std::vector<number_t>& members) const {
-        for (std::size_t i = 0; i < request_.signals.size(); ++i) {
+    void append_taps(component_t& component, std::uint32_t number) const {
+        for (const std::size_t i : taps_[number]) {
             const signal_t& signal = request_.signals[i];
-            if (!std::ranges::binary_search(members, signal.member)) continue;
-            const rows_t& rows = rows_[at(signal.member)];
+            const member_rows_t& rows = layout_.of(signal.member);
             const row_t& row = signal.input ? rows.sampled : rows.output;
             component.taps.push_back({i, row.place, row.type, !row.wide && !row.fixed, rows.ran, rows.ran_single});
         }
@@ -404,19 +323,17 @@ private:
     }
     std::vector<instr_t> end_stretch() {
         lines_.join();
-        return lines_.finish(request_.isa, [this](std::size_t n) { return scratch(n); });
+        return lines_.finish(request_.isa, [this](std::size_t n) { return layout_.scratch(n); });
     }
 
     const std::vector<member_t>& members_;
     const request_t& request_;
     shape_t shape_;
-    std::vector<rows_t> rows_;
     program_t program_;
-    std::size_t bytes_ = 0, largest_ = 0;
-    std::map<place_t, number_t> varied_;
-    std::map<std::pair<type_t, std::uint64_t>, row_t> constants_;
+    Layout layout_;
+    std::vector<std::vector<std::size_t>> taps_;  // signals of each component
+    std::size_t largest_ = 0;
     std::map<std::pair<number_t, std::size_t>, row_t> known_;  // fixed values of formulas
-    std::vector<std::uint32_t> scratch_;
     Lines lines_, fixed_;
     std::map<std::uint32_t, std::uint32_t> spread_;  // of this stretch: rows of single values in all lanes
     std::vector<row_t> values_;                      // of the formula at hand

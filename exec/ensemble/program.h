@@ -64,6 +64,7 @@ struct content_t {
     bool single;
     std::int32_t place;  // among the varied ones, -1 for none
     std::uint64_t bits;
+    bool kept = false;  // nothing writes to it: what one batch has, the next one has
 };
 
 struct list_content_t {

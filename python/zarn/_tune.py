@@ -41,6 +41,7 @@ class Tuner:
             seed=self.seed,
             popsize=size,
             maxiter=generations,
+            tol=1e-5,
             polish=False,
             vectorized=True,
             updating="deferred",
