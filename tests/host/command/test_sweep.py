@@ -1,6 +1,7 @@
 """zarn sweep: the same numbers as runs of their own, whatever ends a sweep in the middle."""
 
 import csv
+import itertools
 import json
 import math
 import signal
@@ -154,6 +155,28 @@ class Whole(SweepTest):
             speed = [float(list(r.values())[1]) for r in self.rows("r.csv")]
             self.assertEqual(float(rows[variant]["peak"]), max(speed))
             self.assertEqual(float(rows[variant]["end"]), speed[-1])
+
+    def test_memories_in_a_row_delay_as_in_a_run(self):
+        for order in itertools.permutations(range(3)):
+            model = Model(tf=1.0, ts=0.1)
+            clock = model.add("time", "clock")
+            made = {place: model.add("memory", f"z{place}", inputs=1) for place in order}
+            factor = model.add("constant", "factor", expression="k")
+            product = model.add("multiply", "product", inputs=2)
+            total = model.add("add", "total", inputs=2)
+            model.chain(clock, made[0], made[1], made[2], product)
+            model.link(factor, product, 1)
+            model.link(product, total, 0)
+            model.link(made[1], total, 1)
+            model.link(total, model.add("outport", "out", inputs=1, portNumber=0))
+            self.write("m.json", model.text())
+            self.sweep("m.json", "-q", "--vary", "k=2.0,3.0", "--measure", "y=integral(out)", "-o", "o.csv")
+            for row in self.rows("o.csv"):
+                self.check("run", "m.json", "-q", "-e", f"k = {row['k']}", "--probe", "out", "-o", "r.csv")
+                wanted = 0.0
+                for r in self.rows("r.csv"):
+                    wanted += float(r["mainsys.out"]) * 0.1
+                self.assertEqual(float(row["y"]), wanted, order)
 
     def test_signals_go_to_npz(self):
         import numpy
