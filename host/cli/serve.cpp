@@ -134,8 +134,10 @@ int work() {
         run_scripts(*interpreter, scripts);
         return std::shared_ptr<python::IPythonWrap>(interpreter, &interpreter->bridge());
     };
-    setup.guard = [](Session& session, Run& run) -> std::shared_ptr<void> {
-        return std::make_shared<FaultGuard>(session.setup().model, session.model(), run.model());
+    setup.guard = [](Session& session, Run& run) {
+        auto guard = std::make_shared<FaultGuard>(session.setup().model, session.model(), run.model());
+        const bool looks = guard->looks_at_cells();
+        return serve::Runner::watch_t{std::move(guard), looks};
     };
     serve::work(setup);
     flush_out();

@@ -11,6 +11,7 @@
 #include "host/draw/diagram.h"
 #include "host/draw/symbols.h"
 #include "host/edit/editor.h"
+#include "host/edit/structure.h"
 
 namespace zarn::edit {
 namespace {
@@ -22,8 +23,7 @@ const tessel::class_row_t* row_of(const std::string& class_name) {
     return row != nullptr && class_name == row->name ? row : nullptr;
 }
 
-bool is_subsystem(const item_t& item) { return item.class_name == "subsys" || item.class_name == "subsystem"; }
-bool is_reference(const item_t& item) { return item.class_name == "refsys"; }
+bool is_reference(const item_t& item) { return item.class_name == reference_class; }
 
 int number_in(const std::string& text, int otherwise) {
     const auto number = tessel::str::to_double(text);
@@ -71,7 +71,7 @@ std::uint64_t Editor::level_id(const std::string& level) const {
     const item_t& item = sheet_.item(list_t::blocks, block_at(level));
     if (is_reference(item))
         throw Refusal("the level is the content of another file, which is referred to", "open that file to change it");
-    if (!is_subsystem(item)) throw Refusal(tessel::format("block {} is no subsystem", level));
+    if (!is_subsystem(item.class_name)) throw Refusal(tessel::format("block {} is no subsystem", level));
     return item.id;
 }
 
@@ -130,8 +130,8 @@ std::vector<int> first(int count) {
 
 std::vector<int> Editor::inputs_of(std::size_t block) const {
     const item_t& item = sheet_.item(list_t::blocks, block);
-    if (is_subsystem(item)) {
-        auto ports = inner_ports(block, "inport", "inportCount");
+    if (is_subsystem(item.class_name)) {
+        auto ports = inner_ports(block, inport_class, "inportCount");
         if (has_enable(item.id)) ports.push_back(draw::enable_port);
         return ports;
     }
@@ -144,8 +144,8 @@ std::vector<int> Editor::inputs_of(std::size_t block) const {
 
 std::vector<int> Editor::outputs_of(std::size_t block) const {
     const item_t& item = sheet_.item(list_t::blocks, block);
-    if (is_subsystem(item)) return inner_ports(block, "outport", "outportCount");
-    if (item.class_name == "enable") return {};
+    if (is_subsystem(item.class_name)) return inner_ports(block, outport_class, "outportCount");
+    if (item.class_name == gate_class) return {};
     const int written = number_in(member(block, "outportCount"), 0);
     const auto* row = row_of(item.class_name);
     if (row == nullptr || is_reference(item)) return first(written);
@@ -154,7 +154,7 @@ std::vector<int> Editor::outputs_of(std::size_t block) const {
 
 bool Editor::has_enable(std::uint64_t subsystem) const {
     return std::ranges::any_of(children_of(subsystem), [this](std::size_t inner) {
-        return sheet_.item(list_t::blocks, inner).class_name == "enable";
+        return sheet_.item(list_t::blocks, inner).class_name == gate_class;
     });
 }
 

@@ -8,6 +8,7 @@
 #include "core/str.h"
 #include "framework/classes.h"
 #include "host/edit/editor.h"
+#include "host/edit/structure.h"
 #include "host/edit/written.h"
 #include "host/reference/reference.h"
 
@@ -72,8 +73,8 @@ int Editor::next_port(std::uint64_t level, const std::string& class_name) const 
 
 /// Keeps the count of a subsystem's ports at that of the blocks which stand for them, after one came or went.
 void Editor::count_ports(std::uint64_t subsystem, const std::string& class_name, int by) {
-    const bool input = class_name == "inport";
-    if (subsystem == 0 || (!input && class_name != "outport")) return;
+    const bool input = class_name == inport_class;
+    if (subsystem == 0 || !is_relay(class_name)) return;
     const std::size_t around = sheet_.find_block(handle_of(subsystem));
     if (around == nowhere) return;
     const char* key = input ? "inportCount" : "outportCount";
@@ -132,7 +133,7 @@ std::string Editor::add_block(const new_block_t& block) {
     const std::uint64_t level = level_id(block.level);
     json_t object{{"name", block.name.empty() ? unused_name(level, block.class_name) : block.name}, {"id", new_id()}};
     if (level != 0) object["parent"] = level;
-    const bool subsystem = row.name == std::string_view("subsys") || row.name == std::string_view("refsys");
+    const bool subsystem = is_subsystem(row.name) || row.name == std::string_view(reference_class);
     const int inputs = checked_count(block.inputs.value_or(fewest_inputs(row)));
     const int outputs = checked_count(block.outputs.value_or(usual_outputs(row)));
     if (row.traits().input_count < 0 || subsystem) object["inportCount"] = inputs;
@@ -142,7 +143,7 @@ std::string Editor::add_block(const new_block_t& block) {
     if (block.height) geometry["height"] = number(*block.height);
     if (block.rotation) geometry["rotation"] = number(*block.rotation);
     object["geometry"] = std::move(geometry);
-    const bool relay = block.class_name == "inport" || block.class_name == "outport";
+    const bool relay = is_relay(block.class_name);
     if (relay && !block.parameters.contains("portNumber")) object["portNumber"] = next_port(level, block.class_name);
     for (const auto& [key, value] : block.parameters.items()) {
         require_parameter(value, key);

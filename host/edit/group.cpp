@@ -7,6 +7,7 @@
 #include "core/format.h"
 #include "core/str.h"
 #include "host/edit/editor.h"
+#include "host/edit/structure.h"
 
 namespace zarn::edit {
 namespace {
@@ -20,7 +21,7 @@ constexpr signal_t no_signal{0, 0};
 
 std::string Editor::signal_name(std::size_t block, int port) const {
     for (const std::size_t inner : children_of(sheet_.item(list_t::blocks, block).id)) {
-        if (sheet_.item(list_t::blocks, inner).class_name != "outport") continue;
+        if (sheet_.item(list_t::blocks, inner).class_name != outport_class) continue;
         if (tessel::str::to_double(content_of(member(inner, "portNumber"))) == port) return name_of(inner);
     }
     return name_of(block);
@@ -36,7 +37,7 @@ std::string Editor::group(const std::vector<std::string>& blocks, const std::str
     for (const std::size_t block : members) {
         const item_t& item = sheet_.item(list_t::blocks, block);
         if (item.parent != level) throw Refusal("the blocks are not all on one level");
-        for (const char* port : {"inport", "outport", "enable"})
+        for (const char* port : {inport_class, outport_class, gate_class})
             if (item.class_name == port && level != 0)
                 throw Refusal(tessel::format("{} stands for a port of the subsystem around", shown(block)),
                               "leave it out of the group");
@@ -44,7 +45,7 @@ std::string Editor::group(const std::vector<std::string>& blocks, const std::str
         ids.insert(item.id);
     }
     new_block_t made;
-    made.class_name = "subsys";
+    made.class_name = subsystem_class;
     made.level = handle_of(level);
     made.name = unused_name(level, name.empty() ? "group" : name);
     const std::string subsystem = add_block(made);
@@ -59,7 +60,7 @@ std::string Editor::group(const std::vector<std::string>& blocks, const std::str
         new_block_t port;
         port.class_name = class_name;
         port.level = subsystem;
-        const bool input = port.class_name == "inport";
+        const bool input = port.class_name == inport_class;
         const std::size_t source = sheet_.find_block(handle_of(signal.first));
         if (source != nowhere) port.name = unused_name(id, signal_name(source, signal.second));
         port.x = input ? all.x - port_gap : all.right() + port_gap / 2;
@@ -84,13 +85,13 @@ std::string Editor::group(const std::vector<std::string>& blocks, const std::str
         const signal_t signal{before.source, before.source_port};
         if (enters) {
             const bool first = !inputs.contains(signal);
-            const auto port = relay(inputs, signal, "inport");
+            const auto port = relay(inputs, signal, inport_class);
             add_link({port.second, 0}, {handle_of(before.target), before.target_port}, {}, "");
             if (first) retarget(link, {subsystem, port.first});
             else doubled.insert(link);  // the signal is led in once
         } else {
             const bool first = !outputs.contains(signal);
-            const auto port = relay(outputs, signal, "outport");
+            const auto port = relay(outputs, signal, outport_class);
             if (first) add_link({handle_of(before.source), before.source_port}, {port.second, 0}, {}, "");
             resource(link, {subsystem, port.first});
         }
@@ -113,7 +114,7 @@ std::string Editor::group(const std::vector<std::string>& blocks, const std::str
 void Editor::ungroup(const std::string& handle) {
     const std::size_t index = block_at(handle);
     const item_t around = sheet_.item(list_t::blocks, index);
-    if (around.class_name != "subsys" && around.class_name != "subsystem")
+    if (!is_subsystem(around.class_name))
         throw Refusal(tessel::format("{} is no subsystem of this file", shown(index)));
     if (has_enable(around.id))
         throw Refusal(tessel::format("{} has an enable input, which its blocks alone would not have", shown(index)),
@@ -126,14 +127,14 @@ void Editor::ungroup(const std::string& handle) {
     draw::Rect all;
     for (const std::size_t inner : children_of(id)) {
         const std::string& class_name = sheet_.item(list_t::blocks, inner).class_name;
-        if (class_name != "inport" && class_name != "outport") {
+        if (!is_relay(class_name)) {
             all = content.empty() ? place_of(inner) : all.joined(place_of(inner));
             content.push_back(inner);
             continue;
         }
         const int number =
             static_cast<int>(tessel::str::to_double(content_of(member(inner, "portNumber"))).value_or(-1));
-        (class_name == "inport" ? inports : outports).emplace(number, sheet_.item(list_t::blocks, inner).id);
+        (class_name == inport_class ? inports : outports).emplace(number, sheet_.item(list_t::blocks, inner).id);
         gone_blocks.insert(inner);
     }
     // signals that came in through a port, and those that leave through one

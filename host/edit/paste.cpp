@@ -6,6 +6,7 @@
 #include "core/format.h"
 #include "core/num.h"
 #include "host/edit/editor.h"
+#include "host/edit/structure.h"
 
 namespace zarn::edit {
 
@@ -50,7 +51,7 @@ std::vector<std::string> Editor::paste(const std::string& fragment, const std::s
         else if (!value_of(body, object, "parent").empty()) edit::set_member(body, object, "parent", "0");
         if (top[i]) {
             edit::set_member(body, object, "name", quoted_text(unused_name(id, source.name_of(i))));
-            const bool relay = blocks[i].class_name == "inport" || blocks[i].class_name == "outport";
+            const bool relay = is_relay(blocks[i].class_name);
             if (relay)
                 edit::set_member(body, object, "portNumber", std::to_string(next_port(id, blocks[i].class_name)));
         }

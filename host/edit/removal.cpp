@@ -6,6 +6,7 @@
 #include "core/format.h"
 #include "core/str.h"
 #include "host/edit/editor.h"
+#include "host/edit/structure.h"
 
 namespace zarn::edit {
 
@@ -67,12 +68,12 @@ void Editor::remove(const std::vector<std::string>& blocks, const std::vector<st
     std::vector<std::pair<std::uint64_t, std::string>> counted;
     for (const std::size_t index : named) {
         const item_t& block = all[index];
-        const bool input = block.class_name == "inport";
-        if (block.class_name == "enable" && block.parent != 0) {
+        const bool input = block.class_name == inport_class;
+        if (block.class_name == gate_class && block.parent != 0) {
             for (std::size_t i = 0; i < links.size(); ++i)
                 if (links[i].target == block.parent && links[i].target_port == -1) gone_links.insert(i);
         }
-        if ((!input && block.class_name != "outport") || block.parent == 0 || ids.contains(block.parent)) continue;
+        if (!is_relay(block.class_name) || block.parent == 0 || ids.contains(block.parent)) continue;
         const double number = tessel::str::to_double(content_of(member(index, "portNumber"))).value_or(-1);
         for (std::size_t i = 0; i < links.size(); ++i) {
             const bool there = input ? links[i].target == block.parent && links[i].target_port == number

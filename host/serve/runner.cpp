@@ -42,6 +42,7 @@ public:
     Pace(Runner& runner, std::unique_lock<std::mutex>& lock) : Watch(*runner.run_), runner_(runner), lock_(lock) {}
 
     void begin() { wait(); }
+    bool looks_at_cells() const noexcept override { return runner_.guard_.looks_at_cells; }
 
 protected:
     bool go_on(double t) noexcept override {

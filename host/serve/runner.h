@@ -31,7 +31,11 @@ class Runner {
 public:
     using tell_t = std::function<void(const char* method, json_t params)>;
     /// What stands guard while a run steps, such as against the processor's divide fault.
-    using guard_t = std::function<std::shared_ptr<void>(Session& session, Run& run)>;
+    struct watch_t {
+        std::shared_ptr<void> guard;
+        bool looks_at_cells = false;  ///< which the run must keep for it
+    };
+    using guard_t = std::function<watch_t(Session& session, Run& run)>;
 
     /// Checks and compiles the session's model, and begins to run it. Raises `SessionError`.
     Runner(std::shared_ptr<Session> session, const run_setup_t& setup, tell_t tell, const guard_t& guard);
@@ -75,7 +79,7 @@ private:
     std::unique_ptr<Run> run_;
     run_setup_t setup_;
     tell_t tell_;
-    std::shared_ptr<void> guard_;
+    watch_t guard_;
     json_t signals_, wires_;
     std::vector<std::uint64_t> told_;  // samples of each signal
     std::vector<double> times_;        // of steps, as far as they were asked for

@@ -7,6 +7,7 @@
 #include "core/format.h"
 #include "host/draw/figures.h"
 #include "host/draw/place.h"
+#include "host/edit/structure.h"
 #include "host/serve/rpc.h"
 
 namespace zarn::serve {
@@ -137,7 +138,7 @@ public:
                       {"level", handles_.of_block(level)}};
         answer["path"] = handles_.path_of(level);
         answer["title"] = diagram_.title;
-        const bool own_file = handles_.part_of(level) == 0 && !diagram_.blocks[level].is("refsys");
+        const bool own_file = handles_.part_of(level) == 0 && !diagram_.blocks[level].is(edit::reference_class);
         answer["file"] = own_file ? json_t(views_.file_) : json_t(reference_around(level));
         answer["editable"] = own_file;
         answer["breadcrumb"] = json_t::array();
@@ -191,7 +192,7 @@ private:
 
     std::string reference_around(std::size_t level) const {
         for (std::size_t i = level; i != 0; i = diagram_.blocks[i].parent)
-            if (diagram_.blocks[i].is("refsys")) return diagram_.blocks[i].parameter("path");
+            if (diagram_.blocks[i].is(edit::reference_class)) return diagram_.blocks[i].parameter("path");
         return views_.file_;
     }
 
@@ -217,7 +218,7 @@ private:
         const auto& names = *block.traits;
         one["inputs"] = ports_json(own.inputs, [&](const draw::Port& port) {
             const auto at = static_cast<std::size_t>(port.number);
-            if (port.number == draw::enable_port) return std::string("enable");
+            if (port.number == draw::enable_port) return std::string(edit::gate_class);
             if (!port.label.empty() || block.is_subsystem()) return port.label;
             return std::string(names.inputs.size() > at ? names.inputs.begin()[at].name : "");
         });
@@ -230,7 +231,7 @@ private:
         const auto problem = views_.problems_.find(handle);
         one["problem"] = problem != views_.problems_.end() ? json_t(severity_name(problem->second)) : json_t();
         one["inside"] = block.is_subsystem() ? json_t(handle) : json_t();
-        one["reference"] = block.is("refsys") ? json_t(block.parameter("path")) : json_t();
+        one["reference"] = block.is(edit::reference_class) ? json_t(block.parameter("path")) : json_t();
         one["hint"] = draw::tooltip_of(diagram_, node.block);
         return one;
     }

@@ -37,7 +37,7 @@ class Worker(Case):
         service("run.start")
         state = self.ended(service)
         self.assertEqual(state["state"], "failed")
-        self.assertIn("divide fault", state["message"])
+        self.assertIn("b4", state["message"])
         self.assertEqual(service("hello")["file"], "fault.json")
         self.assertEqual(service.ask("run.data", signal=0)["error"]["code"], 6)
 
