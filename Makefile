@@ -56,9 +56,11 @@ VERIFY_PACKAGES = clang libclang-rt-dev tcc qemu-user qemu-system-arm \
 
 verify: build
 	@tools/setup.sh $(VERIFY_PACKAGES) || echo "make verify: goes on without some of $(VERIFY_PACKAGES)" >&2
-	@cmake --build $(BUILD) --target test_verify -j $(JOBS)
+	@cmake --build $(BUILD) --target test_verify random_models -j $(JOBS)
 	tools/verify.sh $(BUILD) --exact-only
 	ZARN_SEEDS=150 $(BUILD)/tests/verify/test_verify --gtest_filter='Native.Computes*' --gtest_brief=1
+	cd tests/fmu && ZARN=$(abspath $(BUILD))/zarn ZARN_RANDOM_MODELS=$(abspath $(BUILD))/tests/fmu/random_models \
+	    ZARN_FMU_MODELS=100 ZARN_SEED=1000 /usr/bin/python3 -B -m unittest test_fmu.RandomModels
 
 # what CI has the time for: a processor of 64 bits, and one without an operating system
 verify-quick: build

@@ -6,11 +6,13 @@ from __future__ import annotations
 import contextlib
 import ctypes
 import math
+import pathlib
 import struct
 import subprocess
 import sys
 from collections.abc import Callable, Iterator
 from ctypes import c_bool, c_double, c_int, c_size_t, c_uint32, c_void_p
+from functools import partial
 from typing import Any
 
 from description import Description, Variable
@@ -151,7 +153,7 @@ class Checks:
                 self.refuse(f"{name} once terminated", one, call, "once terminated")
             for variable in self.description.of("input")[:1] + self.description.of("parameter")[:1]:
                 value = one.get(variable)
-                self.refuse("Set once terminated", one, lambda v=variable, x=value: one.set(v, x), "once terminated")
+                self.refuse("Set once terminated", one, partial(one.set, variable, value), "once terminated")
             self.check_null()
             if not any("Initialization" in text for status, text in one.log if status == 0):
                 self.problems.append("logging: says nothing of modes")
@@ -175,7 +177,7 @@ class Checks:
                 ("another point", size, start + 3 * size), ("a point that is none", size, math.nan),
                 ("beyond the stop time", 11 * size, None),
             ):  # fmt: skip
-                self.refuse(what, one, lambda s=step, p=point: one.step(s, p))
+                self.refuse(what, one, partial(one.step, step, point))
             with instance(self.library, name="two") as two:
                 two.begin()
                 one.step(4 * size)
@@ -194,15 +196,15 @@ class Checks:
                 for kind in sorted({v.type for v in self.description.variables}):
                     first = next(v for v in self.description.variables if v.type == kind)
                     stranger = Variable("?", 10**9, kind, "input", "", {}, [], first.element)
-                    call = (lambda s=stranger: one.get(s)) if verb == "Get" else (lambda s=stranger: one.set(s, 0))
+                    call: Callable[[], Any] = partial(one.get, stranger) if verb == "Get" else partial(one.set, stranger, 0)
                     self.refuse(f"{verb} of an unknown variable", one, call, "1000000000")
             for variable in self.description.variables:
                 if variable.causality not in ("input", "parameter"):
                     value = one.get(variable)
-                    self.refuse(f"Set of the {variable.causality}", one, lambda v=variable, x=value: one.set(v, x))
+                    self.refuse(f"Set of the {variable.causality}", one, partial(one.set, variable, value))
                 other = "Boolean" if variable.type != "Boolean" else ("Real" if self.version == 2 else "Float64")
                 alias = Variable("?", variable.reference, other, "input", "", {}, variable.dimensions, variable.element)
-                self.refuse("Get of another type", one, lambda v=alias: one.get(v), "another type")
+                self.refuse("Get of another type", one, partial(one.get, alias), "another type")
             self.check_count(one)
         with instance(self.library) as one:
             one.begin()
@@ -235,7 +237,7 @@ class Checks:
             for key, beyond in ("min", -1), ("max", 1):
                 if variable.type == "Integer" and key in variable.attributes:
                     value = int(variable.attributes[key]) + beyond
-                    self.refuse(f"{variable.name} = {value}", one, lambda v=variable, x=value: one.set(v, x), "range")
+                    self.refuse(f"{variable.name} = {value}", one, partial(one.set, variable, value), "range")
 
     # ---- what depends on what
 
@@ -363,7 +365,7 @@ class Checks:
                 self.problems.append("a state that was serialized goes on otherwise")
             for place in 0, len(data) // 2, len(data) - 1:
                 changed = data[:place] + bytes([data[place] ^ 1]) + data[place + 1 :]
-                self.refuse(f"byte {place} changed", one, lambda d=changed: one.deserialize(d))
+                self.refuse(f"byte {place} changed", one, partial(one.deserialize, changed))
             self.refuse("a byte less", one, lambda: one.deserialize(data[:-1]))
             one.free_state(state)
             one.free_state(again)
@@ -372,7 +374,7 @@ class Checks:
 
     def elsewhere(self, data: bytes, point: float) -> str:
         """What follows a serialized state in a process of its own."""
-        folder = str(__import__("pathlib").Path(__file__).resolve().parent)
+        folder = str(pathlib.Path(__file__).resolve().parent)
         code = f"import sys; sys.path.insert(0, {folder!r}); import behaviour; behaviour.go_on()"
         question = repr((str(self.library_source), str(self.library.path), data, point))
         answer = subprocess.run([sys.executable, "-c", code], input=question, capture_output=True, text=True, check=False)
@@ -385,8 +387,9 @@ class Checks:
         with instance(self.library) as one:
             one.begin()
             wanted = self.drive(one, 4, 1)
-            for prepare in (lambda: None, lambda: one.call("Terminate")):
-                prepare()
+            for terminates in False, True:
+                if terminates:
+                    one.call("Terminate")
                 one.call("Reset")
                 one.begin()
                 if self.drive(one, 4, 1) != wanted:
@@ -430,13 +433,12 @@ class Checks:
                     if self.library.function(name, c_void_p)(b"x", b"y", None, c_bool(False), c_bool(False), *[null] * 6):
                         self.problems.append(f"{name}: is taken")
             for name, arguments in calls:
-                self.refuse(name, one, lambda n=name, a=arguments: one.call(n, *a))
+                self.refuse(name, one, partial(one.call, name, *arguments))
 
 
 def go_on() -> None:
     """Reads archive, library, state and point; prints what follows the state."""
     import ast
-    import pathlib
 
     archive, path, data, point = ast.literal_eval(sys.stdin.read())
     library = Library(pathlib.Path(archive), pathlib.Path(path))

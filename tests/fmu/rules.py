@@ -166,13 +166,14 @@ def check_sources(description: Description, names: list[str]) -> list[str]:
     return [f"source file {name} is missing" for name in listed if f"sources/{name}" not in names]
 
 
-def _numbers(variable: Variable, text: str) -> list[float]:
+def _numbers(variable: Variable, text: str) -> list[float] | list[int]:
+    """Whole numbers as they are: no float holds all of 64 bits."""
     if variable.type == "Boolean":
         if not all(word in ("true", "false", "0", "1") for word in text.split()):
             raise ValueError(text)
         return [float(word in ("true", "1")) for word in text.split()]
     if variable.type in INTEGERS:
-        return [float(int(word)) for word in text.split()]
+        return [int(word) for word in text.split()]
     return [float(word.replace("INF", "inf")) for word in text.split()]
 
 
@@ -195,8 +196,8 @@ def check_start(variable: Variable, version: int) -> list[str]:
     if version == 2 and len(values) != 1:
         problems.append(f"{variable.name}: {len(values)} start values")
     low, high = INTEGERS.get(variable.type, (-math.inf, math.inf))
-    low = max(low, float(variable.attributes.get("min", "-inf")))
-    high = min(high, float(variable.attributes.get("max", "inf")))
+    low = max(low, *_numbers(variable, variable.attributes.get("min", "")) or [low])
+    high = min(high, *_numbers(variable, variable.attributes.get("max", "")) or [high])
     problems += [f"{variable.name}: start {v} out of range" for v in values if v < low or v > high]
     return problems
 
