@@ -496,6 +496,18 @@ class Mutants(Files):
                 found = check(self.mutate(3, old, new))
                 self.assertRegex("\n".join(found), says)
 
+    def test_a_start_out_of_range(self) -> None:
+        model = self.write("part.json", part_of(["int8", "uint16"]))
+        for version, old, new in (2, b'max="127" start="0"', b'max="127" start="128"'), (3, b'start="1"', b'start="-129"'):
+            fmu = self.export(model, version, "--subsystem", "mainsys.part", "--sources-only")
+
+            def change(files: dict[str, bytes], old: bytes = old, new: bytes = new) -> None:
+                text = files["modelDescription.xml"]
+                self.assertIn(old, text)
+                files["modelDescription.xml"] = text.replace(old, new, 1)
+
+            self.assertIn("out of range", "\n".join(check_files(self.changed(fmu, change))))
+
     def test_good_ones_stay_good_when_they_are_packed_anew(self) -> None:
         for version in 2, 3:
             self.assertEqual(check(self.changed(self.good[version], lambda files: None)), [])
