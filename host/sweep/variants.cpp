@@ -60,14 +60,16 @@ struct axis_t {
     }
 };
 
-constexpr std::size_t most_values = 100'000'000;
+constexpr std::size_t most_values = 10'000'000;   // of a list or a range
+constexpr std::uint64_t most_points = 1'000'000;  // that a library draws at once
 
 void read_range(axis_t& axis, const std::string& text, const std::vector<std::string>& parts) {
     const auto begin = number_of(parts[0]), step = number_of(parts[1]), end = number_of(parts[2]);
     if (!begin || !step || !end) refuse(text, "a range is FIRST:STEP:LAST, three numbers");
     const double count = std::floor((*end - *begin) / *step * (1.0 + 1e-12) + 1e-9) + 1.0;
     if (*step == 0.0 || !(count >= 1.0)) refuse(text, "the range is empty");
-    if (count > static_cast<double>(most_values)) refuse(text, "the range has more than a hundred million values");
+    if (count > static_cast<double>(most_values))
+        refuse(text, "the range has more than ten million values; draw from ~uniform");
     for (double i = 0.0; i < count; ++i) axis.values.push_back(*begin + i * *step);
     axis.whole = std::ranges::all_of(parts, is_whole_text);
 }
@@ -235,6 +237,9 @@ std::unique_ptr<Variants> make_variants(const variation_t& variation, const draw
         case combine_t::random: return std::make_unique<Drawn>(std::move(axes), variation.count, variation.seed);
         case combine_t::sobol:
         case combine_t::latin: {
+            if (variation.count > most_points)
+                throw SessionError(problem_t::usage,
+                                   "--sobol and --latin draw at most a million variants; see --random");
             auto points =
                 draw_points(how == combine_t::sobol ? "sobol" : "latin", axes.size(), variation.count, variation.seed);
             return std::make_unique<Points>(std::move(axes), std::move(points));
