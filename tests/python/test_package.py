@@ -12,10 +12,9 @@ import zarn
 from zarn import _blocks, _core
 
 
-def test_the_functions_are_what_the_library_says():
-    done = subprocess.run(
-        [sys.executable, ROOT / "tools" / "make_python_blocks.py", "--check"], capture_output=True, text=True
-    )
+@pytest.mark.parametrize("tool", ["make_python_blocks.py", "make_class_pages.py"])
+def test_what_is_made_is_as_it_was_made(tool):
+    done = subprocess.run([sys.executable, ROOT / "tools" / tool, "--check"], capture_output=True, text=True)
     assert done.returncode == 0, done.stderr
 
 

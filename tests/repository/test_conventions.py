@@ -24,6 +24,11 @@ MAY_KNOW_CLASSES = {
     "host/session/probes.cpp": "probes end in what has no output",
     "host/diagnose/workspace.cpp": "words of Python, of which some are classes as well",
     "host/codenotes/texts.cpp": "words of Python, of which some are classes as well",
+    "python/zarn/_blocks.py": "made of the entries by tools/make_python_blocks.py",
+    "python/zarn/_build.py": "operators on signals, and signals led through ports",
+    "python/zarn/_macros.py": "diagrams of blocks that are drawn again and again",
+    "python/zarn/_models.py": "structure: ports, subsystems, references",
+    "python/zarn/_program.py": "structure: ports, subsystems, references",
 }
 
 
