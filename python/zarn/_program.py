@@ -74,8 +74,7 @@ class _Flat(_Program):
                 given.append(f"inputs={block.inputs!r}")
             if block.outputs is not None:
                 given.append(f"outputs={block.outputs!r}")
-            if block.parameters:
-                given.append("**{" + ", ".join(f"{key!r}: {value!r}" for key, value in block.parameters.items()) + "}")
+            given += _given(block)
             self.lines.append(f"{self.name_of(block)} = m.block({', '.join(given)})")
         for block in later:
             assert block.parent is not None
@@ -270,8 +269,7 @@ class _Nested(_Program):
             given.append(f"parent={self.names[id(block.parent)]}.block")
         given += [f"inputs={block.inputs!r}"] * (block.inputs is not None)
         given += [f"outputs={block.outputs!r}"] * (block.outputs is not None)
-        if block.parameters:
-            given.append("**{" + ", ".join(f"{key!r}: {value!r}" for key, value in block.parameters.items()) + "}")
+        given += _given(block)
         variable = f"{name}_block" if block.block_class != "refsys" and RULES[block.block_class].outputs else name
         self.lines.append(f"{indent}{variable} = m.block({', '.join(given)})")
         for key in [key for key in self.sources if key[0] == id(block)]:
@@ -304,6 +302,15 @@ def _kind(block: Block) -> tuple[Optional[int], str, str]:
     """What no two blocks of a program share: a port can be called as another block is."""
     port = block.block_class if block.block_class in ("inport", "outport") else ""
     return (id(block.parent) if block.parent is not None else None, port, block.name)
+
+
+def _given(block: Block) -> list[str]:
+    """The parameters as arguments of `Model.block`."""
+    items = block.parameters.items()
+    plain = all(key.isidentifier() and not keyword.iskeyword(key) for key in block.parameters)
+    if plain and not {"block_class", "name", "self"} & block.parameters.keys():
+        return [f"{key}={value!r}" for key, value in items]
+    return ["**{" + ", ".join(f"{key!r}: {value!r}" for key, value in items) + "}"]
 
 
 def _is_told(block: Block) -> bool:
