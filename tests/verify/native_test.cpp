@@ -157,6 +157,127 @@ TEST_F(Native, PutsEqualChainsIntoOneLoop) {
     }
 }
 
+/// A model in the making.
+class Maker {
+public:
+    Maker(double tf, double ts)
+        : model_{
+              {"blocks", json::array()}, {"links", json::array()}, {"model", {{"ti", 0.0}, {"tf", tf}, {"ts", ts}}}} {}
+    std::uint64_t add(const char* kind, const std::string& name, json members = json::object(),
+                      std::uint64_t parent = 0) {
+        members["name"] = name;
+        members["id"] = id_;
+        if (parent != 0) members["parent"] = parent;
+        model_["blocks"].push_back({{kind, members}});
+        return id_++;
+    }
+    void link(std::uint64_t from, std::uint64_t to, int port = 0) {
+        model_["links"].push_back({{"srcId", from}, {"dstId", to}, {"dstPort", port}});
+    }
+    std::string text() const { return model_.dump(); }
+
+private:
+    std::uint64_t id_ = 1000000000000001;
+    json model_;
+};
+
+bool is_equal(const std::string& text) {
+    Session session(setup_of("m.json", bridge()), text);
+    verify::around_t around;
+    around.prepare = [&session] { session.prepare(); };
+    const auto report = verify::verify(session, around, {.groups = {"native"}});
+    for (const auto& row : report.rows)
+        if (row.verdict == verify::verdict_t::differs) ADD_FAILURE() << row_text(row);
+    return report.is_good() && report.rows.size() == 3;
+}
+
+/// Rows of one length that read each other from the far end: as one loop they would find values too new or too old.
+void read_across(bool waves_too) {
+    constexpr int count = 40;
+    Maker model(1.0, 0.01);
+    std::vector<std::uint64_t> waves, gains, delays, sums;
+    for (int i = 0; i < count; ++i) {
+        const std::string n = std::to_string(i);
+        waves.push_back(model.add("sinewave", "s" + n, {{"frequency", std::to_string(0.3 + i)}, {"phase", "1.0"}}));
+        gains.push_back(model.add("poly1st", "g" + n, {{"coeffA", std::to_string(1.0 + i)}, {"coeffB", "0.5"}}));
+        delays.push_back(model.add("memory", "m" + n));
+        sums.push_back(model.add("add", "a" + n, {{"inportCount", 2}}));
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        model.link(waves[waves_too ? count - 1 - i : i], gains[i]);
+        model.link(gains[count - 1 - i], delays[i]);
+        model.link(delays[(i + 7) % count], sums[i], 0);
+        model.link(gains[count - 1 - i], sums[i], 1);
+    }
+    EXPECT_TRUE(is_equal(model.text())) << waves_too;
+}
+
+TEST_F(Native, KeepsLoopsApartThatReadAcrossTheirRounds) {
+    read_across(true);
+    read_across(false);
+}
+
+/// Sums of a signal with itself and of two signals are no rounds of one loop.
+TEST_F(Native, TellsEqualSourcesApart) {
+    constexpr std::size_t count = 40;
+    Maker model(0.5, 0.01);
+    std::vector<std::uint64_t> gains;
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::string n = std::to_string(i);
+        gains.push_back(model.add("poly1st", "g" + n, {{"coeffA", "2.0"}, {"coeffB", n + ".0"}}));
+        model.link(model.add("sinewave", "s" + n, {{"frequency", "1." + n}, {"phase", "1.0"}}), gains.back());
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto sum = model.add("add", "a" + std::to_string(i), {{"inportCount", 2}});
+        model.link(gains[i], sum, 0);
+        model.link(gains[(i % 10 < 5 ? i : i + 1) % count], sum, 1);
+    }
+    EXPECT_TRUE(is_equal(model.text()));
+}
+
+/// Each sum reads the one before it: their order counts, though they are neighbours of one kind.
+TEST_F(Native, KeepsTheOrderOfWhatReadsItsNeighbours) {
+    Maker model(0.5, 0.01);
+    auto last = model.add("time", "clock");
+    for (int i = 0; i < 80; ++i) {
+        const auto delay = model.add("memory", "m" + std::to_string(i));
+        const auto sum = model.add("add", "a" + std::to_string(i), {{"inportCount", 2}});
+        model.link(last, delay);
+        model.link(delay, sum, 0);
+        model.link(last, sum, 1);
+        last = i % 3 == 0 ? delay : sum;
+    }
+    EXPECT_TRUE(is_equal(model.text()));
+}
+
+/// Equal parts that are gated by different flags, with a part in a part.
+TEST_F(Native, StepsEachPartUnderItsOwnFlag) {
+    Maker model(3.0, 0.01);
+    const auto clock = model.add("time", "clock");
+    std::uint64_t outer = 0;
+    for (int k = 0; k < 5; ++k) {
+        const std::string mark = std::to_string(k);
+        const auto gate = model.add(
+            "squarewave", "w" + mark,
+            {{"timeOn", std::to_string(0.2 + 0.07 * k)}, {"timeOff", "0.1"}, {"valueOn", "1.0"}, {"valueOff", "0.0"}},
+            k == 4 ? outer : 0);
+        const auto part = model.add("subsys", "part" + mark, {{"inportCount", 1}}, k == 4 ? outer : 0);
+        model.add("enable", "on", {{"inportCount", 1}}, part);
+        const auto in = model.add("inport", "u", {{"portNumber", 0}}, part);
+        if (k == 0) outer = part;
+        model.link(gate, part, -1);
+        model.link(k == 4 ? model.add("time", "inner", json::object(), outer) : clock, part);
+        for (int i = 0; i < 20; ++i) {
+            const auto gain = model.add("poly1st", "g" + std::to_string(i),
+                                        {{"coeffA", std::to_string(0.5 + i)}, {"coeffB", "0.0"}}, part);
+            const auto sum = model.add("memory", "i" + std::to_string(i), json::object(), part);
+            model.link(in, gain);
+            model.link(gain, sum);
+        }
+    }
+    EXPECT_TRUE(is_equal(model.text()));
+}
+
 /// Values of a signal of a run by an engine.
 std::vector<double> recorded(const std::string& text, const std::string& path, bool by_native,
                              const std::filesystem::path& folder) {

@@ -107,7 +107,11 @@ class NativeEngine(CommandTest):
                 self.assertEqual(texts["native"], texts["plan"])
 
     def test_a_gated_probe_records_while_its_block_runs(self):
-        self.write("m.json", gated(tf=3.0))
+        model = gated(tf=3.0)
+        inside = next(block["subsys"]["id"] for block in model.blocks if "subsys" in block)
+        # stands ahead of the flag, which it therefore always finds down
+        model.link(model.add("constant", "early", parent=inside, expression="3.0"), model.add("abs", "late", parent=inside, inputs=1))
+        self.write("m.json", model)
         rows = {}
         for engine in ("plan", "native"):
             self.check("run", "m.json", "--probe", "*", "-o", f"{engine}.csv", "--engine", engine, env=self.env)
