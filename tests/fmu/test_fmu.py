@@ -498,7 +498,7 @@ class Mutants(Files):
 
     def test_a_start_out_of_range(self) -> None:
         model = self.write("part.json", part_of(["int8", "uint16"]))
-        for version, old, new in (2, b'max="127" start="0"', b'max="127" start="128"'), (3, b'start="1"', b'start="-129"'):
+        for version, old, new in (2, b'max="127" start="0"', b'max="127" start="128"'), (3, b'discrete" start="0"', b'discrete" start="128"'):
             fmu = self.export(model, version, "--subsystem", "mainsys.part", "--sources-only")
 
             def change(files: dict[str, bytes], old: bytes = old, new: bytes = new) -> None:
