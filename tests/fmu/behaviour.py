@@ -86,7 +86,7 @@ class Checks:
 
     def check_instances(self) -> None:
         """A wrong token, no name, another kind of instance, features that are not there: no instance, but a text."""
-        wrong: list[tuple[str, dict[str, Any]]] = [("a wrong token", {"token": "{00000000}"}), ("no name", {"name": ""})]
+        wrong: list[tuple[str, dict[str, Any]]] = [("a wrong token", {"token": "{0}"}), ("no name", {"name": ""})]
         if self.version == 2:
             wrong.append(("model exchange", {"kind": 0}))
         else:
@@ -196,7 +196,8 @@ class Checks:
                 for kind in sorted({v.type for v in self.description.variables}):
                     first = next(v for v in self.description.variables if v.type == kind)
                     stranger = Variable("?", 10**9, kind, "input", "", {}, [], first.element)
-                    call: Callable[[], Any] = partial(one.get, stranger) if verb == "Get" else partial(one.set, stranger, 0)
+                    get, set_ = partial(one.get, stranger), partial(one.set, stranger, 0)
+                    call: Callable[[], Any] = get if verb == "Get" else set_
                     self.refuse(f"{verb} of an unknown variable", one, call, "1000000000")
             for variable in self.description.variables:
                 if variable.causality not in ("input", "parameter"):
@@ -377,7 +378,8 @@ class Checks:
         folder = str(pathlib.Path(__file__).resolve().parent)
         code = f"import sys; sys.path.insert(0, {folder!r}); import behaviour; behaviour.go_on()"
         question = repr((str(self.library_source), str(self.library.path), data, point))
-        answer = subprocess.run([sys.executable, "-c", code], input=question, capture_output=True, text=True, check=False)
+        command = [sys.executable, "-c", code]
+        answer = subprocess.run(command, input=question, capture_output=True, text=True, check=False)
         return answer.stdout.strip() or answer.stderr
 
     library_source: Any = None  # path of the archive
@@ -430,7 +432,8 @@ class Checks:
                 )]  # fmt: skip
                 calls += [("SetTime", [c_double(1.0)]), ("ActivateModelPartition", [c_uint32(0), c_double(0)])]
                 for name in "InstantiateModelExchange", "InstantiateScheduledExecution":
-                    if self.library.function(name, c_void_p)(b"x", b"y", None, c_bool(False), c_bool(False), *[null] * 6):
+                    make = self.library.function(name, c_void_p)
+                    if make(b"x", b"y", None, c_bool(False), c_bool(False), *[null] * 6):
                         self.problems.append(f"{name}: is taken")
             for name, arguments in calls:
                 self.refuse(name, one, partial(one.call, name, *arguments))

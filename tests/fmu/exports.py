@@ -46,8 +46,11 @@ def run(model: pathlib.Path, *more: object) -> tuple[list[float], dict[str, tupl
         for key, series in found["series"].items():
             name = found["signals"][key]["name"]
             times.update(series["t"])
-            # blocks of one path are told apart by their ids
-            signals[name.split(".", 1)[1].replace("#", "_")] = (dict(zip(series["t"], series["v"])), series["type"])
+            values = (dict(zip(series["t"], series["v"])), series["type"])
+            # blocks of one path are told apart by their classes or ids
+            path, _, number = name.split(".", 1)[1].partition("#")
+            for known in [f"{path}_{found['signals'][key]['class']}", f"{path}_{number}"] if number else [path]:
+                signals[known] = values
     return sorted(times), signals
 
 

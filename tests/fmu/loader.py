@@ -92,13 +92,13 @@ class Instance:
         self.point = 0.0  # communication point
         text, guid = name.encode(), token.encode()
         if self.version == 2:
-            self._logger = LOGGER_2(lambda _e, _n, status, _c, _f, said: self.log.append((status, (said or b"").decode())))
+            self._logger = LOGGER_2(lambda _e, _n, status, _c, _f, said: self._note(status, said))
             self._callbacks = Callbacks2(self._logger, None, None, None, None)
             make = library.function("Instantiate", c_void_p)
             kind = flags.get("kind", 1)
             self.handle = make(text, c_int(kind), guid, None, byref(self._callbacks), c_int(0), c_int(logging))
         else:
-            self._logger3 = LOGGER_3(lambda _e, status, _c, said: self.log.append((status, (said or b"").decode())))
+            self._logger3 = LOGGER_3(lambda _e, status, _c, said: self._note(status, said))
             make = library.function("InstantiateCoSimulation", c_void_p)
             self.handle = make(
                 text, guid, None, c_bool(False), c_bool(logging), c_bool(flags.get("events", False)), c_bool(False),
@@ -106,6 +106,9 @@ class Instance:
             )  # fmt: skip
         if not self.handle:
             raise Refused("instantiate", ERROR, self.log[-1][1] if self.log else "")
+
+    def _note(self, status: int, text: bytes | None) -> None:
+        self.log.append((status, (text or b"").decode()))
 
     def call(self, name: str, *arguments: Any) -> None:
         said = len(self.log)
@@ -128,8 +131,9 @@ class Instance:
             self.call("EnterInitializationMode")
         else:
             self.call(
-                "EnterInitializationMode", c_bool(False), c_double(0), c_double(start), c_bool(known), c_double(stop or 0.0)
-            )
+                "EnterInitializationMode", c_bool(False), c_double(0), c_double(start), c_bool(known),
+                c_double(stop or 0.0),
+            )  # fmt: skip
 
     def begin(self, start: float | None = None, stop: float | None = None) -> None:
         """Initializes with what is set."""

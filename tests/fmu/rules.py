@@ -155,8 +155,9 @@ def check_flags(description: Description) -> list[str]:
         problems.append("clocks without hasEventMode")
     if float(flags.get("fixedInternalStepSize", "1")) <= 0:
         problems.append("fixedInternalStepSize is not above 0")
-    if flags.get("canReturnEarlyAfterIntermediateUpdate") == "true" and flags.get("providesIntermediateUpdate") != "true":
-        problems.append("canReturnEarlyAfterIntermediateUpdate without providesIntermediateUpdate")
+    early, update = "canReturnEarlyAfterIntermediateUpdate", "providesIntermediateUpdate"
+    if flags.get(early) == "true" and flags.get(update) != "true":
+        problems.append(f"{early} without {update}")
     return problems
 
 
@@ -183,7 +184,8 @@ def check_start(variable: Variable, version: int) -> list[str]:
     text = variable.attributes.get("start")
     wanted = variable.causality == "input" or variable.variability == "constant" or initial in ("exact", "approx")
     if text is None:
-        return [f"{variable.name}: no start value"] if wanted and variable.type not in ("Clock", "String", "Binary") else []
+        is_missing = wanted and variable.type not in ("Clock", "String", "Binary")
+        return [f"{variable.name}: no start value"] if is_missing else []
     if not wanted:
         return [f"{variable.name}: a start value of what is calculated"]
     try:

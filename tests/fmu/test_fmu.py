@@ -166,7 +166,8 @@ class Libraries(Files):
     def test_what_is_set_is_what_is_read(self) -> None:
         model = self.write("m.json", part_of(TYPES[6:]))
         fmu = Library(self.export(model, 3, "--subsystem", "mainsys.part"))
-        values = {"in_uint32": 2**32 - 2, "in_int64": -(2**63), "in_uint64": 2**64 - 2, "in_flt32": 0.1, "in_flt64": 0.1}
+        values = {"in_uint32": 2**32 - 2, "in_int64": -(2**63), "in_uint64": 2**64 - 2}
+        values |= {"in_flt32": 0.1, "in_flt64": 0.1}  # type: ignore[dict-item]
         one = fmu.instantiate()
         one.setup(0.5)
         for name, value in values.items():
@@ -383,7 +384,8 @@ class Command(Files):
 
     def test_what_version_2_cannot_say_is_refused(self) -> None:
         model = self.write("m.json", part_of(["int64"]))
-        answer = zarn("export", "fmu", model, self.folder / "m.fmu", "--fmi", 2, "--subsystem", "mainsys.part", status=1)
+        part = ["--subsystem", "mainsys.part"]
+        answer = zarn("export", "fmu", model, self.folder / "m.fmu", "--fmi", 2, *part, status=1)
         self.assertIn("mainsys.part.in_int64", answer.stderr)
         self.assertIn("--fmi 3", answer.stderr)
         self.assertFalse((self.folder / "m.fmu").exists())
@@ -460,7 +462,8 @@ DESCRIPTION_FAULTS = [
 # faults of which the description says nothing wrong by itself: only a library that is called shows them
 HIDDEN_FAULTS = [
     (r'(<(?:Output|InitialUnknown) valueReference="\d+" )dependencies="1 2"', r'\1dependencies=""', "does not name it"),
-    (r'(<(?:Output|InitialUnknown) valueReference="\d+" )dependencies="1 2"', r'\1dependencies="1"', "does not name it"),
+    (r'(<(?:Output|InitialUnknown) valueReference="\d+" )dependencies="1 2"', r'\1dependencies="1"',
+     "does not name it"),
     (r'start="0.5"', 'start="0.75"', "starts as"),
     (r'fixedInternalStepSize="0.25"', 'fixedInternalStepSize="0.1"', "integer multiple"),
     (r'instantiationToken="[^"]*"', 'instantiationToken="{1}"', "token"),
@@ -498,7 +501,8 @@ class Mutants(Files):
 
     def test_a_start_out_of_range(self) -> None:
         model = self.write("part.json", part_of(["int8", "uint16"]))
-        for version, old, new in (2, b'max="127" start="0"', b'max="127" start="128"'), (3, b'discrete" start="0"', b'discrete" start="128"'):
+        for version, before in (2, b'max="127" '), (3, b'discrete" '):
+            old, new = before + b'start="0"', before + b'start="128"'
             fmu = self.export(model, version, "--subsystem", "mainsys.part", "--sources-only")
 
             def change(files: dict[str, bytes], old: bytes = old, new: bytes = new) -> None:
@@ -536,7 +540,9 @@ class Mutants(Files):
                 self.assertIn(says, "\n".join(check_files(fmu)))
 
     def test_archives(self) -> None:
-        for says, method, mode in ("neither stored", zipfile.ZIP_BZIP2, 0o100644), ("a link", zipfile.ZIP_STORED, 0o120777):
+        for says, method, mode in (
+            ("neither stored", zipfile.ZIP_BZIP2, 0o100644), ("a link", zipfile.ZIP_STORED, 0o120777),
+        ):  # fmt: skip
             fmu = self.changed(self.good[3], lambda files: None)
             with zipfile.ZipFile(fmu, "a") as archive:
                 entry = zipfile.ZipInfo("resources/x")
@@ -566,7 +572,8 @@ class Mutants(Files):
     def test_another_symbol(self) -> None:
         from rules import check_symbols
 
-        library = self.compiled("#include <float.h>", "#include <float.h>\n__attribute__((visibility(\"default\"))) int more;")
+        more = "#include <float.h>\n__attribute__((visibility(\"default\"))) int more;"
+        library = self.compiled("#include <float.h>", more)
         self.assertEqual(check_symbols(library, 3), ["library.so exports more"])
         library = self.compiled("const char* fmi3GetVersion(void) { return \"3.0\"; }", "")
         self.assertEqual(check_symbols(library, 3), ["library.so lacks fmi3GetVersion"])
