@@ -68,6 +68,7 @@ void print_class(const class_row_t& row, bool list_types) {
     out(head_of(row));
     const std::string outputs = traits.output_count >= 0 ? std::to_string(traits.output_count) : "as drawn";
     out(tessel::format("\nPorts      inputs: {}, outputs: {}\n", inputs_in_words(row), outputs));
+    print_under("In a run", formula_of(row));
     print_parameters(row);
     print_types(row, list_types);
     out(tessel::format("Directly   {}\n", order_in_words(row)));

@@ -157,6 +157,7 @@ int RunVerb::go() {
 
 void RunVerb::prepare() {
     call_->prepare();
+    session().forget_document();  // a run may be long, and needs no text
     run_ = std::make_unique<Run>(session());
     if (options_.engine == "native") make_native();
     auto signals = choose_signals();

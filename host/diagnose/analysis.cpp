@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <tuple>
 #include <unordered_set>
 
 #include "PropertiesModel.h"
@@ -29,24 +28,10 @@ void make_namespaces(const graph_t& graph) {
     keep_silent.set_attribute("mainsys", "ts", graph.ts);
 }
 
-void sort_for_run(analysis_t& analysis) {
-    const auto& [graph, live] = std::tie(analysis.graph, analysis.wiring.live);
-    for (const std::size_t rank : tessel::rules::stepping_order(line_up(graph, live))) {
-        const node_t& node = graph.nodes[live[rank]];
-        if (node.block->zone() >= 0 && !is_subsystem(node)) analysis.order.push_back(live[rank]);
-    }
-    std::unordered_set<std::uint64_t> gates;
-    for (const auto& [id, enable] : analysis.enables)
-        if (enable.second != 0) gates.insert(enable.second);
-    if (gates.empty()) return;
-    for (std::size_t i = 0; i < analysis.order.size(); ++i)
-        if (const auto id = graph.nodes[analysis.order[i]].id(); gates.contains(id))
-            analysis.gate_ranks.try_emplace(id, i);
-}
-
 /// Takes the stand-in for missing sources out of a model that others will use.
 void drop_ghost(analysis_t& analysis) {
-    for (const node_t& node : analysis.graph.nodes)
+    for (const std::size_t position : analysis.typing.haunted) {
+        const node_t& node = analysis.graph.nodes[position];
         for (std::size_t i = 0; i < node.inputs(); ++i) {
             auto* input = node.block->input(static_cast<std::int16_t>(i));
             if (input->source_block() != analysis.typing.ghost.get()) continue;
@@ -54,6 +39,7 @@ void drop_ghost(analysis_t& analysis) {
             *input = tessel::port_t();
             input->set_type(type);
         }
+    }
 }
 
 /// Whether a document is too large to be looked at.
@@ -72,6 +58,24 @@ own_model_t::own_model_t(Document& document)
       model(tessel::rules::create_watched_meta_model([](const auto&) {})) {
     model->set_properties(properties);
     result = load(*model, document);
+}
+
+const analysis_t::stepping_t& analysis_t::stepping() const {
+    if (stepping_) return *stepping_;
+    stepping_.emplace();
+    const auto& live = wiring.live;
+    for (const std::size_t rank : tessel::rules::stepping_order(line_up(graph, live))) {
+        const node_t& node = graph.nodes[live[rank]];
+        if (node.block->zone() >= 0 && !is_subsystem(node)) stepping_->order.push_back(live[rank]);
+    }
+    std::unordered_set<std::uint64_t> gates;
+    for (const auto& [id, enable] : enables)
+        if (enable.second != 0) gates.insert(enable.second);
+    if (gates.empty()) return *stepping_;
+    for (std::size_t i = 0; i < stepping_->order.size(); ++i)
+        if (const auto id = graph.nodes[stepping_->order[i]].id(); gates.contains(id))
+            stepping_->gate_ranks.try_emplace(id, i);
+    return *stepping_;
 }
 
 void analyse(analysis_t& analysis, Report& report, Document& document, const check_options_t& options) {
@@ -94,10 +98,9 @@ void analyse(analysis_t& analysis, Report& report, Document& document, const che
     tessel::rules::set_tiers(line_up(graph));
     if (graph.has(hash_enable)) tessel::rules::add_enables(line_up(graph), analysis.enables);
     check_settings(graph, report);
-    check_tree(graph, report);
-
     wiring_t& wiring = analysis.wiring;
     wiring = as_drawn(graph);
+    check_tree(graph, wiring, report);
     dissolve_gotos(graph, wiring, report);
     bind_links(graph, wiring, report);
     check_ids(graph, wiring, report);
@@ -116,7 +119,6 @@ void analyse(analysis_t& analysis, Report& report, Document& document, const che
     dissolve_casts(graph, wiring, report);
     check_double_feeds(graph, wiring, report);
 
-    sort_for_run(analysis);
     check_behaviour(analysis, report);
     check_surprises(analysis, report);
     check_names(analysis, report);

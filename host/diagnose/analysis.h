@@ -1,7 +1,9 @@
 // All that is known of a model once it is checked.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
@@ -30,19 +32,31 @@ struct analysis_t {
     tessel::EnableMap enables;         // empty where no block is gated
     std::vector<std::size_t> waiting;  // blocks without a zone
     bool complete = false;             // whether every input has its source and every block its zone
-    std::vector<std::size_t> order;    // blocks with a zone, in the order in which a run steps them
-    std::unordered_map<std::uint64_t, std::size_t> gate_ranks;  // by id, the places in `order` of blocks that gate
 
+    /// The blocks with a zone, in the order in which a run steps them. Sorted when it is first asked for, when all is
+    /// known: most models give no reason to.
+    const std::vector<std::size_t>& order() const { return stepping().order; }
     /// Id of the enable block that gates the block at a position, 0 for none.
     std::uint64_t gate_of(std::size_t position) const {
         const auto found = enables.find(graph.nodes[position].id());
         return found != enables.end() ? found->second.second : 0;
     }
-    /// The place in `order` of the first block with the id of a gate, `none` where that has no zone.
+    /// The place in the order of the first block with the id of a gate, `none` where that has no zone.
     std::size_t rank_of_gate(std::uint64_t id) const {
-        const auto found = gate_ranks.find(id);
-        return found != gate_ranks.end() ? found->second : none;
+        const auto found = stepping().gate_ranks.find(id);
+        return found != stepping().gate_ranks.end() ? found->second : none;
     }
+    bool has_gates() const {
+        return std::ranges::any_of(enables, [](const auto& entry) { return entry.second.second != 0; });
+    }
+
+private:
+    struct stepping_t {
+        std::vector<std::size_t> order;
+        std::unordered_map<std::uint64_t, std::size_t> gate_ranks;  // by id, the places in `order` of blocks that gate
+    };
+    const stepping_t& stepping() const;
+    mutable std::optional<stepping_t> stepping_;
 };
 
 /// Runs every check. The document must outlive the analysis.
@@ -51,7 +65,7 @@ void analyse(analysis_t& analysis, Report& report, Document& document, const che
 // ---- the checks, one source each
 
 /// Parents that are none, models without links, overfull blocks.
-void check_tree(const graph_t& graph, Report& report);
+void check_tree(const graph_t& graph, const wiring_t& wiring, Report& report);
 /// Ids that two blocks share.
 void check_ids(const graph_t& graph, const wiring_t& wiring, Report& report);
 /// Start, end and step of the time.
@@ -67,7 +81,7 @@ void check_names(const analysis_t& analysis, Report& report);
 /// in `order`.
 bool is_late(const analysis_t& analysis, const std::vector<std::size_t>& ranks, const feed_t& feed, std::size_t block);
 
-/// For each position in `order` whether the block is never stepped, since its gate opens behind it or never.
+/// For each position in the order whether the block is never stepped, since its gate opens behind it or never.
 std::vector<bool> never_run(const analysis_t& analysis);
 
 }  // namespace zarn

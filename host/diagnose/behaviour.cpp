@@ -17,7 +17,7 @@ void check_enables(const analysis_t& analysis, Report& report) {
     std::unordered_map<std::uint64_t, const node_t*> first;  // enable of each subsystem
     std::unordered_set<std::uint64_t> gating;
     if (!analysis.graph.has(hash_enable)) return;
-    for (const std::size_t position : analysis.order) gating.insert(analysis.gate_of(position));
+    for (const std::size_t position : analysis.order()) gating.insert(analysis.gate_of(position));
     for (const node_t& node : analysis.graph.nodes) {
         if (!node.is(hash_enable)) continue;
         const node_t* around = analysis.graph.find(node.parent());
@@ -42,8 +42,8 @@ bool needs_no_step(const node_t& node) { return node.is(hash_constant); }
 
 void check_never(const analysis_t& analysis, Report& report) {
     const auto never = never_run(analysis);
-    for (std::size_t i = 0; i < analysis.order.size(); ++i) {
-        const std::size_t position = analysis.order[i];
+    for (std::size_t i = 0; i < analysis.order().size(); ++i) {
+        const std::size_t position = analysis.order()[i];
         const node_t& node = analysis.graph.nodes[position];
         if (!never[i] || needs_no_step(node)) continue;
         const node_t& gate = *analysis.graph.find(analysis.gate_of(position));
@@ -87,9 +87,10 @@ std::optional<std::int64_t> constant_at(const analysis_t& analysis, std::size_t 
 }
 
 void check_divisions(const analysis_t& analysis, Report& report) {
-    for (const std::size_t position : analysis.order) {
+    for (const std::size_t position : analysis.wiring.live) {
         const node_t& node = analysis.graph.nodes[position];
         if (node.row->traits().fault != tessel::fault_t::lowest_by_minus_1 || node.inputs() != 2) continue;
+        if (node.block->zone() < 0) continue;
         const tessel::type_t type = node.block->output(0)->type();
         if (type != tessel::type_int32 && type != tessel::type_int64) continue;
         const std::int64_t lowest = type == tessel::type_int32 ? std::numeric_limits<std::int32_t>::min()
@@ -119,14 +120,19 @@ const node_t* source_of(const analysis_t& analysis, std::size_t position) {
 /// Memory blocks behind memory blocks: all have zone 0 and one class, so the order of the file decides.
 void check_memories(const analysis_t& analysis, Report& report) {
     constexpr std::uint32_t hash_memory = tessel::class_hash_of("memory");
-    if (!analysis.graph.has(hash_memory)) return;
+    const auto follows_another = [&](std::size_t position) {
+        const node_t& node = analysis.graph.nodes[position];
+        const node_t* source = node.is(hash_memory) ? source_of(analysis, position) : nullptr;
+        return source != nullptr && source->is(hash_memory) && source != &node;
+    };
+    if (std::ranges::none_of(analysis.wiring.live, follows_another)) return;
     std::vector<std::size_t> ranks(analysis.graph.nodes.size(), none);
-    for (std::size_t i = 0; i < analysis.order.size(); ++i) ranks[analysis.order[i]] = i;
-    for (std::size_t i = 0; i < analysis.order.size(); ++i) {
-        const node_t& node = analysis.graph.nodes[analysis.order[i]];
-        if (!node.is(hash_memory)) continue;
-        const node_t* source = source_of(analysis, analysis.order[i]);
-        if (source == nullptr || !source->is(hash_memory) || source == &node) continue;
+    for (std::size_t i = 0; i < analysis.order().size(); ++i) ranks[analysis.order()[i]] = i;
+    for (std::size_t i = 0; i < analysis.order().size(); ++i) {
+        const std::size_t position = analysis.order()[i];
+        if (!follows_another(position)) continue;
+        const node_t& node = analysis.graph.nodes[position];
+        const node_t* source = source_of(analysis, position);
         const bool idle = ranks[static_cast<std::size_t>(source - analysis.graph.nodes.data())] < i;
         report.at_block(
             "Z417", severity_t::note, node,
@@ -148,9 +154,9 @@ bool is_late(const analysis_t& analysis, const std::vector<std::size_t>& ranks, 
 
 // A gate is itself a block that may never run, so the answer for a block comes of that for its gate, each once.
 std::vector<bool> never_run(const analysis_t& analysis) {
-    const std::size_t count = analysis.order.size();
+    const std::size_t count = analysis.order().size();
     std::vector<bool> never(count);
-    if (analysis.gate_ranks.empty()) return never;
+    if (!analysis.has_gates()) return never;
     std::vector<bool> known(count), open(count);
     std::vector<std::size_t> way;  // up through the gates
     for (std::size_t i = 0; i < count; ++i) {
@@ -161,7 +167,7 @@ std::vector<bool> never_run(const analysis_t& analysis) {
                 answer = open[at] || never[at];  // gates that gate each other never open
                 break;
             }
-            const std::uint64_t gate = analysis.gate_of(analysis.order[at]);
+            const std::uint64_t gate = analysis.gate_of(analysis.order()[at]);
             const std::size_t rank = gate != 0 ? analysis.rank_of_gate(gate) : none;
             if (rank == none || rank == at) {
                 known[at] = true;
@@ -173,7 +179,7 @@ std::vector<bool> never_run(const analysis_t& analysis) {
         }
         for (; !way.empty(); way.pop_back()) {
             const std::size_t own = way.back();
-            answer = answer || own < analysis.rank_of_gate(analysis.gate_of(analysis.order[own]));
+            answer = answer || own < analysis.rank_of_gate(analysis.gate_of(analysis.order()[own]));
             never[own] = answer;
             known[own] = true;
             open[own] = false;
@@ -184,7 +190,7 @@ std::vector<bool> never_run(const analysis_t& analysis) {
 
 void check_behaviour(const analysis_t& analysis, Report& report) {
     check_enables(analysis, report);
-    if (analysis.complete) check_never(analysis, report);  // zones mean nothing before that
+    if (analysis.complete && analysis.has_gates()) check_never(analysis, report);  // zones mean nothing before that
     check_divisions(analysis, report);
     if (!analysis.complete) return;
     check_memories(analysis, report);

@@ -116,7 +116,7 @@ private:
     }
 
     void bind_anew() {
-        wiring_.running = InputTable<feed_t>(graph_);
+        wiring_.running = InputTable<feed_t>(wiring_.typed);
         wiring_.has_double_feeds = true;  // as one cast can feed many
         const lineup_t left = line_up(graph_, wiring_.live);
         const tessel::rules::Census census(left);

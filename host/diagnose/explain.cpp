@@ -39,15 +39,15 @@ void Explanation::explain(Document& document, const check_options_t& options) {
     findings_ = report.take();
     if (has_errors(findings_)) return;
     std::vector<std::size_t> ranks(analysis_->graph.nodes.size(), none);
-    for (std::size_t i = 0; i < analysis_->order.size(); ++i) ranks[analysis_->order[i]] = i;
+    for (std::size_t i = 0; i < analysis_->order().size(); ++i) ranks[analysis_->order()[i]] = i;
     const auto never = never_run(*analysis_);
-    for (std::size_t i = 0; i < analysis_->order.size(); ++i) order_.push_back(describe(i, ranks, never[i]));
+    for (std::size_t i = 0; i < analysis_->order().size(); ++i) order_.push_back(describe(i, ranks, never[i]));
 }
 
 Explanation::~Explanation() = default;
 
 stepped_t Explanation::describe(std::size_t rank, const std::vector<std::size_t>& ranks, bool never) const {
-    const std::size_t position = analysis_->order[rank];
+    const std::size_t position = analysis_->order()[rank];
     const node_t& node = analysis_->graph.nodes[position];
     stepped_t block;
     block.position = rank;

@@ -155,7 +155,7 @@ void Explanation::print_block(const stepped_t& block, std::ostream& out) const {
     }
     for (std::size_t i = 0; i < block.outputs.size(); ++i)
         out << tessel::format("  output {}  {}\n", i, block.outputs[i]);
-    print_formula(*analysis_->graph.nodes[analysis_->order[block.position]].block, out);
+    print_formula(*analysis_->graph.nodes[analysis_->order()[block.position]].block, out);
     for (const stepped_t& other : order_)
         for (std::size_t i = 0; i < other.inputs.size(); ++i)
             if (other.inputs[i].source_id == block.id && !other.inputs[i].source.empty())
@@ -168,7 +168,7 @@ std::string Explanation::json(const std::string& model, const std::vector<const 
     nlohmann::json order = nlohmann::json::array(), late = nlohmann::json::array();
     for (const stepped_t* block : blocks) {
         nlohmann::json described = to_json(*block);
-        add_computation(described, *analysis_->graph.nodes[analysis_->order[block->position]].block);
+        add_computation(described, *analysis_->graph.nodes[analysis_->order()[block->position]].block);
         order.push_back(std::move(described));
         for (std::size_t i = 0; i < block->inputs.size(); ++i)
             if (block->inputs[i].late)

@@ -55,8 +55,9 @@ struct node_t {
     place_in_list_t file = 0;
     place_in_list_t reference;  // in `references`, the one that brought the block
     std::uint32_t class_hash = 0;
-    bool damaged = false;  // the file holds values for it that the library refuses
-    bool hangs = true;     // whether the way up ends at the root
+    bool damaged = false;    // the file holds values for it that the library refuses
+    bool hangs = true;       // whether the way up ends at the root
+    bool same_path = false;  // whether a block before it has its path
 
     /// JSON pointer of the block's object in its file.
     std::string place() const;

@@ -253,7 +253,7 @@ void check_sources(const graph_t& graph, const wiring_t& wiring, Report& report)
         if (is_model_input(node)) continue;
         if (node.damaged || ids.contains(node.id())) continue;  // told with the file, told with the id
         std::vector<std::size_t> missing;
-        for (std::size_t i = node.is(hash_cast) ? 1 : 0; i < node.inputs();
+        for (std::size_t i = node.is(hash_cast) ? 1 : 0; i < wiring.typed[position].size();
              ++i)  // a cast's own input has its own check
             if (wiring.typed[position][i].source == none && !wiring.excused[position][i]) missing.push_back(i);
         if (!missing.empty()) tell_missing(graph, node, missing, report);

@@ -1,8 +1,6 @@
 // Names: what blocks are called in the workspace and in generated code.
 
 #include <algorithm>
-#include <bit>
-#include <functional>
 #include <string_view>
 #include <unordered_map>
 
@@ -16,35 +14,10 @@ namespace {
 /// Whether the workspace holds an object under the block's path.
 bool in_workspace(const node_t& node) { return is_subsystem(node) || node.is(hash_to_workspace); }
 
-/// Tells which paths came before. Holds places of blocks by the hashes of their paths, since a model has millions.
-class Paths {
-public:
-    explicit Paths(const graph_t& graph) : graph_(graph), slots_(std::bit_ceil(2 * graph.nodes.size() + 1)) {}
-
-    /// Adds the path of a block that hangs. Returns whether it is new.
-    bool add(std::size_t position) {
-        const std::string_view path = path_at(position);
-        std::size_t slot = std::hash<std::string_view>()(path) & (slots_.size() - 1);
-        for (; slots_[slot] != none; slot = (slot + 1) & (slots_.size() - 1))
-            if (path_at(slots_[slot]) == path) return false;
-        slots_[slot] = position;
-        return true;
-    }
-
-private:
-    std::string_view path_at(std::size_t position) const { return graph_.nodes[position].block->path(); }
-
-    const graph_t& graph_;
-    tessel::large_array<place_in_list_t> slots_;  // a power of two, half of them free at least
-};
-
 void check_paths(const graph_t& graph, Report& report) {
-    Paths paths(graph);
     std::unordered_map<std::string_view, const node_t*> first_object;
-    for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
-        const node_t& node = graph.nodes[i];
+    for (const node_t& node : graph.nodes) {
         if (!node.hangs) continue;
-        const bool fresh = paths.add(i);
         const bool object = in_workspace(node);
         const node_t* object_before = nullptr;
         if (object) {
@@ -58,7 +31,7 @@ void check_paths(const graph_t& graph, Report& report) {
                                "already",
                                node.path(), object_before->class_name()),
                 "give it a name of its own");
-        else if (!fresh && node.id() != 0)
+        else if (node.same_path && node.id() != 0)
             report.at_block(
                 "Z502", object_before != nullptr ? severity_t::warning : severity_t::note, node,
                 tessel::format("another block has the path {}{}", node.path(),

@@ -41,9 +41,10 @@ void check_parents(const graph_t& graph, Report& report) {
     }
 }
 
-void check_counts(const graph_t& graph, Report& report) {
-    for (const node_t& node : graph.nodes) {
-        if (node.inputs() <= 8) continue;
+void check_counts(const graph_t& graph, const wiring_t& wiring, Report& report) {
+    for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
+        if (wiring.typed[i].size() <= 8) continue;
+        const node_t& node = graph.nodes[i];
         const auto counted_as = static_cast<std::int16_t>(node.inputs());  // the library looks at 16 bits
         const bool refused = counted_as > 8;
         if (!refused && !is_subsystem(node)) continue;  // its inputs without a source are told
@@ -70,13 +71,13 @@ void check_ids(const graph_t& graph, const wiring_t& wiring, Report& report) {
     }
 }
 
-void check_tree(const graph_t& graph, Report& report) {
+void check_tree(const graph_t& graph, const wiring_t& wiring, Report& report) {
     if (graph.has_root && graph.nodes.size() > 1 && graph.edges.empty())
         report.at_place("Z221", severity_t::warning, 0, "/links",
                         tessel::format("the model has {} and no links", counted(graph.nodes.size() - 1, "block")),
                         "link the blocks");
     check_parents(graph, report);
-    check_counts(graph, report);
+    check_counts(graph, wiring, report);
 }
 
 }  // namespace zarn

@@ -1,5 +1,6 @@
 // What the system does on purpose and people do not expect.
 
+#include <algorithm>
 #include <cmath>
 
 #include "core/str.h"
@@ -40,9 +41,10 @@ void check_last_step(const graph_t& graph, Report& report) {
 /// A random block that is never stepped never divides by its range.
 void excuse_idle_random(const analysis_t& analysis, Report& report) {
     if (!analysis.complete) return;  // the order of stepping means nothing before that
+    if (std::ranges::none_of(report.peek(), [](const finding_t& f) { return f.code == "Z403"; })) return;
     std::vector<bool> stepped(analysis.graph.nodes.size());
     const auto never = never_run(analysis);
-    for (std::size_t i = 0; i < analysis.order.size(); ++i) stepped[analysis.order[i]] = !never[i];
+    for (std::size_t i = 0; i < analysis.order().size(); ++i) stepped[analysis.order()[i]] = !never[i];
     for (finding_id id = 0; id < report.size(); ++id) {
         finding_t& finding = report[id];
         if (finding.code != "Z403" || finding.severity != severity_t::error) continue;

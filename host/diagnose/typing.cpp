@@ -66,9 +66,10 @@ private:
         for (const std::size_t position : wiring_.live) {
             const node_t& node = graph_.nodes[position];
             if (node.damaged) typing_.unknown[position] = true;
-            for (std::size_t i = 0; i < node.inputs(); ++i) {
+            for (std::size_t i = 0; i < wiring_.typed[position].size(); ++i) {
                 if (wiring_.feed(position, i) != nullptr || is_model_input(node)) continue;
                 node.block->input(static_cast<std::int16_t>(i))->link(typing_.ghost.get(), 0);
+                typing_.haunted.push_back(position);
                 typing_.unknown[position] = true;
             }
         }

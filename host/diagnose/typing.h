@@ -14,6 +14,7 @@ struct typing_t {
     std::vector<tessel::result_t> results;  // of each block's last calculate_type
     std::vector<bool> unknown;              // blocks whose types cannot be known for a reason that is told elsewhere
     std::unique_ptr<tessel::IMetaBlock> ghost;  // stands in for the sources that are missing
+    std::vector<std::size_t> haunted;           // blocks that it feeds
 };
 
 /// Hears of each block, once it will not be asked again: its position, its last questions and what it came to.

@@ -28,7 +28,7 @@ wiring_t as_drawn(const graph_t& graph) {
     for (const edge_t& edge : graph.edges)
         wiring.wires.push_back({{edge.src, edge.dst, edge.src_port, edge.dst_port}, &edge, &edge});
     wiring.typed = InputTable<feed_t>(graph);
-    wiring.excused = InputTable<char>(graph);
+    wiring.excused = InputTable<char>(wiring.typed);
     return wiring;
 }
 

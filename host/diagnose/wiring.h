@@ -35,6 +35,9 @@ template <class T>
 class InputTable {
 public:
     InputTable() = default;
+    /// With as many values for each block as another table has.
+    template <class U>
+    explicit InputTable(const InputTable<U>& like) : first_(like.first_), values_(like.first_.back()) {}
     explicit InputTable(const graph_t& graph) {
         first_.reserve(graph.nodes.size() + 1);
         for (const node_t& node : graph.nodes)
@@ -47,6 +50,9 @@ public:
     std::span<const T> operator[](std::size_t node) const { return {values_.data() + begin_of(node), count_of(node)}; }
 
 private:
+    template <class U>
+    friend class InputTable;
+
     std::size_t begin_of(std::size_t node) const { return first_[std::min(node, first_.size() - 1)]; }
     std::size_t count_of(std::size_t node) const { return begin_of(node + 1) - begin_of(node); }
 

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <deque>
 #include <nlohmann/json.hpp>
 #include <unordered_map>
 #include <vector>
@@ -19,9 +20,14 @@ namespace {
 struct block_t {
     std::uint64_t id = 0, parent = 0;
     std::string_view name;  // as written, in quotes
-    std::string class_name;
+    std::string_view class_name;
+    std::string_view path;  // of a reference, as written
     double ports = 0.0;
-    std::string path;  // of a reference
+};
+
+struct blocks_t {
+    std::vector<block_t> list;
+    std::deque<std::string> class_names;  // where the text has them in another spelling
 };
 
 bool is_text(std::string_view value) { return value.starts_with('"') && value.size() >= 2; }
@@ -39,11 +45,12 @@ void note(block_t& block, bool reference, std::string_view key, std::string_view
     else if (key == "parent") block.parent = id_of(value);
     else if (key == "name") block.name = value;
     else if (key == "inportCount") block.ports = count_of(value);
-    else if (key == "path" && reference && is_text(value)) block.path = text_of(value);
+    else if (key == "path" && reference && is_text(value)) block.path = value;
 }
 
 /// Files that are not laid out as models are: whatever the loader might take for a block.
-void note_all(const ModelFile& file, std::vector<block_t>& blocks) {
+void note_all(const ModelFile& file, blocks_t& found) {
+    auto& blocks = found.list;
     std::string element;
     scan(file.text(), [&](const std::string& pointer, token_t kind, std::size_t first, std::size_t end) {
         if (kind == token_t::key || !pointer.starts_with("/blocks/")) return;
@@ -51,7 +58,7 @@ void note_all(const ModelFile& file, std::vector<block_t>& blocks) {
         if (names.size() != 4) return;
         if (names[1] != element || blocks.empty()) blocks.emplace_back();
         element = names[1];
-        blocks.back().class_name = names[2];
+        blocks.back().class_name = found.class_names.emplace_back(names[2]);
         note(blocks.back(), names[2] == "refsys", names[3], file.text().substr(first, end - first));
     });
 }
@@ -66,15 +73,16 @@ void note_members(block_t& block, std::string_view element) {
     });
 }
 
-std::vector<block_t> blocks_of(const ModelFile& file) {
-    std::vector<block_t> blocks;
+blocks_t blocks_of(const ModelFile& file) {
+    blocks_t found;
+    auto& blocks = found.list;
     const auto* cut = file.sections();
     if (cut == nullptr) {
         try {
-            note_all(file, blocks);
+            note_all(file, found);
         } catch (const nlohmann::json::exception&) {  // the text is not JSON, which the loader tells
         }
-        return blocks;
+        return found;
     }
     blocks.reserve(cut->blocks.size());
     for (const std::string_view element : cut->blocks) {
@@ -89,7 +97,7 @@ std::vector<block_t> blocks_of(const ModelFile& file) {
         if (block.class_name.empty()) note_members(block, element);
         else if (block.class_name == "refsys") note(block, true, "path", path);
     }
-    return blocks;
+    return found;
 }
 
 /// The bytes of the paths of blocks: each is made of the names on the way to it.
@@ -137,10 +145,10 @@ public:
         if (auto problem = too_large(bytes_); !problem.empty()) return beyond_memory(problem);
         const auto blocks = blocks_of(main);
         add(blocks, main.text().size(), root_name, "");
-        for (const block_t& block : blocks) {
+        for (const block_t& block : blocks.list) {
             if (block.path.empty()) continue;
-            if (const auto problem = add_reference(block); !problem.empty())
-                return beyond_memory(tessel::format("with reference '{}' the model {}", block.path, problem));
+            if (const auto problem = add_reference(block, text_of(block.path)); !problem.empty())
+                return beyond_memory(tessel::format("with reference '{}' the model {}", text_of(block.path), problem));
         }
         return beyond_size();
     }
@@ -151,27 +159,27 @@ private:
 
     struct file_t {
         double bytes = 0.0;
-        std::vector<block_t> blocks;
+        blocks_t blocks;
         std::size_t length = 0;
     };
 
-    void add(const std::vector<block_t>& blocks, std::size_t length, std::size_t prefix, const std::string& reference) {
-        for (const block_t& block : blocks) {
+    void add(const blocks_t& blocks, std::size_t length, std::size_t prefix, const std::string& reference) {
+        for (const block_t& block : blocks.list) {
             ports_ += block.ports;
             if (ports_ > most_ports && beyond_ports_.empty())
                 beyond_ports_ =
                     tessel::format("{}block {} ({}): with its {:.0f} inputs the model has more than {:.0f} ports",
                                    reference, in_place(block.name), block.class_name, block.ports, most_ports);
         }
-        paths_ += length_of_paths(blocks, prefix);
+        paths_ += length_of_paths(blocks.list, prefix);
         text_ += static_cast<double>(length);
     }
 
-    std::string add_reference(const block_t& refsys) {
-        const auto [known, first] = files_.try_emplace(refsys.path);
+    std::string add_reference(const block_t& refsys, const std::string& path) {
+        const auto [known, first] = files_.try_emplace(path);
         file_t& file = known->second;
         if (first) {
-            const ModelFile& read = document_.reference(refsys.path);
+            const ModelFile& read = document_.reference(path);
             if (read.is_too_large()) return read.problem();
             if (read.problem().empty()) {
                 file.bytes = memory_of(read.text());
@@ -181,7 +189,7 @@ private:
         }
         bytes_ += file.bytes;
         if (auto problem = too_large(bytes_); !problem.empty()) return problem;
-        add(file.blocks, file.length, root_name + refsys.name.size(), tessel::format("reference '{}': ", refsys.path));
+        add(file.blocks, file.length, root_name + refsys.name.size(), tessel::format("reference '{}': ", path));
         return {};
     }
 

@@ -26,6 +26,7 @@ json_t describe_class(const class_row_t& row) {
             {"input_names", std::move(inputs)},
             {"output_names", traits.outputs},
             {"parameters", std::move(parameters)},
+            {"formula", formula_of(row)},
             {"types", combinations_of(row)},
             {"types_in_words", types_in_words(row)},
             {"fault", fault_in_words(row)},

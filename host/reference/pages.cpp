@@ -42,6 +42,9 @@ std::string section(const class_row_t& row) {
     else
         text += format("- Types: {} ({} combination{})\n", line, combinations_of(row).size(),
                        combinations_of(row).size() == 1 ? "" : "s");
+    std::string formula;
+    for (const std::string& words : formula_of(row)) formula += format("{}`{}`", formula.empty() ? "" : "; ", words);
+    if (!formula.empty()) text += format("- In a run: {}\n", formula);
     text += format("- Direct feedthrough: {}\n", order_in_words(row));
     if (!fault_in_words(row).empty()) text += format("- Fault: {}\n", fault_in_words(row));
     text += format("- Also called: {}\n", everyday_names(row));

@@ -25,6 +25,10 @@ std::vector<std::string> combinations_of(const class_row_t& row);
 /// runs.
 std::vector<std::string> types_in_words(const class_row_t& row);
 
+/// What a block of the class computes, as it is reckoned in a run: of flt64 where it can be, with as few inputs as it has
+/// and with the parameters that stand in for missing ones. Empty for a class that computes nothing.
+std::vector<std::string> formula_of(const class_row_t& row);
+
 /// "2 or 3": the number of inputs that a block can have; "as drawn" where the drawing decides.
 std::string inputs_in_words(const class_row_t& row);
 

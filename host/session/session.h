@@ -46,6 +46,8 @@ public:
 
     /// The model's file and what it refers to, read when first asked for.
     Document& document();
+    /// Lets go of the texts of files, which would be read anew.
+    void forget_document() { document_.reset(); }
 
     /// Every problem that the checks find, which load nothing. What the bridge answers is kept until a run begins.
     /// `final_bridge`: a run will use this session's bridge. The findings stay with the session.
@@ -73,6 +75,7 @@ public:
     /// What the last load or compile came to.
     tessel::result_t last_result() const { return last_result_; }
     tessel::IMetaModel& model() const { return *model_; }
+    const std::shared_ptr<tessel::IMetaModel>& shared_model() const { return model_; }
     tessel::PropertiesModel& properties() const { return *properties_; }
     double setting(const char* key) const { return static_cast<double>(properties_->get(key)); }
     const session_setup_t& setup() const { return setup_; }

@@ -204,5 +204,19 @@ TEST_F(Traits, TypesInWords) {
     EXPECT_TRUE(words("goto").empty());
 }
 
+TEST(Formulas, OfClassesAsTheyRun) {
+    const auto formula = [](const char* name) {
+        return formula_of(*factory::find_class(tessel::class_hash_of(name)));
+    };
+    using testing::ElementsAre;
+    EXPECT_THAT(formula("add"), ElementsAre("y = u0 + u1"));
+    EXPECT_THAT(formula("clamp"), ElementsAre("y = u > hi ? hi : lo > u ? lo : u"));
+    EXPECT_THAT(formula("memory"), testing::SizeIs(2)) << "the state and the output";
+    EXPECT_TRUE(formula("goto").empty()) << "it is gone before a model runs";
+    for (const class_row_t& row : factory::class_rows())
+        if (!row.entry->accepted.empty() && row.traits().output_count > 0)
+            EXPECT_FALSE(formula_of(row).empty()) << row.name;
+}
+
 }  // namespace
 }  // namespace zarn
