@@ -69,7 +69,7 @@ private:
             for (std::size_t i = 0; i < wiring_.typed[position].size(); ++i) {
                 if (wiring_.feed(position, i) != nullptr || is_model_input(node)) continue;
                 node.block->input(static_cast<std::int16_t>(i))->link(typing_.ghost.get(), 0);
-                typing_.haunted.push_back(position);
+                if (typing_.haunted.empty() || typing_.haunted.back() != position) typing_.haunted.push_back(position);
                 typing_.unknown[position] = true;
             }
         }

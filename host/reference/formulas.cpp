@@ -1,5 +1,6 @@
 // What a class computes, asked of a block of it.
 #include <algorithm>
+#include <memory>
 #include <nlohmann/json.hpp>
 
 #include "factory.h"
@@ -27,7 +28,8 @@ const signature_t* shown_combination(const class_row_t& row) {
 
 std::vector<std::string> formula_of(const class_row_t& row) {
     const signature_t* combination = shown_combination(row);
-    if (combination == nullptr) return {};
+    const auto is_series = [](const auto& parameter) { return parameter.content == tessel::content_t::series; };
+    if (combination == nullptr || std::ranges::any_of(row.traits().parameters, is_series)) return {};
     const auto block = tessel::factory::create(row.name);
     block->import_json({{"inportCount", combination->inputs}});
     std::vector<std::unique_ptr<tessel::IMetaBlock>> sources;

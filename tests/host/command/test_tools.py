@@ -267,7 +267,7 @@ class Blocks(CommandTest):
         self.assertIn("\nInputs     0: u   1: lo   2: hi ", text)
         self.assertIn("u of any type; bounds of any type not ranked above it", text)
         self.assertIn("\nOutput     0: y                                type of u\n", text)
-        self.assertIn("\nPorts      inputs: 3, outputs: 1\nTypes      506 combinations\n           bool;bool;bool -> bool\n", text)
+        self.assertIn("\nPorts      inputs: 3, outputs: 1\nIn a run   y = u > hi ? hi : lo > u ? lo : u\nTypes      506 combinations\n           bool;bool;bool -> bool\n", text)
         self.assertNotIn("int8;flt64;", self.check("blocks", "clamp", "--types").stdout)
 
     def test_one_class_shows_head_ports_parameters_and_types(self):
