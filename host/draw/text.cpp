@@ -129,17 +129,18 @@ double text_width(std::string_view text, double size) {
 }
 
 std::string fit(std::string_view text, double size, double width) {
-    if (text_width(text, size) <= width) return std::string(text);
     const double room = width - text_width(ellipsis, size);
     double used = 0;
-    std::size_t kept = 0;
-    while (kept < text.size()) {
-        const Character c = next_character(text.substr(kept));
-        used += character_width(c.code) * size;
-        if (used > room) break;
-        kept += c.length;
+    std::size_t kept = 0;  // what fits in front of an ellipsis
+    for (std::size_t at = 0; at < text.size();) {
+        const Character c = next_character(text.substr(at));
+        at += c.length;
+        used += character_width(c.code);
+        if (used * size <= room) kept = at;
+        // a name can be as long as a file: the rest of it is not looked at
+        if (used * size > width) return std::string(text.substr(0, kept)) + std::string(ellipsis);
     }
-    return std::string(text.substr(0, kept)) + std::string(ellipsis);
+    return std::string(text);
 }
 
 std::string num(double v) {

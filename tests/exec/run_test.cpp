@@ -84,6 +84,22 @@ TEST(ExecModel, AttachedObjectsFollowTheFirstOfAnId) {
     EXPECT_EQ(b.properties->enables_of(objects[1]->id()).second, 0u);
 }
 
+TEST(ExecModel, WhatFollowsAllIsBehindTheHighestZone) {
+    for (const std::size_t more : {std::size_t{0}, ExecModel::parallel_objects}) {
+        ExecBuilder b;
+        b.add(1, 0, 1, 0, 5);
+        for (std::uint64_t id = 2; id < more + 3; ++id) b.add(id, 1, 0, 0, 3);  // lists need not be in zone order
+        std::vector<attachment_t> attachments;
+        for (const std::uint64_t behind : {0u, 1u})
+            attachments.push_back({behind, std::make_unique<TestExec>(0, 0, 1, 0)});
+        const ExecBlock &last = *attachments[0].block, &probe = *attachments[1].block;
+        b.model.attach(std::move(attachments));
+        EXPECT_GT(last.zone(), b.model.blocks[0]->zone());
+        EXPECT_GT(last.zone(), probe.zone());
+        EXPECT_GE(probe.zone(), b.model.blocks[0]->zone());
+    }
+}
+
 TEST_P(Run, CallsTheObjectsInTheirOrder) {
     std::vector<std::string> calls;
     add(1, 0, 1).calls = &calls;

@@ -205,9 +205,7 @@ TEST_F(Traits, TypesInWords) {
 }
 
 TEST(Formulas, OfClassesAsTheyRun) {
-    const auto formula = [](const char* name) {
-        return formula_of(*factory::find_class(tessel::class_hash_of(name)));
-    };
+    const auto formula = [](const char* name) { return formula_of(*factory::find_class(tessel::class_hash_of(name))); };
     using testing::ElementsAre;
     EXPECT_THAT(formula("add"), ElementsAre("y = u0 + u1"));
     EXPECT_THAT(formula("clamp"), ElementsAre("y = u > hi ? hi : lo > u ? lo : u"));

@@ -126,23 +126,30 @@ Bench& Bench::forced_as(const signature_t& row) {
     return forced(std::vector<type_t>{row.types.begin(), row.types.begin() + row.inputs + row.outputs});
 }
 
+std::string Bench::code(const std::function<result_t(sys::File&)>& write) {
+    std::string text = written([&](sys::File& file) { code_result_ = write(file); });
+    if (code_result_ != result_ok)
+        throw std::runtime_error("the writing of code gives " + std::to_string(code_result_));
+    return text;
+}
+
 std::string Bench::struct_c() {
-    return written([this](sys::File& file) { code_result_ = block_->code_struct_c(file); });
+    return code([this](sys::File& file) { return block_->code_struct_c(file); });
 }
 std::string Bench::struct_py() {
-    return written([this](sys::File& file) { code_result_ = block_->code_struct_py(file); });
+    return code([this](sys::File& file) { return block_->code_struct_py(file); });
 }
 std::string Bench::init_c() {
-    return written([this](sys::File& file) { code_result_ = block_->code_init_c(file, prefix_c); });
+    return code([this](sys::File& file) { return block_->code_init_c(file, prefix_c); });
 }
 std::string Bench::init_py() {
-    return written([this](sys::File& file) { code_result_ = block_->code_init_py(file, prefix_py); });
+    return code([this](sys::File& file) { return block_->code_init_py(file, prefix_py); });
 }
 std::string Bench::step_c() {
-    return written([this](sys::File& file) { code_result_ = block_->code_step_c(file, prefix_c); });
+    return code([this](sys::File& file) { return block_->code_step_c(file, prefix_c); });
 }
 std::string Bench::step_py() {
-    return written([this](sys::File& file) { code_result_ = block_->code_step_py(file, prefix_py); });
+    return code([this](sys::File& file) { return block_->code_step_py(file, prefix_py); });
 }
 
 // ---- Runnable

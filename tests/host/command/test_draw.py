@@ -831,6 +831,13 @@ class CostTest(DrawTest):
         self.drawn_within(model, 1_000_000, 4)
 
     @unittest.skipIf(any(SANITIZERS), "sanitizers take memory of their own")
+    def test_a_very_long_name_of_a_subsystem(self):
+        model = Model()
+        around = model.add("subsys", "x" * 1_000_000)
+        for number in range(2000):
+            model.add("time", f"t{number}", parent=around)
+        self.drawn_within(model, 4_000_000, 4)
+
     def test_a_chain_of_thousands(self):
         model = Model()
         last = model.add("constant", "c", expression="1.0")
