@@ -13,7 +13,7 @@ SANITIZED  = ASAN_OPTIONS=exitcode=99 UBSAN_OPTIONS=print_stacktrace=1:exitcode=
 SANITIZED_CORE = -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-O0 -DBLOCKS_SANITIZE_KERNELS=OFF -DBLOCKS_PYTHON=OFF \
     -DBLOCKS_BENCH=OFF
 
-.PHONY: all run test verify verify-quick bench asan asan-quick asan-core tsan tsan-core memcheck fuzz attack coverage format tidy clean
+.PHONY: all run test verify verify-quick bench asan asan-quick asan-core tsan tsan-core memcheck fuzz attack mutants coverage format tidy clean
 
 all: build
 
@@ -133,6 +133,13 @@ ATTACK ?= --seconds 600
 attack: $(BUILD)/build.ninja
 	@cmake --build $(BUILD) -j $(JOBS) --target zarn bare_host
 	tools/attack.py --zarn $(BUILD)/zarn --bare $(BUILD)/tests/host/bare_host $(ATTACK)
+	for what in workspaces inputs protocol; do \
+	    tools/attack.py --zarn $(BUILD)/zarn --what $$what --seconds 120 || exit 1; done
+
+# changes of the sources that the tests must notice; hours: MUTANTS="--mutants 20 --folders exec" for a look
+MUTANTS ?= --mutants 300
+mutants: $(BUILD)/build.ninja
+	tools/mutants.py --build $(BUILD) $(MUTANTS)
 
 coverage:
 	@tools/setup.sh clang libclang-rt-dev llvm

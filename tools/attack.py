@@ -1,12 +1,14 @@
 #!/usr/bin/python3
 """Damaged models through every verb, within limits of memory and time, and against the library alone.
 
-    tools/attack.py [--zarn PATH] [--bare PATH] [--seconds N | --models N] [--seed N] [--jobs N] [--keep FOLDER]
+    tools/attack.py [--what KIND] [--zarn PATH] [--bare PATH] [--seconds N | --models N] [--seed N] [--jobs N] [--keep FOLDER]
 
 What must hold of each model: no verb ends by a signal, a traceback or the limits; `check` finds an error exactly where
 the library alone, a process of its own, refuses the model, hangs or leaves a block without a runnable form; `run` and
 `generate` refuse exactly these; no finding is one about the checks themselves (Z901); what is asked as JSON is JSON.
 Prints a line a failure and the totals; the models that failed are kept in FOLDER. Exit status 1 when there are any.
+`--what` attacks with something else than models: workspaces, inputs (tables for exported programs) or protocol (messages to
+`zarn serve`); see attack_others.py.
 """
 
 import argparse
@@ -27,6 +29,7 @@ import time
 
 ROOT = pathlib.Path(__file__).resolve().parents[1]
 sys.path.insert(0, str(ROOT / "tests/host/command"))
+import attack_others  # noqa: E402
 import damage as damages  # noqa: E402
 
 MEMORY = 1 << 30  # bytes of address space for one verb
@@ -172,7 +175,11 @@ def damaged(source, chance, classes):
 
 def one(options, seed):
     with tempfile.TemporaryDirectory() as folder:
-        return seed, *Attack(options, pathlib.Path(folder)).attack(seed)
+        attack = Attack(options, pathlib.Path(folder))
+        if options.what == "models":
+            return seed, *attack.attack(seed)
+        outcome, content = attack_others.KINDS[options.what](attack, random.Random(seed))
+        return seed, outcome, content, attack.problems
 
 
 def main():
@@ -184,7 +191,9 @@ def main():
     parser.add_argument("--seed", type=int, default=1, help="of the first model; each has the next")
     parser.add_argument("--jobs", type=int, default=os.cpu_count())
     parser.add_argument("--keep", type=pathlib.Path, default=ROOT / "build/attack")
+    parser.add_argument("--what", choices=["models", *attack_others.KINDS], default="models")
     options = parser.parse_args()
+    options.zarn = str(pathlib.Path(options.zarn).resolve())
     listed = json.loads(subprocess.run([options.zarn, "blocks", "--json"], capture_output=True, check=True).stdout)
     rows = listed if isinstance(listed, list) else next(value for value in listed.values() if isinstance(value, list))
     options.classes = sorted(row["class"] for row in rows)
@@ -210,10 +219,10 @@ def main():
                     continue
                 failures += 1
                 options.keep.mkdir(parents=True, exist_ok=True)
-                (options.keep / f"{number}.json").write_bytes(content)
+                (options.keep / f"{options.what}-{number}").write_bytes(content)
                 for problem in problems:
                     print(f"{number}: {problem}", flush=True)
-    print(f"{seed - options.seed} models in {time.monotonic() - begin:.0f} s, {failures} with a problem")
+    print(f"{seed - options.seed} {options.what} in {time.monotonic() - begin:.0f} s, {failures} with a problem")
     for expected, count in outcomes.most_common():
         print(f"  {count:6} {expected}")
     return 1 if failures else 0

@@ -76,6 +76,12 @@ def places(file):
     return found
 
 
+def equals():
+    """Changes that are known to mean nothing: file and line."""
+    lines = (ROOT / "tools/equal_mutants.txt").read_text().splitlines()
+    return {tuple(line.split(": ", 1)) for line in lines if line.strip() and not line.startswith("#")}
+
+
 def call(*command, seconds):
     """Whether a command ends well in time."""
     try:
@@ -108,9 +114,11 @@ def main():
         sys.exit("mutants: the tree has changes that are not committed")
 
     # every file as likely as its share of the changes within its folder, every folder as likely as another
+    known = equals()
     sources = {}
     for folder in options.folders.split(","):
         changes = [(file, *place) for file in sorted((ROOT / folder).glob("*.cpp")) for place in places(file)]
+        changes = [change for change in changes if (str(change[0].relative_to(ROOT)), change[2].strip()) not in known]
         if changes:
             sources[folder] = changes
     chance = random.Random(options.seed)

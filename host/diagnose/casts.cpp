@@ -123,8 +123,8 @@ private:
         for (const wire_t& wire : wiring_.wires) {
             const auto src = census.source(wire), dst = census.destination(wire);
             if (!src.well() || !dst.well()) continue;
-            wiring_.running[wiring_.live[dst.block]][static_cast<std::size_t>(dst.port)] = {wiring_.live[src.block],
-                                                                                            src.port, wire.to};
+            wiring_.running[wiring_.live[dst.block]][static_cast<std::size_t>(dst.port)] = {
+                wiring_.live[src.block], src.port, wire.from, wire.to};
         }
     }
 

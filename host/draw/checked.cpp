@@ -140,16 +140,16 @@ void take_order(Diagram& diagram, const analysis_t& analysis) {
     const graph_t& graph = analysis.graph;
     const Ties ties(diagram, graph);
     std::vector<std::size_t> ranks(graph.nodes.size(), none);
-    for (std::size_t rank = 0; rank < analysis.order.size(); ++rank) ranks[analysis.order[rank]] = rank;
+    for (std::size_t rank = 0; rank < analysis.order().size(); ++rank) ranks[analysis.order()[rank]] = rank;
     if (analysis.complete) {
         const auto never = never_run(analysis);
-        for (std::size_t rank = 0; rank < analysis.order.size(); ++rank) {
-            const node_t& node = graph.nodes[analysis.order[rank]];
+        for (std::size_t rank = 0; rank < analysis.order().size(); ++rank) {
+            const node_t& node = graph.nodes[analysis.order()[rank]];
             if (Block* block = never[rank] ? ties.block(node.file, node.place()) : nullptr) block->idle = true;
         }
     }
-    for (const std::size_t position : analysis.order) {
-        for (const feed_t& feed : analysis.wiring.running[position]) {
+    for (const std::size_t position : analysis.order()) {
+        for (const feed_t& feed : analysis.wiring.in_run(position)) {
             if (feed.edge == nullptr || !is_late(analysis, ranks, feed, position)) continue;
             if (Link* link = ties.link(feed.edge->file, feed.edge->place())) link->late = true;
         }
