@@ -1,0 +1,103 @@
+"""Small files that once took all memory, read before a buffer, ended by chance, or were told otherwise than they ran."""
+
+import pathlib
+import resource
+import shutil
+import subprocess
+import unittest
+
+from support import DATA, PATIENCE, SANITIZERS, ZARN, CommandTest, Model
+
+HOSTILE = DATA / "hostile"
+GIBIBYTE = 1 << 30
+
+
+class Attacks(CommandTest):
+    def take(self, name, to="m.json"):
+        shutil.copy(HOSTILE / name, self.folder / to)
+
+    def within(self, *arguments, memory=GIBIBYTE, seconds=10):
+        """Runs the command within limits of memory and processor time."""
+        def limit():
+            if not any(SANITIZERS):
+                resource.setrlimit(resource.RLIMIT_AS, (memory, memory))
+            resource.setrlimit(resource.RLIMIT_CPU, (int(seconds * PATIENCE), int(seconds * PATIENCE) + 1))
+
+        return subprocess.run([ZARN, *arguments], cwd=self.folder, capture_output=True, text=True, preexec_fn=limit)
+
+    def assert_agree(self, fine):
+        """Check, run and the generators come to the same."""
+        status = 0 if fine else 1
+        self.check("check", "m.json", status=status)
+        self.check("run", "m.json", "--no-python", "-q", status=status)
+        for language in "c", "py":
+            self.check("generate", language, "m.json", language, "--no-python", status=status)
+
+    def test_generated_python_of_a_lone_enable(self):
+        self.take("lone_enable.json")
+        self.assert_agree(True)
+
+    def test_a_ring_with_an_expression_that_waits_for_a_workspace(self):
+        self.take("ring_of_an_expression.json")
+        self.assert_agree(False)
+        for arguments in ["check", "m.json"], ["run", "m.json", "--no-python"]:
+            result = self.zarn(*arguments)
+            self.assertIn("Z224", result.stdout + result.stderr)
+            self.assertNotIn("Z901", result.stdout + result.stderr)
+
+    def test_a_file_that_refers_to_itself_comes_to_the_same_each_time(self):
+        self.take("refers_to_itself.json")
+        told = {(done.returncode, done.stdout) for done in (self.zarn("check", "m.json", "--json") for _ in range(20))}
+        self.assertEqual(len(told), 1)
+
+    def test_short_ids_in_a_reference_give_one_number_and_are_told(self):
+        for name in "ref_main.json", "r.json":
+            shutil.copy(DATA / "attacks" / name, self.folder)
+        shown = [self.check("run", "ref_main.json", "--no-python", "--probe-all", "-o", "-", err="Z113").stdout for _ in range(3)]
+        self.assertEqual(len(set(shown)), 1)
+
+    def test_more_samples_than_memory_are_refused_in_a_line(self):
+        self.take("billion_samples.json")
+        result = self.within("run", "m.json", "--no-python", "-q")
+        self.assertEqual(result.returncode, 1, result.stderr)
+        self.assertRegex(result.stderr, r"^zarn: m\.json: 1e\+09 steps take 29\.8 GiB in 1 to_workspace block, ")
+        self.assertEqual(result.stderr.count("\n"), 1)
+
+    def test_columns_of_blocks_of_one_id_are_told_apart(self):
+        self.take("dup_ids.json")
+        head = self.check("run", "m.json", "--no-python", "-q", "--probe-all", "-o", "-").stdout.splitlines()[0].split(",")
+        self.assertEqual(len(head), len(set(head)))
+
+    def test_a_long_name_around_many_blocks(self):
+        model = Model()
+        around = model.add("subsys", "x" * 1_000_000)
+        for number in range(2000):
+            model.add("time", f"t{number}", parent=around)
+        self.write("m.json", model)
+        for verb in ["check"], ["run", "--no-python"], ["inspect"], ["explain"], ["generate", "c"]:
+            result = self.within(*verb, "m.json", *(["out"] if verb[0] == "generate" else []))
+            self.assertEqual(result.returncode, 1, verb)
+            self.assertIn("the paths of its blocks", result.stdout + result.stderr, verb)
+
+    def test_ten_thousand_subsystems_inside_each_other(self):
+        model, around = Model(), 0
+        for number in range(10_000):
+            around = model.add("subsys", f"s{number}", parent=around)
+        model.add("time", "t", parent=around)
+        self.write("m.json", model)
+        for verb in ["check"], ["run", "--no-python"], ["inspect"]:
+            result = self.within(*verb, "m.json")
+            self.assertEqual(result.returncode, 1, verb)
+            self.assertIn("the paths of its blocks", result.stdout + result.stderr, verb)
+
+    def test_a_block_of_a_million_inputs_is_looked_at_once(self):
+        model = Model()
+        model.chain(model.add("time", "t"), model.add("add", "sum", inputs=1_000_000))
+        self.write("m.json", model)
+        result = self.within("check", "m.json", seconds=4)
+        self.assertEqual(result.returncode, 1, result.stderr)
+        self.assertIn("Z220", result.stdout)
+
+
+if __name__ == "__main__":
+    unittest.main()
