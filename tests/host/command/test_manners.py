@@ -22,7 +22,7 @@ class Lines(CommandTest):
             ("", "a verb is missing; 'zarn help' lists the verbs"),
             ("chekc", "there is no verb 'chekc'; did you mean 'zarn check'?"),
             ("Run", "there is no verb 'Run'; did you mean 'zarn run'?"),
-            ("verify", "there is no verb 'verify'; did you mean 'zarn verify-engines'?"),
+            ("verify-engine", "there is no verb 'verify-engine'; did you mean 'zarn verify-engines'?"),
             ("simulate", "there is no verb 'simulate'; 'zarn help' lists the verbs"),
             ("pump.json", "there is no verb 'pump.json'; did you mean 'zarn run pump.json'?"),
             ("models/pump", "there is no verb 'models/pump'; did you mean 'zarn run models/pump'?"),
@@ -38,7 +38,7 @@ class Lines(CommandTest):
             ("run a.json b.json", "run: 'b.json' is one word too many; 'zarn help run' tells what it takes"),
             (
                 "run a.json --engine steam",
-                "run: --engine: steam not in {objects,plan}; 'zarn help run' tells what it takes",
+                "run: --engine: steam not in {objects,plan,native}; 'zarn help run' tells what it takes",
             ),
             ("diff a.csv", "diff: B is required; 'zarn help diff' tells what it takes"),
             (
@@ -218,7 +218,7 @@ class Pages(CommandTest):
         self.assertEqual(self.bash("zarn ex"), ["explain", "export"])
         self.assertEqual(self.bash("zarn run "), ["models", "pump.json"])
         self.assertEqual(self.bash("zarn run pump.json -w "), ["gains.py", "models"])
-        self.assertEqual(self.bash("zarn run pump.json --engine "), ["objects", "plan"])
+        self.assertEqual(self.bash("zarn run pump.json --engine "), ["objects", "plan", "native"])
         self.assertEqual(self.bash("zarn run pump.json --probe "), [])
         self.assertEqual(self.bash("zarn run pump.json --pro"), ["--probe", "--probe-all"])
         self.assertEqual(self.bash("zarn run -q -w gains.py pu"), ["pump.json"])
@@ -237,7 +237,7 @@ class Pages(CommandTest):
             return [row.split("\t")[0] for row in self.shell("fish", "--no-config", "-c", script).splitlines()]
 
         self.assertEqual(sorted(offered("zarn ")), sorted(self.verbs()))
-        self.assertEqual(offered("zarn run pump.json --engine "), ["objects", "plan"])
+        self.assertEqual(sorted(offered("zarn run pump.json --engine ")), ["native", "objects", "plan"])
         self.assertIn("pump.json", offered("zarn run "))
         for verb in self.verbs():
             self.assertLessEqual(set(self.options(verb)), set(offered(f"zarn {verb} --")), verb)

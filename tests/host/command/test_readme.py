@@ -44,19 +44,26 @@ class Readme(CommandTest):
         verbs = re.findall(r"^\| `zarn ([^`]*)`", self.page, re.MULTILINE)
         self.assertEqual(
             [verb.split()[0] for verb in verbs],
-            ["run", "check", "explain", "draw", "generate", "inspect", "blocks", "diff", "schema", "help"],
+            ["run", "check", "explain", "draw", "generate", "export", "export", "inspect", "blocks", "sweep", "tune", "studio",
+             "serve", "verify", "cache", "diff", "schema", "help"],
         )
+        options = dict.fromkeys(("run", "generate", "export", "inspect", "verify"), " -e 'k = 0.5'") | {
+            "sweep": " --vary k=0.1:0.1:0.5 --measure 'top=max(mainsys.y)'",
+            "tune": " --most 20 -e 'k = 0.5' --vary k=0.1:0.9 --minimise 'iae(mainsys.y, 1.0)'",
+            "studio": " --help",  # which else goes on until it is ended
+        }
         for verb in verbs:
             command = verb
             for word, stands_for in {
                 "MODEL...": "MODEL", "MODEL": "first_order.json", " DIR": " out", "[CLASS]": "clamp", "[VERB]": "run",
-                "c\\|py": "c", "A.csv": "y.csv", "B.csv": "y.csv",
+                "c\\|py": "c", " FILE": " out.fmu", "A.csv": "y.csv", "B.csv": "y.csv",
             }.items():
                 command = command.replace(word, stands_for)
-            if verb.split()[0] in ("run", "generate", "inspect"):
-                command += " -e 'k = 0.5'"
+            command += options.get(verb.split()[0], "")
             if verb.startswith("run"):
                 command += " -o y.csv"
+            if verb.startswith("verify"):
+                command += " --ways plan,lanes"
             if verb.startswith("diff"):
                 self.shell("zarn run first_order.json -q -e 'k = 0.5' -o y.csv")
             result = self.shell("zarn " + command)
@@ -101,7 +108,7 @@ class Readme(CommandTest):
 
     def test_what_make_run_runs(self):
         """A short table of last values, and a file."""
-        (line,) = re.findall(r"^\t\$\(ZARN\) (.*)$", (ROOT / "Makefile").read_text(), re.MULTILINE)
+        (line,) = re.findall(r"^run: .*\n(?:\t@.*\n)*\t\$\(ZARN\) (.*)$", (ROOT / "Makefile").read_text(), re.MULTILINE)
         (self.folder / "out").mkdir()
         os.symlink(ROOT / "examples", self.folder / "examples")
         result = self.shell("zarn " + line)
