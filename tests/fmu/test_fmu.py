@@ -14,6 +14,7 @@ import zipfile
 from collections.abc import Callable
 
 from check_fmu import check
+from description import read
 from exports import EXAMPLES, ROOT, ZARN, differences, export, workspace, zarn
 from loader import Library
 from rules import check_files
@@ -341,6 +342,38 @@ class Sources(Files):
             env=os.environ | {"LD_PRELOAD": ":".join(preload), "ASAN_OPTIONS": "detect_leaks=0"},
         )  # fmt: skip
         return answer.stdout if answer.returncode == 0 else answer.stdout + answer.stderr[-2000:]
+
+    def driven(self, compiler: list[str], runner: list[str]) -> str:
+        """What the motor's outputs are in a C program around the sources."""
+        fmu = self.export(MOTOR, 3, "--sources-only")
+        sources = self.folder / "driven"
+        with zipfile.ZipFile(fmu) as archive:
+            archive.extractall(sources)
+        headers = ROOT / "coder" / "fmu" / "templates" / "v3"
+        program = self.folder / compiler[0]
+        subprocess.run(
+            [*compiler, "-std=c99", "-D_POSIX_C_SOURCE=200809L", "-ffp-contract=off", "-DFMI3_OVERRIDE_FUNCTION_PREFIX",
+             f"-I{headers}", "-o", program, ROOT / "tests" / "fmu" / "drive.c", sources / "sources" / "motor_fmu.c",
+             "-lm"], check=True,
+        )  # fmt: skip
+        description = read(fmu)
+        first = description.of("output")[0].reference
+        size = description.experiment["stepSize"]
+        arguments = [description.token, "0.0", repr(size), str(first), str(len(description.of("output")))]
+        answer = subprocess.run([*runner, program, *arguments], capture_output=True, text=True, check=False)
+        self.assertEqual((answer.returncode, answer.stderr), (0, ""))
+        self.assertEqual(len(answer.stdout.splitlines()), 501)
+        return answer.stdout
+
+    def test_nothing_is_left_behind(self) -> None:
+        """The address sanitizer looks for memory that nobody has freed."""
+        self.driven(["gcc", "-O1", "-g", "-fsanitize=address,undefined", "-fno-sanitize-recover=all"], [])
+
+    def test_another_processor_computes_the_same(self) -> None:
+        if not shutil.which("aarch64-linux-gnu-gcc") or not shutil.which("qemu-aarch64"):
+            self.skipTest("no compiler or emulator for aarch64")
+        here = self.driven(["gcc", "-O2"], [])
+        self.assertEqual(self.driven(["aarch64-linux-gnu-gcc", "-O2", "-static"], ["qemu-aarch64"]), here)
 
     def test_two_of_them_link_into_one_program(self) -> None:
         """With the prefix of each, as importers do that take sources."""
