@@ -216,6 +216,20 @@ class Whole(SweepTest):
         self.assertEqual(self.path("cut.csv").read_bytes(), self.path("whole.csv").read_bytes())
         self.assertFalse(self.path("cut.csv.part").exists())
 
+    def test_an_interrupt_leaves_what_there_is(self):
+        self.write("m.json", gain(tf=20.0, ts=0.01).text())
+        common = ["sweep", "m.json", "-q", "--vary", "k~uniform(0,1)", "--random", "100000000", "--measure", "y=max(out)",
+                  "-o", "o.csv"]
+        process = subprocess.Popen([ZARN, *common], cwd=self.folder, stderr=subprocess.PIPE, text=True)
+        while not self.path("o.csv.part").exists():
+            time.sleep(0.01)
+        time.sleep(0.2)
+        process.send_signal(signal.SIGINT)
+        said = process.communicate(timeout=30)[1]
+        self.assertEqual(process.returncode, 130, said)
+        self.assertRegex(said, "interrupted after [1-9][0-9]* variants; --resume goes on")
+        self.assertFalse(self.path("o.csv").exists())
+
     def test_the_number_of_threads_changes_nothing(self):
         self.write("m.json", gain().text())
         for jobs in ("1", "3"):
