@@ -57,6 +57,9 @@ public:
     /// How many kinds of models the variants came to so far: more than one where a variant changes types or sizes.
     std::size_t kinds() const;
 
+    /// Several threads ask the session's bridge by turns: a caller who holds a lock that the bridge takes, as an
+    /// interpreter's, must give it free for the time of the call.
+    ///
     /// Runs the variants from `first` on and hands over their rows in order, a batch at a time, from one thread at a
     /// time. `take` answers whether to go on, and can raise. @return false when it ended the sweep.
     bool go(const std::function<bool(const rows_t&)>& take, std::uint64_t first = 0,
