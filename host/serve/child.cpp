@@ -147,7 +147,7 @@ json_t Child::ask(const char* method, json_t params, std::chrono::milliseconds l
     const auto found = answers_.find(id);
     if (found == answers_.end()) {
         const std::string words = words_;
-        throw RpcError(error_t::failed, "the process that evaluates has ended", {}, {{"console", words}});
+        throw RpcError(error_t::failed, "the process that evaluates and runs has ended", {}, {{"console", words}});
     }
     json_t answer = std::move(found->second);
     answers_.erase(found);

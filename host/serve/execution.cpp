@@ -179,15 +179,20 @@ std::unique_ptr<Child> Execution::start_child(run_t* own) {
         },
         [this, own] {
             if (own->child == nullptr) return;  // it was never there
-            const std::string words = own->child->last_words();
             const std::lock_guard lock(state_.mutex);
-            const std::string state = own->last.is_object() ? own->last.value("state", "") : "";
-            if (state == "done" || state == "stopped" || state == "failed") return;
-            if (!own->last.is_object()) own->last = {{"run", own->number}};
-            own->last["state"] = "failed";
-            own->last["message"] = words.empty() ? "the process that runs the model has ended" : words;
-            state_.notify("run.progress", own->last);
+            if (note_end(*own)) state_.notify("run.progress", own->last);
         });
+}
+
+bool Execution::note_end(run_t& run) {
+    const std::string state = run.last.is_object() ? run.last.value("state", "") : "";
+    if (state == "done" || state == "stopped" || state == "failed") return false;
+    std::string words = run.child->last_words();
+    while (!words.empty() && words.back() == '\n') words.pop_back();
+    if (!run.last.is_object()) run.last = {{"run", run.number}};
+    run.last["state"] = "failed";
+    run.last["message"] = words.empty() ? "the process that runs the model has ended" : words;
+    return true;
 }
 
 json_t Execution::start(const Params& params, std::unique_lock<std::mutex>& lock) {

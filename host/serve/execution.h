@@ -54,7 +54,9 @@ public:
     json_t start(const Params& params, std::unique_lock<std::mutex>& lock);
     /// The run of that number, or the last one. Raises `RpcError` for none.
     std::shared_ptr<run_t> run(std::int64_t number);
-    /// The same, nothing where there is none.
+    /// What is told of a run whose process has ended. Returns whether that is news.
+    bool note_end(run_t& run);
+    /// The run, nothing where there is none.
     std::shared_ptr<run_t> last_run() const { return runs_.empty() ? nullptr : runs_.back(); }
 
 private:

@@ -82,8 +82,13 @@ json_t ask_run(Execution& execution, const Params& params, std::unique_lock<std:
 json_t run_state(Execution& execution, const Params& params, std::unique_lock<std::mutex>& lock) {
     const auto run = execution.last_run();
     if (run == nullptr) return {{"run", nullptr}, {"state", "none"}, {"first_bad", nullptr}};
-    if (run->child->gone()) return run->last;
-    return ask_run(execution, params, lock, "state", json_t::object());
+    try {
+        if (!run->child->gone()) return ask_run(execution, params, lock, "state", json_t::object());
+    } catch (const RpcError&) {
+        if (!run->child->gone()) throw;
+    }
+    execution.note_end(*run);
+    return run->last;
 }
 
 std::string content_of(const std::filesystem::path& file) {
