@@ -155,12 +155,15 @@ Runner::Runner(std::shared_ptr<Session> session, const run_setup_t& setup, tell_
     speed_ = setup_.speed;
     if (setup_.paused) state_ = state_t::paused;
     if (guard) guard_ = guard(*session_, *run_);
-    thread_ = std::thread([this] { work(); });
 }
 
 Runner::~Runner() {
     stop();
-    thread_.join();
+    if (thread_.joinable()) thread_.join();
+}
+
+void Runner::begin() {
+    if (!thread_.joinable()) thread_ = std::thread([this] { work(); });
 }
 
 json_t Runner::description() const {

@@ -37,13 +37,15 @@ public:
     };
     using guard_t = std::function<watch_t(Session& session, Run& run)>;
 
-    /// Checks and compiles the session's model, and begins to run it. Raises `SessionError`.
+    /// Checks and compiles the session's model. Raises `SessionError`.
     Runner(std::shared_ptr<Session> session, const run_setup_t& setup, tell_t tell, const guard_t& guard);
     Runner(const Runner&) = delete;
     Runner& operator=(const Runner&) = delete;
     /// Ends the run.
     ~Runner();
 
+    /// Begins to run it; once it has begun, nothing.
+    void begin();
     /// The signals that are recorded, times and steps: the answer to `run.start`.
     json_t description() const;
     json_t state();

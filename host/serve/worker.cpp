@@ -80,8 +80,11 @@ public:
 
     void serve() {
         std::string text;
-        while (std::getline(std::cin, text))
+        while (std::getline(std::cin, text)) {
             if (const auto answer = methods_.answer(text)) line_.put(*answer);
+            // behind the answer that tells what runs: the first step may be the process's last
+            if (runner_ != nullptr) runner_->begin();
+        }
     }
 
 private:
