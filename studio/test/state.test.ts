@@ -120,6 +120,16 @@ describe("a run", () => {
         expect(get().run?.recording.of(0)).toEqual({ t: [0, 0.5], v: [1, null] });
         expect(get().bottom).toBe("plots");
     });
+    it("that has ended before the answer of its start is not taken for one that goes on", async () => {
+        const server = await started({ "run.start": start, "run.data": { signal: 0, t: [0], v: [7], exact: true } });
+        const starting = get().startRun();
+        server.tell("run.progress", { run: 3, state: "running", step: 1, time: 0, tf: 1 });
+        server.tell("run.samples", { run: 3, series: [{ signal: 0, t: [0], v: [1] }], decimated: false });
+        server.tell("run.progress", { run: 3, state: "done", step: 3, time: 1, tf: 1 });
+        await starting;
+        expect(get().phase).toBe("done");
+        await expect.poll(() => get().run?.recording.of(0).v).toEqual([7]);
+    });
     it("keeps the one before it, once, and takes over the whole data at its end", async () => {
         let number = 2;
         const server = await started({

@@ -52,6 +52,8 @@ export function Canvas() {
     const theme = useStudio((s) => s.theme);
     const area = useArea();
     const elements = useRef(new Elements());
+    const frame = useRef<HTMLDivElement>(null);
+    const fitted = useRef(false);
     const [hovered, setHovered] = useState<Handle | null>(null);
     const boxes = useMemo(() => (view ? new Boxes(view) : null), [view]);
 
@@ -63,9 +65,10 @@ export function Canvas() {
     }, [flow]);
 
     // shows everything, or the block that was asked for
-    useEffect(() => {
-        const { view: now, focus, blockById } = useStudio.getState();
-        if (!now || fitCount === 0) return;
+    const showAll = useCallback(() => {
+        const { view: now, focus, blockById, fitCount: count } = useStudio.getState();
+        if (!now || count === 0) return;
+        fitted.current = true;
         const block = focus === null ? undefined : blockById.get(focus);
         if (block) {
             const b = boundsOf(block);
@@ -76,7 +79,17 @@ export function Canvas() {
         } else {
             void flow.setViewport({ x: 80, y: 80, zoom: 1.2 });
         }
-    }, [fitCount, flow]);
+    }, [flow]);
+    useEffect(showAll, [fitCount, showAll]);
+
+    // a panel that opens takes nothing out of sight, unless a person chose what is in sight
+    useEffect(() => {
+        const element = frame.current;
+        if (!element) return;
+        const observer = new ResizeObserver(() => requestAnimationFrame(() => fitted.current && showAll()));
+        observer.observe(element);
+        return () => observer.disconnect();
+    }, [showAll]);
 
     const always = useMemo(() => {
         const set = new Set<Handle>(moved.keys());
@@ -217,7 +230,7 @@ export function Canvas() {
     }, [flow, boxes, shown.plain]);
 
     return (
-        <div className="canvas" role="application" aria-label="diagram" onDoubleClick={onDoubleClick} onMouseMove={onPointerMove}
+        <div ref={frame} className="canvas" role="application" aria-label="diagram" onDoubleClick={onDoubleClick} onMouseMove={onPointerMove} onMouseDown={() => (fitted.current = false)}
             onMouseLeave={() => (sight.pointer = null)}>
             {boxes ? <Overview boxes={boxes} shown={shown.plain} omit={always} /> : null}
             <ReactFlow
@@ -228,6 +241,7 @@ export function Canvas() {
                 colorMode={theme}
                 onNodesChange={onNodesChange}
                 onEdgesChange={onEdgesChange}
+                onMoveStart={(event) => event && (fitted.current = false)}
                 onNodeDragStart={() => useStudio.getState().setDragging(true)}
                 onNodeDragStop={onDragStop}
                 onSelectionDragStart={() => useStudio.getState().setDragging(true)}

@@ -387,6 +387,7 @@ export interface Methods {
             settings?: Partial<Settings>;
             probes?: string[];
             wires?: Handle[];
+            also_shown?: boolean;
             speed?: number;
             paused?: boolean;
             parameters?: Record<Handle, Record<string, string>>;

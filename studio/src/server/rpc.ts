@@ -131,7 +131,14 @@ export class HttpServer implements Server {
 
     private tell(data: string): void {
         const { method, params } = JSON.parse(data) as { method: string; params: never };
-        for (const listener of this.listeners.get(method) ?? []) listener(params);
+        for (const listener of this.listeners.get(method) ?? []) {
+            // what a listener does wrong must not end the stream for the others
+            try {
+                listener(params);
+            } catch (error) {
+                console.error(error);
+            }
+        }
     }
 }
 

@@ -58,6 +58,9 @@ function withEarlier(list: Run[], before: Run | null): Run[] {
 }
 
 export const runSlice: Slice<RunSlice> = (set, get) => {
+    // a short run can have ended before the answer of its start is here
+    let lastProgress: RunProgress | null = null;
+
     const takeState = (state: RunState | null) => {
         if (!state) return;
         set({ phase: state.state, step: state.step, time: state.time });
@@ -92,7 +95,7 @@ export const runSlice: Slice<RunSlice> = (set, get) => {
         const wires = [...probes.values()];
         const answer = await server.call("run.start", {
             ...(Object.keys(runSettings).length > 0 ? { settings: runSettings } : {}),
-            ...(wires.length > 0 ? { wires } : {}),
+            ...(wires.length > 0 ? { wires, also_shown: true } : {}),
             ...(speed > 0 ? { speed } : {}),
             ...(paused ? { paused } : {}),
             ...(trials.size > 0 ? { parameters: Object.fromEntries(trials) } : {}),
@@ -109,6 +112,7 @@ export const runSlice: Slice<RunSlice> = (set, get) => {
             firstBad: null,
             bottom: "plots",
         });
+        if (lastProgress?.run === run) get().takeProgress(lastProgress);
     };
 
     return {
@@ -176,14 +180,15 @@ export const runSlice: Slice<RunSlice> = (set, get) => {
 
         takeProgress(progress) {
             const { run, phase } = get();
-            if (run && progress.run < run.run) return;
+            lastProgress = progress;
+            if (run?.run !== progress.run) return;
             set({ phase: progress.state, step: progress.step, time: progress.time });
             if (progress.state === "failed" && phase !== "failed") {
                 get().say("error", progress.message ?? "The run failed.");
                 if (progress.findings?.length) set({ bottom: "problems" });
             }
             const ended = progress.state === "done" || progress.state === "stopped" || progress.state === "failed";
-            if (ended && run && run.run === progress.run) void finish(run);
+            if (ended && run.signals.length > 0) void finish(run);
         },
         takeSamples(samples) {
             let { run } = get();
