@@ -130,6 +130,17 @@ describe("a run", () => {
         expect(get().phase).toBe("done");
         await expect.poll(() => get().run?.recording.of(0).v).toEqual([7]);
     });
+    it("that was stopped stays so, whatever older answer comes late", async () => {
+        const state = (phase: "paused" | "stopped") => ({ run: 3, state: phase, step: 1, time: 0.5 });
+        const server = await started({ "run.start": start, "run.stop": state("stopped"), "run.step": state("paused"), "run.pause": state("paused") });
+        await get().startRun();
+        await get().pauseRun();
+        const late = get().stepRun();
+        await get().stopRun();
+        await late;
+        server.tell("run.progress", { run: 3, state: "paused", step: 1, time: 0.5, tf: 1 });
+        expect(get().phase).toBe("stopped");
+    });
     it("keeps the one before it, once, and takes over the whole data at its end", async () => {
         let number = 2;
         const server = await started({

@@ -48,6 +48,8 @@ export interface RunSlice {
 
 const mostEarlier = 3;
 
+const hasEnded = (phase: RunPhase) => phase === "done" || phase === "stopped" || phase === "failed";
+
 function without<T>(record: Record<string, T>, key: string): Record<string, T> {
     return Object.fromEntries(Object.entries(record).filter(([each]) => each !== key));
 }
@@ -61,8 +63,12 @@ export const runSlice: Slice<RunSlice> = (set, get) => {
     // a short run can have ended before the answer of its start is here
     let lastProgress: RunProgress | null = null;
 
+    // answers and notes overtake each other: a run that has ended does not go on
+    const isStale = ({ run, state }: { run: number; state: RunPhase }) =>
+        run === get().run?.run && hasEnded(get().phase) && !hasEnded(state);
+
     const takeState = (state: RunState | null) => {
-        if (!state) return;
+        if (!state || isStale(state)) return;
         set({ phase: state.state, step: state.step, time: state.time });
         if (state.first_bad !== undefined) set({ firstBad: state.first_bad });
     };
@@ -181,14 +187,13 @@ export const runSlice: Slice<RunSlice> = (set, get) => {
         takeProgress(progress) {
             const { run, phase } = get();
             lastProgress = progress;
-            if (run?.run !== progress.run) return;
+            if (run?.run !== progress.run || isStale(progress)) return;
             set({ phase: progress.state, step: progress.step, time: progress.time });
             if (progress.state === "failed" && phase !== "failed") {
                 get().say("error", progress.message ?? "The run failed.");
                 if (progress.findings?.length) set({ bottom: "problems" });
             }
-            const ended = progress.state === "done" || progress.state === "stopped" || progress.state === "failed";
-            if (ended && run.signals.length > 0) void finish(run);
+            if (hasEnded(progress.state) && run.signals.length > 0) void finish(run);
         },
         takeSamples(samples) {
             let { run } = get();
