@@ -230,7 +230,7 @@ export function Canvas() {
     }, [flow, boxes, shown.plain]);
 
     return (
-        <div ref={frame} className="canvas" role="application" aria-label="diagram" onDoubleClick={onDoubleClick} onMouseMove={onPointerMove} onMouseDown={() => (fitted.current = false)}
+        <div ref={frame} className="canvas" role="application" aria-label="diagram" onDoubleClick={onDoubleClick} onMouseMove={onPointerMove}
             onMouseLeave={() => (sight.pointer = null)}>
             {boxes ? <Overview boxes={boxes} shown={shown.plain} omit={always} /> : null}
             <ReactFlow
