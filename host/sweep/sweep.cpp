@@ -27,6 +27,26 @@ constexpr double nothing = std::numeric_limits<double>::quiet_NaN();
 /// Kinds that are kept; a sweep that has more compiles some of them again.
 constexpr std::size_t most_kinds = 32;
 
+/// The memory that a thread runs batches in: one for each program of late, which it keeps.
+class batches_t {
+public:
+    Batch& of(const std::shared_ptr<const lane_program_t>& program) {
+        const auto known = std::ranges::find(all_, program, &entry_t::program);
+        if (known != all_.end()) return *known->batch;
+        constexpr std::size_t most = 8;
+        if (all_.size() == most) all_.erase(all_.begin());
+        all_.push_back({program, std::make_unique<Batch>(program->program)});
+        return *all_.back().batch;
+    }
+
+private:
+    struct entry_t {
+        std::shared_ptr<const lane_program_t> program;
+        std::unique_ptr<Batch> batch;
+    };
+    std::vector<entry_t> all_;
+};
+
 }  // namespace
 
 struct Sweep::impl_t {
@@ -42,8 +62,7 @@ struct Sweep::impl_t {
     std::shared_ptr<Kind> kind_of(const variant_t& variant);
 
     task_t prepare(std::uint64_t first, std::size_t count);
-    void run(task_t& task, std::map<const lane_program_t*, std::unique_ptr<Batch>>& batches, Meter& meter,
-             const std::atomic<bool>& ended) const;
+    void run(task_t& task, batches_t& batches, Meter& meter, const std::atomic<bool>& ended) const;
     std::string fault_text(Kind& kind, const tessel::ensemble::fault_t& fault) const;
 
     sweep_setup_t setup;
@@ -209,13 +228,11 @@ task_t Sweep::impl_t::prepare(std::uint64_t first, std::size_t count) {
     return task;
 }
 
-void Sweep::impl_t::run(task_t& task, std::map<const lane_program_t*, std::unique_ptr<Batch>>& batches, Meter& meter,
-                        const std::atomic<bool>& ended) const {
+void Sweep::impl_t::run(task_t& task, batches_t& batches, Meter& meter, const std::atomic<bool>& ended) const {
     task.measures.assign(task.count * measures.size(), nothing);
     task.samples.assign(task.count * probe_names.size() * samples, nothing);
     for (group_t& group : task.groups) {
-        auto& batch = batches[group.program.get()];
-        if (batch == nullptr) batch = std::make_unique<Batch>(group.program->program);
+        Batch* batch = &batches.of(group.program);
         const std::size_t all = group.rows.size(), lanes = group.program->program.lanes;
         for (std::size_t begin = 0; begin < all; begin += lanes) {
             const std::size_t count = std::min(lanes, all - begin);
@@ -289,7 +306,7 @@ bool Sweep::go(const std::function<bool(const rows_t&)>& take, std::uint64_t fir
     const auto threads = static_cast<unsigned>(std::clamp<std::uint64_t>(batches, 1, wanted));
     const auto prepare = [&all](std::uint64_t begin, std::size_t count) { return all.prepare(begin, count); };
     const auto worker = [&all] {
-        auto batches_of_thread = std::make_shared<std::map<const lane_program_t*, std::unique_ptr<Batch>>>();
+        auto batches_of_thread = std::make_shared<batches_t>();
         auto meter = std::make_shared<Meter>(all.measures, all.watched.size(), all.times.ts, all.probe_names.size(),
                                              all.setup.every, all.samples);
         return [&all, batches_of_thread, meter](task_t& task, const std::atomic<bool>& ended) {

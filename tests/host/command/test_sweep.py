@@ -105,6 +105,20 @@ class Values(SweepTest):
         self.assertEqual([float(r["y"]) for r in rows], [2, 4, 6, 4])
 
 
+    def test_many_kinds_of_models_on_several_threads_keep_apart(self):
+        model = Model(tf=40.0, ts=1.0)
+        clock = model.add("time", "clock")
+        points = "list(range(int(n)))"
+        table = model.add("lut1d", "table", inputs=1, bp1=f"[float(i) for i in {points}]",
+                          out=f"[k * i for i in {points}]")
+        model.chain(clock, table, model.add("outport", "out", inputs=1, portNumber=0))
+        self.write("m.json", model.text())
+        pairs = [(1.0 + i // 7, 2 + i % 37) for i in range(700)]
+        self.write("t.csv", "k,n\n" + "".join(f"{k},{n}\n" for k, n in pairs))
+        rows = self.swept("--vary", "@t.csv", "--jobs", "3")
+        self.assertEqual([float(r["y"]) for r in rows], [k * (n - 1) for k, n in pairs])
+
+
 class Measures(SweepTest):
     def test_are_those_of_the_signal(self):
         self.write("m.json", gain(tf=2.0, ts=0.5).text())
