@@ -48,6 +48,8 @@ Child::Child(heard_t heard, said_t said, std::function<void()> ended)
     posix_spawn_file_actions_adddup2(&actions, in[0], STDIN_FILENO);
     posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, err[1], STDERR_FILENO);
+    // what a model executes gets no hold of the sockets of the service
+    posix_spawn_file_actions_addclosefrom_np(&actions, STDERR_FILENO + 1);
     std::array<char, 4096> own{};
     const auto length = readlink("/proc/self/exe", own.data(), own.size() - 1);
     std::string verb = "work";

@@ -139,6 +139,20 @@ class Studio(Case):
         self.rpc("findings", wait=True)
         self.assertTrue(mark.exists())
 
+    def test_what_is_executed_has_no_hold_of_the_sockets(self):
+        (self.folder / "workspace.py").write_text(
+            "import os\n"
+            "def is_socket(n):\n"
+            "    try:\n"
+            "        return os.readlink(f'/proc/self/fd/{n}').startswith('socket')\n"
+            "    except OSError:\n"
+            "        return False\n"
+            "k = sum(is_socket(n) for n in range(256))\n")
+        self.rpc("edit", operations=[{"op": "set_parameter", "block": "3000000000000001", "key": "expression", "value": "k"}])
+        self.rpc("evaluate", allow=True)
+        answer = self.rpc("value", block="3000000000000001", key="expression")["result"]
+        self.assertEqual(answer["value"], "0", answer)
+
     def test_notifications_come_as_events(self):
         connection = http.client.HTTPConnection("127.0.0.1", self.port, timeout=30)
         self.addCleanup(connection.close)
