@@ -93,7 +93,7 @@ public:
 private:
     std::unique_ptr<MetaBlock> block_;
     std::vector<std::unique_ptr<Source>> sources_;
-    /// What one of the code_ operations writes; raises what it answers otherwise than by result_ok.
+    /// What one of the code_ operations writes; raises where it writes and yet does not answer by result_ok.
     std::string code(const std::function<result_t(sys::File&)>& write);
 
     result_t code_result_ = result_ok;
