@@ -161,7 +161,7 @@ class Keep(Case):
         def without_geometry(text):
             model = json.loads(text)
             for element in model["blocks"]:
-                for data in element.values():
+                for data in element.values() if isinstance(element, dict) else []:
                     if isinstance(data, dict) and str(data.get("id")) == block:
                         data.pop("geometry", None)
             return model
