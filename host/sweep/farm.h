@@ -80,7 +80,7 @@ private:
     }
 
     void hand_over(task_t task) {
-        constexpr std::size_t most_waiting = 64;
+        constexpr std::size_t most_waiting = 4;
         std::unique_lock lock(handing_);
         const std::uint64_t first = task.first;
         // who is far ahead waits, so that memory does not grow

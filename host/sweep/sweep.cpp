@@ -13,6 +13,7 @@
 #include "core/thread_pool.h"
 #include "exec/ensemble/batch.h"
 #include "framework/classes.h"
+#include "host/document/memory.h"
 #include "host/session/probes.h"
 #include "host/sweep/farm.h"
 #include "host/sweep/kinds.h"
@@ -53,6 +54,7 @@ struct Sweep::impl_t {
     impl_t(sweep_setup_t given, std::unique_ptr<Variants> all);
 
     std::unique_ptr<Session> new_session() const;
+    void require_room(const Session& session) const;
     std::vector<double> values_of(std::uint64_t variant) const;
     void find_own_parameters(Session& session);
     void add_own_parameter(Session& session, std::size_t name);
@@ -103,12 +105,26 @@ Sweep::impl_t::impl_t(sweep_setup_t given, std::unique_ptr<Variants> all)
         std::uint64_t steps = 0;
         for (double t = times.ti; times.tf >= t; t = t + times.ts) ++steps;
         samples = (steps + setup.every - 1) / setup.every;
+        require_room(*session);
     }
     main = std::make_shared<Kind>(std::move(session), *bridge, own, watched);
     ++kinds_made;
     const variant_t first = main->make(values);
     if (!first.refused.empty()) throw main->session().error(problem_t::model, first.refused);
     kinds.emplace(first.shape, main);
+}
+
+/// Samples stand in memory for the batches at work, and for those that wait to be handed over.
+void Sweep::impl_t::require_room(const Session& session) const {
+    const unsigned threads = setup.jobs != 0 ? setup.jobs : tessel::sys::hardware_threads();
+    const double batch = static_cast<double>(probe_names.size()) * static_cast<double>(samples) *
+                         static_cast<double>(most_lanes * sizeof(double));
+    const double wanted = batch * 4.0 * threads, room = free_memory() * 0.8;
+    if (room == 0.0 || wanted <= room) return;
+    throw session.error(problem_t::usage,
+                        tessel::format("the samples of {} variants at a time take {:.3g} GiB on {} threads, and the "
+                                       "machine has {:.3g} GiB to give; keep fewer of them (--every), or take --jobs 1",
+                                       most_lanes, wanted / 0x1p30, threads, room / 0x1p30));
 }
 
 std::unique_ptr<Session> Sweep::impl_t::new_session() const {
