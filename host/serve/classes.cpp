@@ -8,7 +8,7 @@
 #include "host/draw/diagram.h"
 #include "host/draw/scene.h"
 #include "host/reference/describe.h"
-#include "host/serve/view.h"
+#include "host/serve/figures.h"
 
 namespace zarn::serve {
 namespace {

@@ -17,9 +17,6 @@
 
 namespace zarn::serve {
 
-/// The figures of a block, relative to its left upper corner.
-json_t figures_json(const draw::Block& block, const draw::Node& node);
-
 /// The drawing of one text and what is asked of it. What it chose for blocks without a place it keeps, so that they
 /// stay where they are from one state of the text to the next.
 class Views {
