@@ -105,6 +105,7 @@ py::dict PySession::run(const std::vector<std::string>& probes, bool all, const 
         name_as_written(signals, *session_);
         run->record(std::move(signals));
         run->expect_all();
+        run->survive_faults();
     }
     watch = std::make_unique<PythonWatch>(*run, Feeder(run->model(), fed), progress);
     {

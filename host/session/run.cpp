@@ -6,10 +6,26 @@
 
 #include "core/format.h"
 #include "core/hash.h"
+#include "framework/classes.h"
 #include "host/document/memory.h"
+#include "host/session/fault_trap.h"
 #include "host/session/session.h"
 
 namespace zarn {
+
+SessionError fault_error(const Session& session, double t) {
+    constexpr int most = 5;
+    int found = 0;
+    std::string names;
+    for (const auto& block : session.model()) {
+        if (block == nullptr || tessel::factory::traits_of(*block).fault == tessel::fault_t::never) continue;
+        if (++found <= most) names += tessel::format("{}{}", names.empty() ? "" : ", ", shown(*block));
+    }
+    return session.error(problem_t::model,
+                         tessel::format("a divide fault at t = {:.12g} s: the lowest integer by -1, or a random range "
+                                        "without a number, in {}{}",
+                                        t, names, found > most ? " or others" : ""));
+}
 
 Watch::Watch(Run& run) : run_(run), clock_(run.clock_) {}
 
@@ -80,11 +96,14 @@ void Run::stream_to(Drain& drain) {
 }
 
 void Run::go(Watch& watch, tessel::engine_t engine) {
-    go(watch, [engine](tessel::IExecModel& exec, Watch& monitor) {
+    go(watch, [this, engine](tessel::IExecModel& exec, Watch& monitor) {
         exec.set_monitor(&monitor);
         exec.set_engine(engine);
-        exec.run();
+        const auto run = [&exec] { exec.run(); };
+        const bool well = survives_ ? FaultTrap::survives(run) : (run(), true);
         exec.set_monitor(nullptr);
+        const double t = clock_.step == 0 ? session_.setting("ti") : clock_.time + session_.setting("ts");
+        if (!well) throw fault_error(session_, t);
     });
 }
 

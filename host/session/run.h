@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "IExecModel.h"
+#include "host/session/error.h"
 #include "host/session/probes.h"
 #include "host/session/recorder.h"
 #include "host/session/results.h"
@@ -17,6 +18,9 @@ namespace zarn {
 
 class Session;
 class Run;
+
+/// What a divide fault behind the time `t` is told with: the blocks that can have caused it.
+SessionError fault_error(const Session& session, double t);
 
 /// What looks after a run: counts its steps, hands recordings on, ends it when they find no memory. Whoever wants to
 /// look as well, or to end it, derives from it.
@@ -67,6 +71,9 @@ public:
     void go(Watch& watch, tessel::engine_t engine);
     /// The same with steps of the caller's own: `drive` starts and finishes the objects as `IExecModel::run` does.
     void go(Watch& watch, const std::function<void(tessel::IExecModel&, Watch&)>& drive);
+    /// From here on a divide fault of a step ends the run with a `SessionError`, not the process. On a model that is
+    /// wide enough to be stepped on several threads it still ends the process.
+    void survive_faults() { survives_ = true; }
     /// Hands what is recorded, and not streamed, to a drain.
     void write_to(Drain& drain) { drain.finish(clock_.step); }
 
@@ -91,6 +98,7 @@ private:
     Drain* drain_ = nullptr;
     std::uint64_t stride_ = 0;  // steps from drain to drain
     std::exception_ptr failure_;
+    bool survives_ = false;
 };
 
 }  // namespace zarn

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "IExecModel.h"
+#include "host/session/fault_trap.h"
 #include "host/session/inputs.h"
 #include "host/session/probes.h"
 
@@ -28,8 +29,17 @@ public:
     Stepped& operator=(const Stepped&) = delete;
     ~Stepped();
 
-    /// Takes so many steps, fewer at the end of the time; returns how many.
-    std::uint64_t step(std::uint64_t count) noexcept { return stepper_->step(count); }
+    /// Takes so many steps, fewer at the end of the time; returns how many. Raises `SessionError` where a step ends in
+    /// a divide fault: there is no step after that.
+    std::uint64_t step(std::uint64_t count) {
+        if (broken_) throw fault_error(session_, time());
+        std::uint64_t taken = 0;
+        if (!FaultTrap::survives([&] { taken = stepper_->step(count); })) {
+            broken_ = true;
+            throw fault_error(session_, time());
+        }
+        return taken;
+    }
     double time() const noexcept { return stepper_->time(); }
     std::uint64_t count() const noexcept { return stepper_->count(); }
     bool done() const noexcept { return stepper_->done(); }
@@ -64,6 +74,7 @@ private:
     std::vector<input_t> inputs_;
     std::unordered_map<std::string, signal_port_t> signals_;
     std::unordered_map<std::string, input_cell_t> cells_;
+    bool broken_ = false;  // by a fault
 };
 
 }  // namespace zarn

@@ -80,6 +80,29 @@ def test_a_workspace_that_ends_the_process(tmp_path):
         m.run()
 
 
+def divides():
+    m = zarn.Model(ts=1.0, tf=9.0)
+    falling = m.switch(m.time() > 4.5, m.constant(-(2**31)), m.constant(8))
+    m.output("y", m.divide(falling, m.switch(m.time() > 4.5, m.constant(-1), m.constant(2)), name="quotient"))
+    return m
+
+
+def test_a_divide_fault_is_an_exception():
+    for _ in range(3):
+        with pytest.raises(zarn.ModelError, match=r"divide fault at t = 5 s.*mainsys.quotient"):
+            divides().run()
+    with divides().start() as s:
+        assert s.step(5) == 5 and s.value("y") == 4
+        for _ in range(2):
+            with pytest.raises(zarn.ModelError, match="divide fault"):
+                s.step()
+    with pytest.raises(zarn.ModelError, match="divide fault"):
+        divides().start().step(100)
+    m = zarn.Model(ts=1.0, tf=1.0)
+    m.output("y", m.constant(1.0))
+    assert m.run()["y"][0] == 1.0  # all is well behind it
+
+
 def test_a_thousand_models():
     for number in range(1000):
         m = zarn.Model(ts=1.0, tf=2.0)
