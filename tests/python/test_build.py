@@ -274,7 +274,7 @@ def build(steps):
     return m
 
 
-@settings(max_examples=12, deadline=None, suppress_health_check=list(HealthCheck))
+@settings(max_examples=12, deadline=None, database=None, suppress_health_check=list(HealthCheck))
 @given(st.lists(STEPS, min_size=1, max_size=25))
 def test_the_command_runs_what_programs_build(tmp_path_factory, steps):
     folder = tmp_path_factory.mktemp("model")
