@@ -40,6 +40,7 @@ figures() { # HEADING PROGRAM...: a program that prints plain text
     [ ! -x "$build/bench/bench_native" ] || table "Machine code made for the model" "$build/bench/bench_native" $quick
     # shellcheck disable=SC2086
     [ ! -x "$build/zarn" ] || table "The command" bench/command.py "$build" $quick
+    [ ! -d "$build/python/zarn" ] || table "In Python" env PYTHONPATH="$build/python" bench/python.py
     ! command -v valgrind > /dev/null || table "Instructions, by callgrind" tools/instructions.sh "$build"
     # shellcheck disable=SC2086
     figures "Growth of each pass, chains of five blocks" "$build/bench/bench_passes" $quick
