@@ -269,7 +269,7 @@ export function Canvas() {
                 proOptions={{ hideAttribution: true }}
             >
                 <Background variant={BackgroundVariant.Dots} gap={grid * 4} size={1} />
-                <LevelTexts area={area.box} wires={shown.wires} busy={busyWires} />
+                {shown.plain ? null : <LevelTexts area={area.box} wires={shown.wires} busy={busyWires} />}
                 <RenameBox />
                 <QuickInsert />
                 {(view?.blocks.length ?? 0) <= 1500 ? <MiniMap pannable zoomable ariaLabel="minimap" nodeStrokeWidth={2} style={minimapSize} /> : null}

@@ -34,12 +34,13 @@ function optionsOf(title: string, lines: readonly Line[], names: readonly string
         series: [
             { label: "t", value: (_u, v: number | null) => (v === null ? "--" : `${value(v)} s`) },
             ...lines.map((line): uPlot.Series => ({
-                label: line.age === 0 ? line.name : `${line.name} (${line.age} before)`,
+                label: line.age === 0 ? line.name : `${line.age} before`,
                 stroke: cssColor(`--line-${names.indexOf(line.name) % 6}`),
                 alpha: line.age === 0 ? 1 : 0.45,
                 width: line.age === 0 ? 1.7 : 1.2,
                 ...(line.age === 0 ? {} : { dash: [5, 4] }),
                 ...(isStepped(line.type) && uPlot.paths.stepped ? { paths: uPlot.paths.stepped({ align: 1 }) } : {}),
+                pxAlign: 0, // a curve of many points is smooth between pixels
                 spanGaps: lines.length > 1,
                 points: { show: false },
                 value: (_u, v: number | null) => value(v),
