@@ -78,6 +78,8 @@ wheel: $(BUILD)/build.ninja
 bench: $(BUILD)/build.ninja
 	@cmake --build $(BUILD) --target bench_all -j $(JOBS)
 	tools/bench.sh $(BUILD)
+	@{ tools/studio.sh setup && tools/studio.sh build && ZARN=$(CURDIR)/$(ZARN) tools/studio.sh speed; } \
+	    || echo "make bench: goes on without the studio's page" >&2
 
 # the suite under address and undefined behaviour sanitizers: clang's, which check conversions of floats as well
 asan:

