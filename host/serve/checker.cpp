@@ -41,6 +41,7 @@ void Checker::work() {
             found.finding.file = sheet.shown;
             found.finding.what = error.what();
         }
+        verdict.ticket = sheet.ticket;
         lock.lock();
         const bool outdated = waiting_.has_value() || ends_;
         lock.unlock();

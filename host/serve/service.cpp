@@ -50,7 +50,7 @@ struct Service::impl_t {
 
     void take(verdict_t verdict) {
         const std::lock_guard lock(state.mutex);
-        if (state.open == nullptr || verdict.revision > state.open->revision()) return;
+        if (state.open == nullptr || verdict.ticket != state.tickets) return;  // of another model, or before consent
         state.open->verdict = std::move(verdict);
         state.open->judged = true;
         state.open->pending = false;

@@ -13,7 +13,7 @@ edit::Editor& State::editor() {
     return *at_hand.editor;
 }
 
-sheet_t State::sheet() const { return {open->text(), open->path, open->file, folder.path(), open->revision()}; }
+sheet_t State::sheet() const { return {open->text(), open->path, open->file, folder.path(), open->revision(), 0}; }
 
 void State::text_changed() {
     open->views.read(sheet());
@@ -23,7 +23,9 @@ void State::text_changed() {
 
 void State::check() {
     open->pending = true;
-    checker->ask(sheet());
+    sheet_t now = sheet();
+    now.ticket = ++tickets;
+    checker->ask(std::move(now));
 }
 
 json_t outcome_json(const edit::outcome_t& outcome) {

@@ -50,6 +50,7 @@ struct State {
     std::string version;
     std::unique_ptr<open_t> open;
     std::unique_ptr<Checker> checker;
+    std::uint64_t tickets = 0;           ///< checks asked for so far
     std::function<void()> on_open;       ///< another model is open
     std::function<bool()> evaluates;     ///< whether the user has agreed to evaluating
     std::function<void()> script_saved;  ///< a workspace script was written

@@ -25,6 +25,7 @@ struct found_t {
 };
 
 struct verdict_t {
+    std::uint64_t ticket = 0;  ///< of the check that was asked for
     std::uint64_t revision = 0;
     bool evaluated = false;  ///< whether expressions were evaluated for it
     std::vector<found_t> findings;
@@ -42,6 +43,7 @@ struct sheet_t {
     std::string shown;             ///< the file as messages name it
     std::filesystem::path folder;  ///< out of which no reference is read
     std::uint64_t revision = 0;
+    std::uint64_t ticket = 0;  ///< which check it is for: consent may change while the text does not
 };
 
 /// Checks a text. Null for a bridge: literals only, nothing is executed.
