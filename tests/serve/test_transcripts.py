@@ -15,7 +15,7 @@ import re
 import shutil
 import unittest
 
-from support import Case, HERE
+from support import HERE, ROOT, Case
 
 
 class Transcript(Case):
@@ -81,6 +81,16 @@ class Transcript(Case):
                 with self.subTest(until=rest[:150]):
                     self.eventually(holds)
         self.assertEqual(service.close(), 0)
+
+
+class Page(Case):
+    def test_every_method_is_on_the_page_and_in_a_transcript(self):
+        page = (ROOT / "docs/protocol.md").read_text(encoding="utf-8")
+        titles = {name.strip() for line in re.findall(r"^### (.*)$", page, re.M) for name in line.split(",")}
+        methods = set(self.serve(self.model())("hello")["methods"])
+        self.assertEqual(titles, methods)
+        talks = "".join(path.read_text(encoding="utf-8") for path in (HERE / "transcripts").glob("*.transcript"))
+        self.assertEqual(set(re.findall(r'"method": "([a-z_.]+)"', talks)) & methods, methods)
 
 
 def add(path):
