@@ -21,6 +21,26 @@ const undo = async (blocks: number) => {
     await expect.poll(count).toBe(blocks);
 };
 
+describe("by hand", () => {
+    it("a block out of the palette that is dropped on a wire stands in it, and joins its neighbours when it goes", async () => {
+        const { page } = opened;
+        const wires = await page.locator(".wire-edge").count();
+        const line = page.locator('.react-flow__edge[aria-label^="wire from controller to motor"] path.react-flow__edge-interaction');
+        const box = await line.boundingBox();
+        const canvas = await page.locator(".canvas").boundingBox();
+        if (!box || !canvas) throw new Error("no wire in sight");
+        await page.getByRole("button", { name: "abs", exact: true }).dragTo(page.locator(".canvas"), {
+            targetPosition: { x: box.x + box.width * 0.7 - canvas.x, y: box.y + box.height / 2 - canvas.y } });
+        await block(page, "abs").waitFor();
+        await expect.poll(() => page.locator(".wire-edge").count()).toBe(wires + 1);
+        await page.keyboard.press("Delete");
+        await expect.poll(count).toBe(6);
+        await expect.poll(() => page.locator(".wire-edge").count()).toBe(wires);
+        await undo(7);
+        await undo(6);
+    });
+});
+
 describe("by keys", () => {
     it("a level is laid out by the engine in its worker, and put back", async () => {
         const { page } = opened;

@@ -247,7 +247,8 @@ export type Operation =
     | { op: "group"; blocks: Handle[]; name?: string }
     | { op: "ungroup"; block: Handle }
     | { op: "paste"; fragment: unknown; level: Handle; x: number; y: number }
-    | { op: "insert_on_wire"; wire: Handle; block: Handle | NewBlock }
+    | { op: "insert_on_wire"; wire: Handle; block: Handle }
+    | ({ op: "insert_on_wire"; wire: Handle } & NewBlock)
     | { op: "layout"; level: Handle; only?: Handle[] };
 
 export interface EditAnswer {

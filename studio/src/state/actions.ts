@@ -40,7 +40,7 @@ export async function insertBlock(of: BlockClass, place: QuickInsert | null): Pr
     const { x, y } = place ? wanted : freePlace(wanted.x, wanted.y, width, height);
     const made = { class: of.class, level: view.level, x, y };
     const operations: Operation[] = place?.wire
-        ? [{ op: "insert_on_wire", wire: place.wire, block: made }]
+        ? [{ op: "insert_on_wire", wire: place.wire, ...made }]
         : [{ op: "add_block", ...made }];
     if (place?.from) operations.push({ op: "connect", from: place.from, to: { block: "$0", port: 0 } });
     if (place?.to) operations.push({ op: "connect", from: { block: "$0", port: 0 }, to: place.to });
