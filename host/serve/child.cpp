@@ -17,6 +17,7 @@ namespace zarn::serve {
 namespace {
 
 constexpr std::size_t most_words = 20'000;
+constexpr std::chrono::milliseconds longest_last_words{500};
 
 /// A pipe that no other process inherits.
 std::array<int, 2> make_pipe() {
@@ -105,7 +106,9 @@ void Child::listen() {
         }
     });
     {
-        const std::lock_guard lock(mutex_);
+        std::unique_lock lock(mutex_);
+        // its last words tell why it ended; what it has started may hold their pipe open for ever
+        came_.wait_for(lock, longest_last_words, [this] { return silent_; });
         gone_ = true;
         came_.notify_all();
     }
@@ -121,6 +124,9 @@ void Child::overhear() {
         }
         said_(std::string(piece));
     });
+    const std::lock_guard lock(mutex_);
+    silent_ = true;
+    came_.notify_all();
 }
 
 json_t Child::ask(const char* method, json_t params, std::chrono::milliseconds limit) {

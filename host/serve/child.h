@@ -50,6 +50,7 @@ private:
     std::int64_t asked_ = 0;
     std::map<std::int64_t, json_t> answers_;
     bool gone_ = false;
+    bool silent_ = false;  // whether nothing more comes on its standard error
     std::string words_;
     std::thread listener_, overhearer_;
 };
