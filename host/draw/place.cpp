@@ -59,7 +59,7 @@ void fit_in(Page& page, std::size_t index, const std::vector<bool>& done) {
 
 /// A rising map of one axis that makes room for subsystems drawn with their content: each interval grows at least to
 /// its new length, and what lies behind moves on.
-class Stretch {
+class Widening {
 public:
     void need(double from, double length, double needed) {
         if (length > 0 && needed > length) intervals_.push_back({from, from + length, needed / length});
@@ -103,7 +103,7 @@ private:
 
 /// Makes room for the contents that are drawn in place.
 void stretch(Page& page) {
-    Stretch across, down;
+    Widening across, down;
     bool any = false;
     for (const Node& node : page.scene.nodes) {
         if (node.inner == nullptr) continue;

@@ -17,9 +17,9 @@ using tessel::ExecBlock;
 using tessel::ExecPort;
 using number_t = std::int32_t;
 
-class Reader {
+class LaneReader {
 public:
-    Reader(Session& session, std::span<const std::uint64_t> fed)
+    LaneReader(Session& session, std::span<const std::uint64_t> fed)
         : session_(session), fed_(fed), exec_(session.build()), objects_(static_cast<tessel::ExecModel&>(*exec_)) {}
 
     lane_model_t read() {
@@ -93,7 +93,7 @@ private:
 }  // namespace
 
 lane_model_t model_in_lanes(Session& session, std::span<const std::uint64_t> fed) {
-    return Reader(session, fed).read();
+    return LaneReader(session, fed).read();
 }
 
 }  // namespace zarn
