@@ -33,6 +33,15 @@ picture_t draw_picture(Document& document, const picture_request_t& request) {
     if (!request.level.empty()) options.level = picture.diagram.find_subsystem(request.level);
     if (!request.level.empty() && options.level == none)
         throw std::out_of_range(tessel::format("{}: there is no subsystem of this path", request.level));
+    if (picture.diagram.blocks.size() > request.most) {
+        if (options.level == none) options.level = 0;
+        const std::size_t drawn = picture.diagram.children()[options.level].size();
+        if (drawn > request.most) {
+            picture.left_out = drawn;
+            return picture;
+        }
+        if (request.level.empty()) picture.left_out = picture.diagram.blocks.size() - 1 - drawn;
+    }
     if (picture.too_much.empty()) {
         analysis_t analysis;
         Report report(analysis.graph);

@@ -4,9 +4,11 @@
 #include <exception>
 #include <fstream>
 #include <sstream>
+#include <utility>
 
 #include "coder/exact/names.h"
 #include "coder/exact/project.h"
+#include "core/format.h"
 #include "host/draw/picture.h"
 #include "host/export/golden.h"
 #include "host/session/output_file.h"
@@ -16,6 +18,9 @@ namespace zarn {
 namespace {
 
 namespace exact = tessel::exact;
+
+/// A picture of more blocks is read by nobody, and weighs more than all the rest.
+constexpr std::size_t largest_picture = 2000;
 
 exact::keep_t keep_of(const std::string& word) {
     if (word == "named") return exact::keep_t::named;
@@ -37,15 +42,23 @@ exact::options_t options_of(Session& session, const export_options_t& options) {
 
 }  // namespace
 
-std::string picture_of(Session& session, const std::string& part) {
+drawn_t picture_of(Session& session, const std::string& part) {
     draw::picture_request_t request;
+    request.most = largest_picture;
     request.level = part;
     request.check.final_bridge = true;
     request.check.settings = session.setup().settings;
     try {
-        return draw::draw_picture(session.document(), request).svg;
+        auto picture = draw::draw_picture(session.document(), request);
+        drawn_t drawn{std::move(picture.svg), ""};
+        if (drawn.svg.empty())
+            drawn.note = tessel::format("no picture: {} blocks are too many for one", picture.left_out);
+        else if (picture.left_out != 0)
+            drawn.note =
+                tessel::format("a picture of one level alone: the {} blocks below it are too many", picture.left_out);
+        return drawn;
     } catch (const std::exception&) {
-        return {};
+        return {"", "no picture: the diagram cannot be drawn"};
     }
 }
 
@@ -68,7 +81,7 @@ std::vector<exact::text_file_t> Export::files() {
     for (auto& file : exact::write_build(unit_)) files.push_back(std::move(file));
     files.push_back(exact::write_trace(unit_));
     files.push_back(exact::write_a2l(unit_));
-    const std::string svg = picture_of(session_, unit_.part);
+    const std::string svg = picture_of(session_, unit_.part).svg;
     const std::string picture = svg.empty() ? std::string() : unit_.name + ".svg";
     files.push_back(exact::write_readme(unit_, picture));
     if (!svg.empty()) files.push_back({picture, svg});

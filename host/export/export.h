@@ -46,8 +46,12 @@ inline tessel::exact::unit_t program_of(Session& session, const export_options_t
     return Export(session, options).unit();
 }
 
-/// The picture of what a program is made of, as SVG; nothing where there is none to draw.
-std::string picture_of(Session& session, const std::string& part);
+/// The picture of what a program is made of.
+struct drawn_t {
+    std::string svg;   ///< "" where there is none to draw
+    std::string note;  ///< what of it is missing, and why; "" for nothing
+};
+drawn_t picture_of(Session& session, const std::string& part);
 
 /// Puts all files into a folder, which is made where there is none, or none of them: until each is written, those of an
 /// earlier export stay. Raises `std::runtime_error` with the reason.

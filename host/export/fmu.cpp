@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <exception>
-#include <iterator>
 #include <utility>
 
 #include "coder/fmu/package.h"
@@ -14,9 +13,6 @@ namespace zarn {
 namespace {
 
 namespace fmu = tessel::fmu;
-
-/// A picture of more blocks is read by nobody, and weighs more than all the rest.
-constexpr std::ptrdiff_t largest_picture = 2000;
 
 std::vector<target_t> targets_of(const fmu_options_t& options) {
     std::vector<target_t> targets;
@@ -46,19 +42,6 @@ std::vector<target_t> targets_of(const fmu_options_t& options) {
     return targets;
 }
 
-/// The diagram; "" where it cannot be drawn, which hinders no FMU.
-std::string picture_for(Session& session, const fmu_options_t& options, std::vector<std::string>& notes) {
-    const auto blocks = std::distance(session.model().begin(), session.model().end());
-    if (blocks > largest_picture) {
-        notes.push_back(tessel::format("the documentation has no picture: {} blocks are too many for one", blocks));
-        return "";
-    }
-    const Session::Active active(session);
-    const std::string picture = picture_of(session, options.program.subsystem);
-    if (picture.empty()) notes.emplace_back("the documentation has no picture: the diagram cannot be drawn");
-    return picture;
-}
-
 fmu::package_t package_of(Session& session, const fmu_options_t& options, std::vector<std::string>& notes) {
     export_options_t program = options.program;
     program.keep = options.all_signals ? "all" : "ports";
@@ -67,7 +50,12 @@ fmu::package_t package_of(Session& session, const fmu_options_t& options, std::v
     how.version = options.version == 2 ? fmu::version_t::two : fmu::version_t::three;
     how.all_signals = options.all_signals;
     how.generator = options.generator;
-    if (options.with_picture) how.picture = picture_for(session, options, notes);
+    if (options.with_picture) {
+        const Session::Active active(session);
+        drawn_t drawn = picture_of(session, options.program.subsystem);
+        if (!drawn.note.empty()) notes.push_back("the documentation has " + drawn.note);
+        how.picture = std::move(drawn.svg);
+    }
     try {
         return fmu::make_package(unit, how);
     } catch (const tessel::exact::Refusal& refusal) {

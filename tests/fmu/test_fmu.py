@@ -282,21 +282,23 @@ class Verify(Files):
 class RandomModels(Files):
     def test_runs(self) -> None:
         subprocess.run([os.environ["ZARN_RANDOM_MODELS"], self.folder, str(COUNT), str(SEED)], check=True)
-        refused = 0
         for i in range(COUNT):
             model = self.folder / f"m{i}.json"
-            for version in 2, 3:
+            for version in 3, 2:
                 with self.subTest(seed=SEED + i, version=version):
-                    try:
-                        fmu = self.export(model, version, "--all-signals")
-                    except AssertionError as error:
-                        if version == 3 or "has no type" not in str(error):
-                            raise
-                        refused += 1
+                    if version == 2 and self.beyond_version_2(fmu):
+                        with self.assertRaisesRegex(AssertionError, "has no type"):
+                            self.export(model, version, "--all-signals")
                         continue
+                    fmu = self.export(model, version, "--all-signals")
                     self.assertEqual(check(fmu), [])
                     self.assertEqual(differences(model, Library(fmu)), [])
-        self.assertLessEqual(refused, COUNT)
+
+    def beyond_version_2(self, fmu: pathlib.Path) -> bool:
+        """Whether an input or output of a version 3 is of a type that no Integer holds."""
+        with zipfile.ZipFile(fmu) as archive:
+            description = archive.read("modelDescription.xml").decode()
+        return bool(re.search(r'<(UInt32|Int64|UInt64) [^>]*causality="(input|output)"', description))
 
 
 class Sources(Files):
@@ -414,6 +416,27 @@ class Command(Files):
                     found = re.search(rb'(?:guid|instantiationToken)="([^"]+)"', archive.read("modelDescription.xml"))
                 tokens.add(found[1] if found else b"")
         self.assertEqual(len(tokens), 4)
+
+    def test_a_picture_has_so_many_blocks(self) -> None:
+        for inside, told, drawn in (
+            (True, "a picture of one level alone: the 2001 blocks below it are too many", True),
+            (False, "no picture: 2001 blocks are too many for one", False),
+        ):
+            model = Model(tf=0.2, ts=0.1)
+            where = {"parent": model.add("subsys", "part")} if inside else {}
+            for i in range(2001):
+                model.add("time", f"t{i}", **where)
+            path = self.write("m.json", model)
+            out = self.folder / "m.fmu"
+            answer = zarn("export", "fmu", path, out, "--sources-only")
+            self.assertIn("the documentation has " + told, answer.stdout + answer.stderr)
+            with zipfile.ZipFile(out) as archive:
+                names = archive.namelist()
+                self.assertEqual("documentation/diagram.svg" in names, drawn)
+                if drawn:
+                    picture = archive.read("documentation/diagram.svg").decode()
+                    self.assertIn(">part<", picture)
+                    self.assertNotIn(">t7<", picture)
 
     def test_what_version_2_cannot_say_is_refused(self) -> None:
         model = self.write("m.json", part_of(["int64"]))
