@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdlib>
 #include <fstream>
 #include <initializer_list>
 #include <iterator>
@@ -60,13 +59,6 @@ std::string complaint_of(const std::string& said) {
 }
 
 }  // namespace
-
-std::string own_compiler() {
-    if (const char* const named = std::getenv("CC"); named != nullptr && *named != '\0') return named;
-    for (const char* const program : {"cc", "gcc", "clang"})
-        if (find_program(program)) return program;
-    return "";
-}
 
 std::string compile_library(const tessel::fmu::package_t& package, const target_t& target,
                             const std::function<bool()>& interrupted) {

@@ -14,9 +14,6 @@ struct target_t {
     std::string compiler;
 };
 
-/// The compiler of this machine: $CC, else the first of cc, gcc and clang that is there; "" for none.
-std::string own_compiler();
-
 /// The shared library for a platform. Equal sources give equal bytes with one compiler. Raises `std::runtime_error`
 /// with the compiler's first line. Once `interrupted` answers true the compiler is ended.
 std::string compile_library(const tessel::fmu::package_t& package, const target_t& target,

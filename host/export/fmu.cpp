@@ -8,6 +8,7 @@
 #include "coder/fmu/platform.h"
 #include "core/format.h"
 #include "host/session/session.h"
+#include "host/toolchain/process.h"
 
 namespace zarn {
 namespace {
@@ -30,15 +31,14 @@ std::vector<target_t> targets_of(const fmu_options_t& options) {
     }
     const std::string own = fmu::this_platform();
     if (options.sources_only || std::ranges::find(targets, own, &target_t::platform) != targets.end()) return targets;
-    const std::string compiler = own_compiler();
-    if (compiler.empty())
-        throw SessionError(
-            problem_t::file,
-            "no C compiler (cc, gcc, clang) on the PATH for this machine's library: install one, or take "
-            "--sources-only");
+    const auto compiler = find_c_compiler();
+    if (!compiler)
+        throw SessionError(problem_t::file,
+                           "no C compiler ($CC, else cc, gcc or clang) on the PATH for this machine's library: install "
+                           "one, or take --sources-only");
     if (own.empty())
         throw SessionError(problem_t::usage, "the interface has no name for this machine: take --sources-only");
-    targets.push_back({own, compiler});
+    targets.push_back({own, compiler->string()});
     return targets;
 }
 

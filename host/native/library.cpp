@@ -2,7 +2,6 @@
 
 #include <dlfcn.h>
 
-#include <cstdlib>
 #include <sstream>
 #include <vector>
 
@@ -41,19 +40,14 @@ std::string key_of(const std::string& source, const compiler_t& compiler) {
 }  // namespace
 
 compiler_t find_compiler() {
-    const char* chosen = std::getenv("CC");
-    for (const char* name : {chosen, "cc", "gcc", "clang"}) {
-        if (name == nullptr) continue;
-        const auto file = find_program(name);
-        if (!file) continue;
-        std::error_code error;
-        const auto real = std::filesystem::canonical(*file, error);
-        const auto bytes = std::filesystem::file_size(*file, error);
-        const auto written = std::filesystem::last_write_time(*file, error).time_since_epoch().count();
-        return {*file, tessel::format("{} {}", quick, compiler_flags),
-                tessel::format("{} {} {}", real.string(), bytes, written)};
-    }
-    throw Unavailable("there is no C compiler (cc, gcc or clang)");
+    const auto file = find_c_compiler();
+    if (!file) throw Unavailable("there is no C compiler ($CC, else cc, gcc or clang)");
+    std::error_code error;
+    const auto real = std::filesystem::canonical(*file, error);
+    const auto bytes = std::filesystem::file_size(*file, error);
+    const auto written = std::filesystem::last_write_time(*file, error).time_since_epoch().count();
+    return {*file, tessel::format("{} {}", quick, compiler_flags),
+            tessel::format("{} {} {}", real.string(), bytes, written)};
 }
 
 Library::Library(const std::string& source, Cache& cache, const compiler_t& compiler,

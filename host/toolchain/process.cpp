@@ -91,6 +91,13 @@ std::optional<std::filesystem::path> find_program(std::string_view name) {
     return std::nullopt;
 }
 
+std::optional<std::filesystem::path> find_c_compiler() {
+    if (const char* const named = std::getenv("CC"); named != nullptr && *named != '\0') return find_program(named);
+    for (const char* const name : {"cc", "gcc", "clang"})
+        if (auto file = find_program(name)) return file;
+    return std::nullopt;
+}
+
 outcome_t run_program(const std::vector<std::string>& arguments, const std::filesystem::path& folder,
                       const std::function<bool()>& interrupted) {
     const TemporaryFolder own;

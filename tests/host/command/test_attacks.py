@@ -1,12 +1,15 @@
 """Small files that once took all memory, read before a buffer, ended by chance, or were told otherwise than they ran."""
 
+import os
 import pathlib
 import resource
 import shutil
+import signal
 import subprocess
+import time
 import unittest
 
-from support import DATA, PATIENCE, SANITIZERS, ZARN, CommandTest, Model
+from support import DATA, PATIENCE, SANITIZERS, ZARN, CommandTest, Model, counter
 
 HOSTILE = DATA / "hostile"
 GIBIBYTE = 1 << 30
@@ -97,6 +100,77 @@ class Attacks(CommandTest):
         result = self.within("check", "m.json", seconds=4)
         self.assertEqual(result.returncode, 1, result.stderr)
         self.assertIn("Z220", result.stdout)
+
+    def test_a_model_without_a_name(self):
+        for verb in ["check"], ["run"], ["inspect"], ["explain"], ["draw"], ["generate", "c"]:
+            with self.subTest(verb=verb):
+                result = self.zarn(*verb, "", *(["out"] if verb[0] == "generate" else []))
+                self.assertEqual((result.returncode, result.stderr), (1, "zarn: the name of the model file is empty\n"))
+
+    def test_breakpoints_without_end_are_told(self):
+        for bp1, bp2 in ("[0.0, float('inf')]", "[0.0, 1.0]"), ("[0.0, 1.0]", "[-float('inf'), 0.0]"):
+            model = Model()
+            clock = model.add("time", "t")
+            table = model.add("lut2d", "table", inputs=2, bp1=bp1, bp2=bp2, out="[[1.0, 2.0], [3.0, 4.0]]")
+            model.link(clock, table, 0)
+            model.link(clock, table, 1)
+            self.write("m.json", model)
+            key = "bp1" if "inf" in bp1 else "bp2"
+            self.check("check", "m.json", "--python", out=f'the breakpoints in "{key}" are not all finite')
+            self.check("run", "m.json", err="Z405")
+
+    @unittest.skipIf(any(SANITIZERS), "a sanitizer's memory is not the command's")
+    def test_memory_that_is_short_at_any_place_is_a_line(self):
+        model = Model(tf=10.0)
+        last = model.add("time", "t")
+        for number in range(20_000):
+            model.link(last, block := model.add("sin", f"s{number}", inputs=1))
+            last = block
+        self.write("m.json", model)
+        told = set()
+        for megabytes in range(24, 120, 8):
+            result = self.within("run", "m.json", "--no-python", "-q", "--probe-all", memory=megabytes << 20, seconds=20)
+            self.assertIn(result.returncode, (0, 1, 127), (megabytes, result.stderr))  # 127: no room to load the libraries
+            if result.returncode == 1:
+                self.assertEqual(result.stderr.count("\n"), 1, result.stderr)
+                self.assertIn("memory", result.stderr)
+            told.add(result.returncode)
+        self.assertLessEqual({0, 1}, told)
+
+    @unittest.skipIf(any(SANITIZERS), "a sanitizer's memory is not the command's")
+    def test_a_picture_takes_no_second_copy_of_the_recording(self):
+        def most(steps, *more):
+            self.write("m.json", counter(tf=float(steps), ts=1.0))
+            subject = [ZARN, "run", "m.json", "-q", "--probe", "double", *more]
+            process = subprocess.Popen(subject, cwd=self.folder)
+            _, status, usage = os.wait4(process.pid, 0)
+            process.returncode = os.waitstatus_to_exitcode(status)
+            self.assertEqual(process.returncode, 0)
+            return usage.ru_maxrss / 1024  # megabytes
+
+        few, many = 10_000, 6_000_000
+        recording = 8 * many / 1e6  # of the one signal
+        for more in ["--plot", "p.png"], ["-o", "r.npz"]:
+            self.assertLess(most(many, *more) - most(few, *more), 1.5 * recording, more)
+
+    def test_a_picture_in_the_making_can_be_interrupted(self):
+        model = Model(tf=2000.0, ts=0.01)
+        clock = model.add("time", "clock")
+        for number in range(40):
+            model.link(clock, model.add("sin", f"s{number}", inputs=1))
+        self.write("m.json", model)
+        ended = set()
+        for after in 0.2, 0.6, 1.0, 1.4, 1.8, 2.4:
+            process = subprocess.Popen([ZARN, "run", "m.json", "-q", "--probe", "s*", "--plot", "p.png"],
+                                       cwd=self.folder, stderr=subprocess.DEVNULL)
+            time.sleep(after)
+            begin = time.monotonic()
+            process.send_signal(signal.SIGINT)
+            self.assertIn(process.wait(60 * PATIENCE), (0, 130))
+            self.assertLess(time.monotonic() - begin, 5 * PATIENCE, after)
+            ended.add(process.returncode)
+            self.assertEqual([name for name in os.listdir(self.folder) if "part" in name], [])
+        self.assertIn(130, ended)
 
 
 if __name__ == "__main__":
