@@ -16,6 +16,7 @@ constexpr std::string_view text_of_main = R"(@banner@
  * time and the signals of each step, written so that they read back exactly. */
 #include "@N@.h"
 
+#include <errno.h>
 #include <inttypes.h>
 #include <stddef.h>
 #include <stdio.h>
@@ -40,10 +41,51 @@ static const column_t signals[] = {
 
 static const size_t sizes[] = {sizeof(bool), 1, 1, 2, 2, 4, 4, 8, 8, sizeof(float), sizeof(double)};
 
+static const char *const words[] = {"bool", "int8", "uint8", "int16", "uint16", "int32", "uint32", "int64", "uint64",
+                                    "float", "double"};
+
 static @N@_t model;
 
 /* ---- what is read */
-static int read_cell(const column_t *column, const char *text)
+typedef enum { is_good, is_no_number, is_beyond } answer_t;
+
+static answer_t read_signed(const char *text, int bits, intmax_t *value)
+{
+    char *end = NULL;
+    const intmax_t most = INTMAX_MAX >> (64 - bits);
+    errno = 0;
+    *value = strtoimax(text, &end, 10);
+    if (end == text || *end != '\0') {
+        return is_no_number;
+    }
+    return errno == ERANGE || *value > most || *value < -most - 1 ? is_beyond : is_good;
+}
+
+static answer_t read_unsigned(const char *text, int bits, uintmax_t *value)
+{
+    char *end = NULL;
+    errno = 0;
+    *value = strtoumax(text, &end, 10);
+    if (end == text || *end != '\0') {
+        return is_no_number;
+    }
+    /* a number with a sign would be taken for a huge one */
+    return errno == ERANGE || *value > UINTMAX_MAX >> (64 - bits) || strchr(text, '-') != NULL ? is_beyond : is_good;
+}
+
+/* errno is set for numbers below the least as well, which are rounded as in any program */
+static answer_t read_real(const char *text, int is_narrow, double *value)
+{
+    char *end = NULL;
+    errno = 0;
+    *value = is_narrow ? (double)strtof(text, &end) : strtod(text, &end);
+    if (end == text || *end != '\0') {
+        return is_no_number;
+    }
+    return errno == ERANGE && (*value > 1.0 || *value < -1.0) ? is_beyond : is_good;
+}
+
+static answer_t read_cell(const column_t *column, const char *text)
 {
     union {
         bool b;
@@ -58,25 +100,37 @@ static int read_cell(const column_t *column, const char *text)
         float f;
         double d;
     } value;
-    char *end = NULL;
+    intmax_t whole = 0;
+    uintmax_t natural = 0;
+    double real = 0.0;
+    answer_t answer;
     switch (column->type) {
-        case of_bool: value.b = strtod(text, &end) != 0.0; break;
-        case of_int8: value.i8 = (int8_t)strtol(text, &end, 10); break;
-        case of_uint8: value.u8 = (uint8_t)strtoul(text, &end, 10); break;
-        case of_int16: value.i16 = (int16_t)strtol(text, &end, 10); break;
-        case of_uint16: value.u16 = (uint16_t)strtoul(text, &end, 10); break;
-        case of_int32: value.i32 = (int32_t)strtol(text, &end, 10); break;
-        case of_uint32: value.u32 = (uint32_t)strtoul(text, &end, 10); break;
-        case of_int64: value.i64 = (int64_t)strtoll(text, &end, 10); break;
-        case of_uint64: value.u64 = (uint64_t)strtoull(text, &end, 10); break;
-        case of_float: value.f = strtof(text, &end); break;
-        default: value.d = strtod(text, &end); break;
+        case of_bool: answer = read_real(text, 0, &real); value.b = real != 0.0; break;
+        case of_int8: answer = read_signed(text, 8, &whole); value.i8 = (int8_t)whole; break;
+        case of_uint8: answer = read_unsigned(text, 8, &natural); value.u8 = (uint8_t)natural; break;
+        case of_int16: answer = read_signed(text, 16, &whole); value.i16 = (int16_t)whole; break;
+        case of_uint16: answer = read_unsigned(text, 16, &natural); value.u16 = (uint16_t)natural; break;
+        case of_int32: answer = read_signed(text, 32, &whole); value.i32 = (int32_t)whole; break;
+        case of_uint32: answer = read_unsigned(text, 32, &natural); value.u32 = (uint32_t)natural; break;
+        case of_int64: answer = read_signed(text, 64, &whole); value.i64 = (int64_t)whole; break;
+        case of_uint64: answer = read_unsigned(text, 64, &natural); value.u64 = (uint64_t)natural; break;
+        case of_float: answer = read_real(text, 1, &real); value.f = (float)real; break;
+        default: answer = read_real(text, 0, &real); value.d = real; break;
     }
-    if (end == text || *end != '\0') {
-        return 0;
+    if (answer == is_good) {
+        memcpy((char *)&model + column->offset, &value, sizes[column->type]);
     }
-    memcpy((char *)&model + column->offset, &value, sizes[column->type]);
-    return 1;
+    return answer;
+}
+
+static void *grown(void *old, size_t size)
+{
+    void *more = realloc(old, size);
+    if (more == NULL) {
+        fprintf(stderr, "@N@_main: not enough memory for a line\n");
+        exit(1);
+    }
+    return more;
 }
 
 /* A line without its end; NULL behind the last one. */
@@ -88,20 +142,24 @@ static char *read_line(FILE *file)
     int c;
     while ((c = fgetc(file)) != EOF && c != '\n') {
         if (length + 2 > room) {
-            char *more = (char *)realloc(line, room * 2 + 256);
-            if (more == NULL) {
-                return NULL;
-            }
-            line = more;
             room = room * 2 + 256;
+            line = (char *)grown(line, room);
         }
         if (c != '\r') {
             line[length] = (char)c;
             length++;
         }
     }
-    if ((c == EOF && length == 0) || line == NULL) {
+    if (ferror(file)) {
+        perror("@N@_main: the table");
+        exit(2);
+    }
+    if (c == EOF && length == 0) {
         return NULL;
+    }
+    if (line == NULL) {
+        room = 256;
+        line = (char *)grown(line, room);
     }
     line[length] = '\0';
     return line;
@@ -140,15 +198,11 @@ static int read_names(FILE *file)
     while (rest != NULL) {
         const char *name = next_cell(&rest);
         const column_t *input = input_named(name);
-        const column_t **more = (const column_t **)realloc((void *)columns, (column_count + 1) * sizeof *columns);
         if (input == NULL && strcmp(name, "time") != 0) {
             fprintf(stderr, "@N@_main: there is no input '%s'\n", name);
             return 0;
         }
-        if (more == NULL) {
-            return 0;
-        }
-        columns = more;
+        columns = (const column_t **)grown((void *)columns, (column_count + 1) * sizeof *columns);
         columns[column_count] = input;
         column_count++;
     }
@@ -161,10 +215,20 @@ static int read_values(FILE *file)
     size_t i;
     for (i = 0; i < column_count && rest != NULL; i++) {
         const char *cell = next_cell(&rest);
-        if (columns[i] != NULL && *cell != '\0' && !read_cell(columns[i], cell)) {
-            fprintf(stderr, "@N@_main: step %" PRIu64 ", %s: '%s' is no number\n", model.tick, columns[i]->name, cell);
+        answer_t answer;
+        if (columns[i] == NULL || *cell == '\0') {
+            continue;
+        }
+        answer = read_cell(columns[i], cell);
+        if (answer != is_good) {
+            fprintf(stderr, "@N@_main: step %" PRIu64 ", %s: '%s' %s %s\n", model.tick, columns[i]->name, cell,
+                    answer == is_beyond ? "does not fit into" : "is no number of", words[columns[i]->type]);
             return 0;
         }
+    }
+    if (rest != NULL) {
+        fprintf(stderr, "@N@_main: step %" PRIu64 ": more cells than the first line has names\n", model.tick);
+        return 0;
     }
     return 1;
 }

@@ -188,12 +188,56 @@ class Programs(ExportTest):
 
     def test_name_what_is_wrong_in_a_table(self):
         main = self.build(self.export(self.doubler()), "model")
-        for text, told in (("speed\n1\n", "there is no input 'speed'"), ("in\n1\nx\n", "step 1, in: 'x' is no number")):
+        for text, told in (
+            ("speed\n1\n", "there is no input 'speed'"), ("in\n1\nx\n", "step 1, in: 'x' is no number of double"),
+            ("in\n1\n2,3\n", "step 1: more cells than the first line has names"),
+            ("in\n1e400\n", "step 0, in: '1e400' does not fit into double"),
+        ):  # fmt: skip
             (self.folder / "in.csv").write_text(text)
             done = run(main, self.folder / "in.csv")
             self.assertEqual(done.returncode, 2)
             self.assertIn(told, done.stderr)
         self.assertEqual(run(main, self.folder / "none.csv").returncode, 2)
+        done = run(main, self.folder)
+        self.assertEqual((done.returncode, done.stderr), (2, "model_main: the table: Is a directory\n"))
+
+    def test_take_what_fits_into_a_type(self):
+        limits = {"int8": (-(2**7), 2**7 - 1), "uint8": (0, 2**8 - 1), "int16": (-(2**15), 2**15 - 1),
+                  "uint16": (0, 2**16 - 1), "int32": (-(2**31), 2**31 - 1), "uint32": (0, 2**32 - 1),
+                  "int64": (-(2**63), 2**63 - 1), "uint64": (0, 2**64 - 1)}  # fmt: skip
+
+        def program(kinds):
+            model = Model(tf=1.0, ts=1.0)
+            part = model.add("subsys", "part", inputs=len(kinds), outputs=len(kinds))
+            clock = model.add("time", "clock")
+            for port, kind in enumerate(kinds):
+                cast = model.add("cast", f"c{port}", inputs=1, type=kind)
+                model.chain(clock, cast)
+                model.link(cast, part, port)
+                inside = model.add("inport", kind, parent=part, inputs=1, portNumber=port)
+                model.chain(inside, model.add("outport", f"o_{kind}", parent=part, inputs=1, portNumber=port))
+            options = "--subsystem", "mainsys.part", "--name", "part"
+            return self.build(self.export(self.model(model), *options, folder=kinds[0]), "part")
+
+        whole, real = program(list(limits)), program(["flt32"])
+
+        def read(kind, *cells):
+            (self.folder / "in.csv").write_text("\n".join([kind, *map(str, cells)]) + "\n")
+            done = run(real if kind == "flt32" else whole, self.folder / "in.csv")
+            if done.returncode != 0:
+                return done.stderr
+            return [number(cell) for cell in table(done.stdout)[f"mainsys.part.{kind}"]]
+
+        for kind, (low, high) in limits.items():
+            with self.subTest(kind=kind):
+                self.assertEqual(read(kind, low, high), [low, high])
+                for beyond in low - 1, high + 1, 2**65, -(2**65):
+                    told = f"part_main: step 0, {kind}: '{beyond}' does not fit into {kind}\n"
+                    self.assertEqual(read(kind, beyond), told)
+                for none in "1.5", "x", "1 ", "0x1":
+                    self.assertEqual(read(kind, none), f"part_main: step 0, {kind}: '{none}' is no number of {kind}\n")
+        self.assertEqual(read("flt32", "1e39"), "part_main: step 0, flt32: '1e39' does not fit into float\n")
+        self.assertEqual(read("flt32", "inf", "1e-46"), [math.inf, 0.0])
 
     def test_hold_what_is_switched_off(self):
         model = self.model(gated())
