@@ -38,6 +38,7 @@ figures() { # HEADING PROGRAM...: a program that prints plain text
     [ ! -x "$build/bench/bench_recording" ] || table "Recording and files" "$build/bench/bench_recording" $quick
     # shellcheck disable=SC2086
     [ ! -x "$build/bench/bench_native" ] || table "Machine code made for the model" "$build/bench/bench_native" $quick
+    [ ! -x "$build/zarn" ] || table "The exported motor beside the one by hand" bench/exported.py "$build/zarn"
     # shellcheck disable=SC2086
     [ ! -x "$build/zarn" ] || table "The command" bench/command.py "$build" $quick
     [ ! -d "$build/python/zarn" ] || table "In Python" env PYTHONPATH="$build/python" bench/python.py
