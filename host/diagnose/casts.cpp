@@ -56,7 +56,8 @@ private:
 
     void check(std::size_t position) {
         const node_t& node = graph_.nodes[position];
-        if (index_.find(node.id()) != node.block) return;  // a second block with its id: told with the id
+        // a second block with its id is told with the id, unless what was taken out has put it before the first
+        if (index_.find(node.id()) != node.block && graph_.position(node.id()) != position) return;
         const wires_t& in = of(into_, node.id());
         const wires_t& out = of(out_, node.id());
         if (wiring_.typed[position][0].source == none) {

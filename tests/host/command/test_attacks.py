@@ -53,6 +53,23 @@ class Attacks(CommandTest):
         told = {(done.returncode, done.stdout) for done in (self.zarn("check", "m.json", "--json") for _ in range(20))}
         self.assertEqual(len(told), 1)
 
+    def test_casts_of_one_id_that_a_from_has_exchanged(self):
+        """The from goes, and the last block takes its place: what is linked to the id leads to that one then."""
+        model = Model()
+        source = model.add("constant", "source", expression="1")
+        model.add("from", "unread", target="nobody")
+        first = model.add("cast", "first", inputs=1, type="int8")
+        model.add("constant", "other", expression="2")
+        model.add("cast", "second", inputs=1, type="int8")
+        model.blocks[-1]["cast"]["id"] = first
+        model.link(source, first)
+        model.link(first, 8442203739192231)
+        self.write("m.json", model)
+        self.assert_agree(False)
+        said = self.zarn("check", "m.json").stdout
+        self.assertNotIn("Z901", said)
+        self.assertIn("error Z215 mainsys.first (cast): no link leads into this cast", said)
+
     def test_short_ids_in_a_reference_give_one_number_and_are_told(self):
         for name in "ref_main.json", "r.json":
             shutil.copy(DATA / "attacks" / name, self.folder)
