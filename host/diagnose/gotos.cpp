@@ -79,7 +79,8 @@ private:
 
     void tell_second(const reroute_t& found) {
         const bool same = wires_[found.first].src == wires_[found.wire].src;
-        report_.at_link("Z209", same ? severity_t::warning : severity_t::error, drawn(found.wire, false),
+        const bool harmless = same || index_.position(wires_[found.wire].src) == none;  // as every link from no block
+        report_.at_link("Z209", harmless ? severity_t::warning : severity_t::error, drawn(found.wire, false),
                         &at(found.block),
                         same ? tessel::format("a second link from the same block leads into this goto: the first, from "
                                               "output {}, counts",

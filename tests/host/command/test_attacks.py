@@ -70,6 +70,17 @@ class Attacks(CommandTest):
         self.assertNotIn("Z901", said)
         self.assertIn("error Z215 mainsys.first (cast): no link leads into this cast", said)
 
+    def test_a_second_link_into_a_goto_from_no_block(self):
+        model = Model()
+        source, goto = model.add("constant", "source", expression="1"), model.add("goto", "goto", inputs=1, outputs=0, target="T")
+        reader = model.add("display", "shown", inputs=1, outputs=0)
+        model.link(source, goto)
+        model.link(model.add("from", "from", target="T"), reader)
+        model.link(7, goto, -1)
+        self.write("m.json", model)
+        self.assert_agree(True)
+        self.check("check", "m.json", out="warning Z209 mainsys.goto (goto): a second link leads into this goto")
+
     def test_short_ids_in_a_reference_give_one_number_and_are_told(self):
         for name in "ref_main.json", "r.json":
             shutil.copy(DATA / "attacks" / name, self.folder)
