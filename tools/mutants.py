@@ -19,7 +19,8 @@ import time
 
 ROOT = pathlib.Path(__file__).resolve().parents[1]
 FOLDERS = ["core", "framework", "model", "exec", "blocks", "files", "coder"]
-WHOLE = ["properties", "model", "exec", "files", "coder", "diagnose", "framework", "blocks", "core"]
+WHOLE = ["properties", "model", "exec", "files", "coder", "diagnose", "framework", "blocks", "core",
+         "reference"]
 LONGEST = 120  # seconds that a test program may take, which takes a few
 
 # what is changed: a pattern, and what may stand in its place

@@ -298,6 +298,7 @@ TEST(Var, TextAsCSourceOfFloats) {
 
 TEST(Var, TextAsCSourceOfText) {
     EXPECT_EQ(var_t("abc").to_string(), R"("abc")");
+    EXPECT_EQ(var_t(" \x1F~\x7F").to_string(), R"(" \037~\177")");
     EXPECT_EQ(var_t("a\"b\\c").to_string(), R"("a\"b\\c")");
     EXPECT_EQ(var_t("\n\r\t\x01"
                     "7\x7F")

@@ -47,6 +47,11 @@ TEST(OldIds, AreFoundAsTextAnywhereInANumber) {
     EXPECT_FALSE(OldIds({}).are_in(1234567890));
 }
 
+TEST(OldIds, OneThatIsTooLongHidesNoneBehindIt) {
+    const OldIds old(ids_t{18446744073709551615u, 101});
+    EXPECT_TRUE(old.are_in(51011));
+}
+
 TEST(OldIds, LeadingZerosAreNoDigitsOfAnId) {
     const OldIds old(ids_t{42});
     EXPECT_TRUE(old.are_in(10042));

@@ -116,7 +116,6 @@ TEST_F(Traits, ZonesAreThoseThatAreSaid) {
         for (std::uint64_t i = 0; i < block->input_count(); ++i)
             block->input(static_cast<std::int16_t>(i))->link(source.get(), 0);
         block->calculate_zone();
-        if (block->input_count() == 0 && !row.traits().steps_first) continue;
         EXPECT_EQ(block->zone() == 0, row.traits().steps_first) << row.name;
     }
 }
